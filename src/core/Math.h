@@ -1,0 +1,94 @@
+// Small value types for positions, colours and transforms shared by every layer of the program.
+// Plain aggregates: no invariants, trivially copyable, safe to memcpy into GPU buffers.
+#pragma once
+
+#include <array>
+#include <cmath>
+
+namespace vistrel {
+
+struct Float2 {
+    float x = 0, y = 0;
+    friend bool operator==(const Float2&, const Float2&) = default;
+};
+
+struct Float3 {
+    float x = 0, y = 0, z = 0;
+    friend bool operator==(const Float3&, const Float3&) = default;
+    float operator[](int i) const { return i == 0 ? x : (i == 1 ? y : z); }
+};
+
+struct Float4 {
+    float x = 0, y = 0, z = 0, w = 0;
+    friend bool operator==(const Float4&, const Float4&) = default;
+};
+
+inline Float3 operator+(Float3 a, Float3 b) { return {a.x + b.x, a.y + b.y, a.z + b.z}; }
+inline Float3 operator-(Float3 a, Float3 b) { return {a.x - b.x, a.y - b.y, a.z - b.z}; }
+inline Float3 operator-(Float3 a) { return {-a.x, -a.y, -a.z}; }
+inline Float3 operator*(Float3 a, float s) { return {a.x * s, a.y * s, a.z * s}; }
+inline Float3 operator*(float s, Float3 a) { return a * s; }
+inline Float3 operator/(Float3 a, float s) { return {a.x / s, a.y / s, a.z / s}; }
+inline Float3& operator+=(Float3& a, Float3 b) { return a = a + b; }
+inline Float3& operator-=(Float3& a, Float3 b) { return a = a - b; }
+inline Float3& operator*=(Float3& a, float s) { return a = a * s; }
+inline float dot(Float3 a, Float3 b) { return a.x * b.x + a.y * b.y + a.z * b.z; }
+inline Float3 cross(Float3 a, Float3 b) {
+    return {a.y * b.z - a.z * b.y, a.z * b.x - a.x * b.z, a.x * b.y - a.y * b.x};
+}
+inline float length(Float3 a) { return std::sqrt(dot(a, a)); }
+inline Float3 normalize(Float3 a) {
+    float l = length(a);
+    return l > 0 ? a / l : a;
+}
+inline Float3 min(Float3 a, Float3 b) {
+    return {std::fmin(a.x, b.x), std::fmin(a.y, b.y), std::fmin(a.z, b.z)};
+}
+inline Float3 max(Float3 a, Float3 b) {
+    return {std::fmax(a.x, b.x), std::fmax(a.y, b.y), std::fmax(a.z, b.z)};
+}
+
+// 4x4 matrix, column-major: m[c * 4 + r]; columns are the basis vectors and the translation.
+struct Float4x4 {
+    std::array<float, 16> m{1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1};
+
+    static Float4x4 identity() { return {}; }
+    static Float4x4 translation(Float3 t) {
+        Float4x4 r;
+        r.m[12] = t.x;
+        r.m[13] = t.y;
+        r.m[14] = t.z;
+        return r;
+    }
+    float& operator()(int row, int col) { return m[col * 4 + row]; }
+    float operator()(int row, int col) const { return m[col * 4 + row]; }
+    Float3 column3(int c) const { return {m[c * 4], m[c * 4 + 1], m[c * 4 + 2]}; }
+
+    Float3 transformPoint(Float3 p) const {
+        return {m[0] * p.x + m[4] * p.y + m[8] * p.z + m[12],
+                m[1] * p.x + m[5] * p.y + m[9] * p.z + m[13],
+                m[2] * p.x + m[6] * p.y + m[10] * p.z + m[14]};
+    }
+    Float3 transformVector(Float3 v) const {
+        return {m[0] * v.x + m[4] * v.y + m[8] * v.z, m[1] * v.x + m[5] * v.y + m[9] * v.z,
+                m[2] * v.x + m[6] * v.y + m[10] * v.z};
+    }
+    friend Float4x4 operator*(const Float4x4& a, const Float4x4& b) {
+        Float4x4 r;
+        for (int c = 0; c < 4; ++c)
+            for (int row = 0; row < 4; ++row) {
+                float s = 0;
+                for (int k = 0; k < 4; ++k) s += a.m[k * 4 + row] * b.m[c * 4 + k];
+                r.m[c * 4 + row] = s;
+            }
+        return r;
+    }
+    // Determinant of the upper-left 3x3: negative for a mirroring transform.
+    float determinant3() const {
+        return m[0] * (m[5] * m[10] - m[9] * m[6]) - m[4] * (m[1] * m[10] - m[9] * m[2]) +
+               m[8] * (m[1] * m[6] - m[5] * m[2]);
+    }
+    friend bool operator==(const Float4x4&, const Float4x4&) = default;
+};
+
+}  // namespace vistrel

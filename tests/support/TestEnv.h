@@ -1,0 +1,63 @@
+// Helpers shared by the test suites: temporary folders, environment overrides, corpus paths.
+#pragma once
+
+#include <cstdlib>
+#include <filesystem>
+#include <optional>
+#include <random>
+#include <string>
+
+namespace vistrel::test {
+
+// A fresh folder under the system temporary folder, removed when the object dies.
+class TempDir {
+public:
+    TempDir() {
+        std::random_device rd;
+        path_ = std::filesystem::temp_directory_path() /
+                ("vistrel-test-" + std::to_string(rd()) + std::to_string(rd()));
+        std::filesystem::create_directories(path_);
+    }
+    ~TempDir() {
+        std::error_code ec;
+        std::filesystem::remove_all(path_, ec);
+    }
+    TempDir(const TempDir&) = delete;
+    TempDir& operator=(const TempDir&) = delete;
+    const std::filesystem::path& path() const { return path_; }
+    std::filesystem::path operator/(const std::string& name) const { return path_ / name; }
+
+private:
+    std::filesystem::path path_;
+};
+
+// Sets an environment variable for the scope and restores the old value after.
+class ScopedEnv {
+public:
+    ScopedEnv(const char* name, const char* value) : name_(name) {
+        if (const char* old = std::getenv(name)) old_ = old;
+        if (value)
+            ::setenv(name, value, 1);
+        else
+            ::unsetenv(name);
+    }
+    ~ScopedEnv() {
+        if (old_)
+            ::setenv(name_.c_str(), old_->c_str(), 1);
+        else
+            ::unsetenv(name_.c_str());
+    }
+
+private:
+    std::string name_;
+    std::optional<std::string> old_;
+};
+
+// The shared corpus of real CAD files, or nothing when it is not beside the checkout.
+inline std::optional<std::filesystem::path> corpusDir() {
+    const char* d = std::getenv("VISTREL_CORPUS_DIR");
+    if (!d || !std::filesystem::is_directory(d)) return std::nullopt;
+    return std::filesystem::path(d);
+}
+
+}  // namespace vistrel::test
