@@ -19,9 +19,8 @@ int runApplication(int argc, char** argv) {
     application.setQuitOnLastWindowClosed(false);
     // The viewer window lands with the documents; until then summarise the built-in model.
     SKPModel model = SyntheticModel::cube();
-    std::printf("%s: %zu layers, %lld faces, %lld edges\n",
-                model.root.name.c_str(), model.layers.size(), (long long)model.stats.faces,
-                (long long)model.stats.edges);
+    std::printf("%s: %zu layers, %lld faces, %lld edges\n", model.root.name.c_str(),
+                model.layers.size(), (long long)model.stats.faces, (long long)model.stats.edges);
     (void)options;
     return 0;
 }

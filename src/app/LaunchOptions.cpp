@@ -9,7 +9,9 @@ namespace vistrel::app {
 
 namespace {
 
-bool isValue(const std::vector<std::string>& a, size_t i) { return i < a.size() && !a[i].starts_with("-"); }
+bool isValue(const std::vector<std::string>& a, size_t i) {
+    return i < a.size() && !a[i].starts_with("-");
+}
 
 }  // namespace
 
@@ -35,7 +37,9 @@ LaunchOptions LaunchOptions::parse(const std::vector<std::string>& a) {
     return o;
 }
 
-std::string versionLine() { return "Vistrel " + AppVersion::current().display(); }
+std::string versionLine() {
+    return "Vistrel " + AppVersion::current().display();
+}
 
 std::string helpText() {
     return versionLine() +

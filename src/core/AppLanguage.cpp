@@ -71,7 +71,9 @@ std::string resolvedCode(AppLanguage language) {
     return preferredSystemLanguage().starts_with("en") ? "en" : "fr";
 }
 
-bool isEnglish(AppLanguage language) { return resolvedCode(language) == "en"; }
+bool isEnglish(AppLanguage language) {
+    return resolvedCode(language) == "en";
+}
 
 std::string label(AppLanguage language) {
     switch (language) {

@@ -11,7 +11,7 @@ namespace vistrel {
 enum class AppLanguage { system, fr, en };
 
 inline constexpr std::array<AppLanguage, 3> allAppLanguages{AppLanguage::system, AppLanguage::fr,
-                                                           AppLanguage::en};
+                                                            AppLanguage::en};
 
 // "system", "fr", "en": the stored and wire form.
 std::string_view rawValue(AppLanguage language);

@@ -19,7 +19,9 @@ struct AppVersion {
                               const std::optional<std::string>& shortVersion,
                               const std::optional<std::string>& build);
 
-    std::string display() const { return build ? shortVersion + " (" + *build + ")" : shortVersion; }
+    std::string display() const {
+        return build ? shortVersion + " (" + *build + ")" : shortVersion;
+    }
 };
 
 }  // namespace vistrel

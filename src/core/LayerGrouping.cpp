@@ -6,7 +6,8 @@ namespace vistrel {
 std::vector<LayerGroup> buildLayerGroups(const std::vector<Layer>& layers) {
     std::vector<LayerGroup> groups;
     for (int i = 0; i < int(layers.size()); ++i)
-        groups.push_back({"layer-" + std::to_string(i), layers[i].name, {i}, {{i, layers[i].name}}});
+        groups.push_back(
+            {"layer-" + std::to_string(i), layers[i].name, {i}, {{i, layers[i].name}}});
     return groups;
 }
 

@@ -23,7 +23,9 @@ State& state() {
     return s;
 }
 
-SettingsStore& storeLocked(State& s) { return s.store ? *s.store : SettingsStore::standard(); }
+SettingsStore& storeLocked(State& s) {
+    return s.store ? *s.store : SettingsStore::standard();
+}
 
 std::optional<AppLanguage> languageFromArguments(const std::vector<std::string>& args) {
     auto it = std::find(args.begin(), args.end(), "--lang");
@@ -43,7 +45,9 @@ void setCommandLine(std::vector<std::string> arguments) {
     state().arguments = std::move(arguments);
 }
 
-const std::vector<std::string>& commandLine() { return state().arguments; }
+const std::vector<std::string>& commandLine() {
+    return state().arguments;
+}
 
 std::optional<AppLanguage> commandLineLanguage() {
     std::lock_guard lock(state().mutex);
@@ -86,7 +90,9 @@ void setCurrent(AppLanguage language) {
         store->set("AppleLanguages", nlohmann::json::array({std::string(rawValue(language))}));
 }
 
-bool isEnglish() { return vistrel::isEnglish(current()); }
+bool isEnglish() {
+    return vistrel::isEnglish(current());
+}
 
 void resetForTesting() {
     std::lock_guard lock(state().mutex);

@@ -23,20 +23,42 @@ struct Float4 {
     friend bool operator==(const Float4&, const Float4&) = default;
 };
 
-inline Float3 operator+(Float3 a, Float3 b) { return {a.x + b.x, a.y + b.y, a.z + b.z}; }
-inline Float3 operator-(Float3 a, Float3 b) { return {a.x - b.x, a.y - b.y, a.z - b.z}; }
-inline Float3 operator-(Float3 a) { return {-a.x, -a.y, -a.z}; }
-inline Float3 operator*(Float3 a, float s) { return {a.x * s, a.y * s, a.z * s}; }
-inline Float3 operator*(float s, Float3 a) { return a * s; }
-inline Float3 operator/(Float3 a, float s) { return {a.x / s, a.y / s, a.z / s}; }
-inline Float3& operator+=(Float3& a, Float3 b) { return a = a + b; }
-inline Float3& operator-=(Float3& a, Float3 b) { return a = a - b; }
-inline Float3& operator*=(Float3& a, float s) { return a = a * s; }
-inline float dot(Float3 a, Float3 b) { return a.x * b.x + a.y * b.y + a.z * b.z; }
+inline Float3 operator+(Float3 a, Float3 b) {
+    return {a.x + b.x, a.y + b.y, a.z + b.z};
+}
+inline Float3 operator-(Float3 a, Float3 b) {
+    return {a.x - b.x, a.y - b.y, a.z - b.z};
+}
+inline Float3 operator-(Float3 a) {
+    return {-a.x, -a.y, -a.z};
+}
+inline Float3 operator*(Float3 a, float s) {
+    return {a.x * s, a.y * s, a.z * s};
+}
+inline Float3 operator*(float s, Float3 a) {
+    return a * s;
+}
+inline Float3 operator/(Float3 a, float s) {
+    return {a.x / s, a.y / s, a.z / s};
+}
+inline Float3& operator+=(Float3& a, Float3 b) {
+    return a = a + b;
+}
+inline Float3& operator-=(Float3& a, Float3 b) {
+    return a = a - b;
+}
+inline Float3& operator*=(Float3& a, float s) {
+    return a = a * s;
+}
+inline float dot(Float3 a, Float3 b) {
+    return a.x * b.x + a.y * b.y + a.z * b.z;
+}
 inline Float3 cross(Float3 a, Float3 b) {
     return {a.y * b.z - a.z * b.y, a.z * b.x - a.x * b.z, a.x * b.y - a.y * b.x};
 }
-inline float length(Float3 a) { return std::sqrt(dot(a, a)); }
+inline float length(Float3 a) {
+    return std::sqrt(dot(a, a));
+}
 inline Float3 normalize(Float3 a) {
     float l = length(a);
     return l > 0 ? a / l : a;

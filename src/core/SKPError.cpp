@@ -23,7 +23,9 @@ SKPError SKPError::unreadable(std::filesystem::path url) {
     return e;
 }
 
-SKPError SKPError::cancelled() { return SKPError(Kind::cancelled); }
+SKPError SKPError::cancelled() {
+    return SKPError(Kind::cancelled);
+}
 
 std::string SKPError::errorDescription() const {
     switch (kind_) {
@@ -38,10 +40,11 @@ std::string SKPError::errorDescription() const {
             return L("Erreur de l'API SketchUp (", "SketchUp API error (") + function_ + tail;
         }
         case Kind::sketchUpNotFound:
-            return L("Framework SketchUp introuvable : Vistrel.app semble incomplet "
-                     "(Contents/Frameworks/SketchUpAPI.framework). Réinstallez l'app.",
-                     "SketchUp framework not found: Vistrel.app looks incomplete "
-                     "(Contents/Frameworks/SketchUpAPI.framework). Reinstall the app.");
+            return L(
+                "Framework SketchUp introuvable : Vistrel.app semble incomplet "
+                "(Contents/Frameworks/SketchUpAPI.framework). Réinstallez l'app.",
+                "SketchUp framework not found: Vistrel.app looks incomplete "
+                "(Contents/Frameworks/SketchUpAPI.framework). Reinstall the app.");
     }
     return {};
 }

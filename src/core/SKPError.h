@@ -11,7 +11,7 @@
 namespace vistrel {
 
 class SKPError : public std::exception {
-public:
+  public:
     enum class Kind { sketchUpNotFound, api, unreadable, cancelled };
 
     static SKPError sketchUpNotFound(std::vector<std::filesystem::path> searched);
@@ -36,7 +36,7 @@ public:
                a.code_ == b.code_ && a.url_ == b.url_;
     }
 
-private:
+  private:
     explicit SKPError(Kind kind) : kind_(kind) {}
     Kind kind_;
     std::vector<std::filesystem::path> searched_;

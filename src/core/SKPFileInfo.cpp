@@ -36,7 +36,9 @@ std::vector<uint8_t> utf16le(std::string_view ascii) {
     return out;
 }
 
-Bytes bytes(std::string_view s) { return {reinterpret_cast<const uint8_t*>(s.data()), s.size()}; }
+Bytes bytes(std::string_view s) {
+    return {reinterpret_cast<const uint8_t*>(s.data()), s.size()};
+}
 
 // Strict UTF-16LE to UTF-8; nothing on a lone surrogate.
 std::optional<std::string> decodeUTF16LE(Bytes b) {
@@ -87,7 +89,9 @@ uint32_t crc32(const uint8_t* p, size_t n) {
     return c ^ 0xFFFFFFFFu;
 }
 
-uint32_t be32(const uint8_t* p) { return uint32_t(p[0]) << 24 | p[1] << 16 | p[2] << 8 | p[3]; }
+uint32_t be32(const uint8_t* p) {
+    return uint32_t(p[0]) << 24 | p[1] << 16 | p[2] << 8 | p[3];
+}
 
 // DWG files carry PNG-looking bytes cut up by their own section layout; a carve across such a
 // cut is not an image. The chunk chain must run intact, CRCs included, to the IEND found.
@@ -104,7 +108,9 @@ bool chunksRunIntactTo(std::span<const uint8_t> png) {
     return false;
 }
 
-bool isSpace(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r' || c == '\v' || c == '\f'; }
+bool isSpace(char c) {
+    return c == ' ' || c == '\t' || c == '\n' || c == '\r' || c == '\v' || c == '\f';
+}
 
 }  // namespace
 
@@ -116,7 +122,9 @@ std::string lowercaseExtension(const std::filesystem::path& url) {
     return ext;
 }
 
-bool SKPFileInfo::isDXF() const { return version == "DXF" || lowercaseExtension(url) == "dxf"; }
+bool SKPFileInfo::isDXF() const {
+    return version == "DXF" || lowercaseExtension(url) == "dxf";
+}
 
 bool SKPFileInfo::isDWG() const {
     std::string ext = lowercaseExtension(url);

@@ -51,9 +51,9 @@ struct Mesh {
     std::optional<int> material;  // absent: the enclosing instance's paint, else the default
     int layer = 0;
     std::vector<Float3> positions;
-    std::vector<Float3> normals;              // same length as positions
-    std::optional<std::vector<Float2>> uvs;   // same length as positions when present
-    std::vector<uint32_t> indices;            // three per triangle
+    std::vector<Float3> normals;             // same length as positions
+    std::optional<std::vector<Float2>> uvs;  // same length as positions when present
+    std::vector<uint32_t> indices;           // three per triangle
     friend bool operator==(const Mesh&, const Mesh&) = default;
 };
 
@@ -75,8 +75,8 @@ struct Instance {
 
 struct Definition {
     std::string name;
-    std::vector<Mesh> meshes;     // at most one per (material, layer)
-    std::vector<EdgeSet> edges;   // at most one per layer
+    std::vector<Mesh> meshes;    // at most one per (material, layer)
+    std::vector<EdgeSet> edges;  // at most one per layer
     std::vector<Instance> children;
     friend bool operator==(const Definition&, const Definition&) = default;
 };
@@ -109,7 +109,7 @@ struct Stats {
 };
 
 class SKPModel {
-public:
+  public:
     SKPModel() : SKPModel(Definition{}, {}, {}, {}, {}, std::nullopt, {}, {}, {}, {}, {}, {}) {}
     SKPModel(Definition root, std::vector<Definition> definitions, std::vector<Material> materials,
              std::vector<Layer> layers, std::vector<Scene> scenes, std::optional<Camera> camera,
@@ -139,7 +139,7 @@ public:
 
     friend bool operator==(const SKPModel&, const SKPModel&) = default;
 
-private:
+  private:
     std::vector<LayerGroup> layerGroups_;
 };
 

@@ -18,7 +18,8 @@ SettingsStore::SettingsStore(fs::path file) : path_(std::move(file)) {
     std::ifstream in(path_, std::ios::binary);
     std::stringstream buffer;
     if (in) buffer << in.rdbuf();
-    nlohmann::json parsed = nlohmann::json::parse(buffer.str(), nullptr, /*allow_exceptions=*/false);
+    nlohmann::json parsed =
+        nlohmann::json::parse(buffer.str(), nullptr, /*allow_exceptions=*/false);
     if (in && !parsed.is_discarded() && parsed.is_object()) {
         stored_ = std::move(parsed);
         return;

@@ -16,7 +16,7 @@
 namespace vistrel {
 
 class SettingsStore {
-public:
+  public:
     // Reads `file` if it exists. Errors reading it are not fatal (see above).
     explicit SettingsStore(std::filesystem::path file);
 
@@ -44,7 +44,7 @@ public:
     // Where a corrupt file was moved at start, if it was.
     std::optional<std::filesystem::path> quarantinedFile() const;
 
-private:
+  private:
     bool writeLocked();
     std::filesystem::path path_;
     mutable std::mutex mutex_;

@@ -38,7 +38,9 @@ SKPModel cube() {
     EdgeSet edges;
     edges.layer = 0;
     edges.positions.reserve(24);
-    auto corner = [](int i) { return Float3{float(i & 1), float((i >> 1) & 1), float((i >> 2) & 1)}; };
+    auto corner = [](int i) {
+        return Float3{float(i & 1), float((i >> 1) & 1), float((i >> 2) & 1)};
+    };
     for (auto& s : kSegments) {
         edges.positions.push_back(corner(s[0]));
         edges.positions.push_back(corner(s[1]));

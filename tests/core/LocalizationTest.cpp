@@ -11,7 +11,7 @@ namespace {
 
 // Each case starts from a clean store, command line and environment.
 class LocalizationTest : public testing::Test {
-protected:
+  protected:
     void SetUp() override {
         Localization::setStore(&store);
         Localization::setCommandLine({});

@@ -13,7 +13,9 @@ using namespace vistrel;
 
 namespace {
 
-std::vector<uint8_t> bytes(const std::string& s) { return {s.begin(), s.end()}; }
+std::vector<uint8_t> bytes(const std::string& s) {
+    return {s.begin(), s.end()};
+}
 
 std::vector<uint8_t> utf16(const std::string& ascii) {
     std::vector<uint8_t> out;
@@ -48,8 +50,8 @@ TEST(SKPFileInfo, sketchUpVersionMarkerAllowsAtMostFifteenBytesBeforeBrace) {
     EXPECT_EQ(SKPFileInfo::parseVersion(at(15)), "24.0.553");
     EXPECT_EQ(SKPFileInfo::parseVersion(at(16)), std::nullopt);
     // Closing brace farther than 64 bytes after the opening one: no version.
-    auto far = concat({utf16("SketchUp Model"), utf16("{"), std::vector<uint8_t>(64, 0x31),
-                       utf16("}")});
+    auto far =
+        concat({utf16("SketchUp Model"), utf16("{"), std::vector<uint8_t>(64, 0x31), utf16("}")});
     EXPECT_EQ(SKPFileInfo::parseVersion(far), std::nullopt);
     EXPECT_EQ(SKPFileInfo::parseVersion(concat({utf16("SketchUp Model"), utf16("{}")})),
               std::nullopt);
@@ -105,8 +107,8 @@ TEST(SKPFileInfo, dxfSniffingByContentAndExtension) {
     late += "SECTION HEADER";
     EXPECT_EQ(SKPFileInfo::parseDXFVersion(bytes(late), "/x/a.txt"), std::nullopt);
     // $ACADVER whose first four pieces hold no code.
-    auto noCode = SKPFileInfo::parseDXFVersion(bytes("SECTION HEADER $ACADVER 1 2 3 4 AC1015"),
-                                               "/x/a.txt");
+    auto noCode =
+        SKPFileInfo::parseDXFVersion(bytes("SECTION HEADER $ACADVER 1 2 3 4 AC1015"), "/x/a.txt");
     ASSERT_TRUE(noCode);
     EXPECT_EQ(noCode->first, "DXF");
     auto binary = SKPFileInfo::parseDXFVersion(bytes("AutoCAD Binary DXF\r\n\x1a"), "/x/a.bin");

@@ -17,8 +17,8 @@ SKPModel boxModel(Float3 size, int64_t faces, int64_t edges, const std::string& 
     stats.edges = edges;
     SKPFileInfo info;
     info.url = file;
-    return SKPModel({}, {}, {}, {{"Layer0", true, std::nullopt}}, {}, std::nullopt, {0, 0, 0},
-                    size, stats, info, std::nullopt, std::nullopt);
+    return SKPModel({}, {}, {}, {{"Layer0", true, std::nullopt}}, {}, std::nullopt, {0, 0, 0}, size,
+                    stats, info, std::nullopt, std::nullopt);
 }
 
 }  // namespace
@@ -38,15 +38,15 @@ TEST(SKPModel, planarRuleTable) {
         const char* file;
         bool planar;
     } cases[] = {
-        {{10, 10, 0}, 1, 0, "a.skp", false},       // flat SketchUp model with a face
-        {{10, 10, 0}, 0, 4, "a.skp", true},        // same outline, edges only
-        {{10, 10, 5}, 0, 4, "a.skp", false},       // SketchUp with height never planar
-        {{100, 100, 30}, 79, 2000, "a.dxf", true}, // mostly lines
+        {{10, 10, 0}, 1, 0, "a.skp", false},        // flat SketchUp model with a face
+        {{10, 10, 0}, 0, 4, "a.skp", true},         // same outline, edges only
+        {{10, 10, 5}, 0, 4, "a.skp", false},        // SketchUp with height never planar
+        {{100, 100, 30}, 79, 2000, "a.dxf", true},  // mostly lines
         {{100, 100, 30}, 80, 2000, "a.dxf", false},
         {{100, 100, 30}, 59, 1499, "a.dwg", true},
         {{100, 100, 30}, 60, 1499, "a.dwg", false},
-        {{100, 100, 30}, 0, 0, "a.dxf", false},    // no edges at all
-        {{100, 100, 0.5}, 5000, 10, "a.dxf", true}, // flat CAD always planar
+        {{100, 100, 30}, 0, 0, "a.dxf", false},      // no edges at all
+        {{100, 100, 0.5}, 5000, 10, "a.dxf", true},  // flat CAD always planar
         {{0.00005f, 0.00005f, 0}, 0, 4, "a.dxf", false},
     };
     for (const Case& c : cases) {

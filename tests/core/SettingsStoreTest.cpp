@@ -60,8 +60,8 @@ TEST(SettingsStore, corruptFileGivesDefaultsAndIsKeptAside) {
 TEST(SettingsStore, unwritableFolderKeepsValuesInMemory) {
     if (::geteuid() == 0) GTEST_SKIP() << "root can write anywhere";
     test::TempDir dir;
-    std::filesystem::permissions(dir.path(), std::filesystem::perms::owner_read |
-                                                 std::filesystem::perms::owner_exec);
+    std::filesystem::permissions(
+        dir.path(), std::filesystem::perms::owner_read | std::filesystem::perms::owner_exec);
     SettingsStore store(dir / "settings.json");
     EXPECT_FALSE(store.set("showsGrid", true));
     EXPECT_EQ(store.value("showsGrid"), true);

@@ -11,7 +11,7 @@ namespace vistrel::test {
 
 // A fresh folder under the system temporary folder, removed when the object dies.
 class TempDir {
-public:
+  public:
     TempDir() {
         std::random_device rd;
         path_ = std::filesystem::temp_directory_path() /
@@ -27,13 +27,13 @@ public:
     const std::filesystem::path& path() const { return path_; }
     std::filesystem::path operator/(const std::string& name) const { return path_ / name; }
 
-private:
+  private:
     std::filesystem::path path_;
 };
 
 // Sets an environment variable for the scope and restores the old value after.
 class ScopedEnv {
-public:
+  public:
     ScopedEnv(const char* name, const char* value) : name_(name) {
         if (const char* old = std::getenv(name)) old_ = old;
         if (value)
@@ -48,7 +48,7 @@ public:
             ::unsetenv(name_.c_str());
     }
 
-private:
+  private:
     std::string name_;
     std::optional<std::string> old_;
 };
