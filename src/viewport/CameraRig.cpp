@@ -148,7 +148,7 @@ void CameraRig::step(float dt) {
     if (glide_) {
         Glide& g = *glide_;
         const float elapsed = g.elapsed + dt;
-        const float r = elapsed / g.duration;
+        const float r = g.duration > 0 ? elapsed / g.duration : 1;
         const float e = smoothstep(std::min(r, 1.0f));
         pose_.position = g.from.position + (g.to.position - g.from.position) * e;
         pose_.pitch = g.from.pitch + (g.to.pitch - g.from.pitch) * e;

@@ -85,7 +85,6 @@ class CameraRig {
     const Pose& pose() const { return pose_; }
     Float2 spin() const { return spin_; }
     const std::optional<Glide>& glide() const { return glide_; }
-    bool isTicking() const { return timer_.isRunning(); }
     // A glide runs, inertia spins, or a move key is held.
     bool isMoving() const;
 
@@ -97,7 +96,8 @@ class CameraRig {
     void look(float dYaw, float dPitch);
     // Jumps without animation and stops glide and inertia; the scale goes to the node's camera.
     void set(const Pose& pose, std::optional<double> orthographicScale = std::nullopt);
-    // Animates from the current pose, replacing any glide under way; starts the timer.
+    // Animates from the current pose, replacing any glide under way; starts the timer. A
+    // duration of 0 or less arrives on the next step.
     void beginGlide(const Pose& to, double fromScale, double toScale, float duration);
     // Advances glide, then inertia, then key flight by dt seconds.
     void step(float dt);

@@ -84,23 +84,6 @@ TEST(VocabularyTest, labelsInBothLanguages) {
     }
 }
 
-TEST(VocabularyTest, iconsAreTheToolbarSymbols) {
-    const std::vector<std::string_view> icons = {icon(ShadingStyle::textured),
-                                                 icon(ShadingStyle::clay),
-                                                 icon(ShadingStyle::xray),
-                                                 icon(ShadingStyle::wireframe),
-                                                 icon(BackdropStyle::architecturalSky),
-                                                 icon(BackdropStyle::studioDark),
-                                                 icon(BackdropStyle::warmPaper),
-                                                 icon(BackdropStyle::customColor),
-                                                 icon(LightingMode::sun),
-                                                 icon(LightingMode::point)};
-    EXPECT_EQ(icons, (std::vector<std::string_view>{"cube.fill", "cube", "cube.transparent",
-                                                    "squareshape.split.2x2", "cloud.sun",
-                                                    "moon.stars", "doc.plaintext", "paintpalette",
-                                                    "sun.max.fill", "lightbulb.fill"}));
-}
-
 TEST(VocabularyTest, standardViewsLookAlongUnitAxesWithAnUpHintAcrossThem) {
     struct Case {
         StandardView view;
