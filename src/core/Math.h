@@ -113,4 +113,35 @@ struct Float4x4 {
     friend bool operator==(const Float4x4&, const Float4x4&) = default;
 };
 
+// 3x3 matrix held as three columns; enough for rotation frames.
+struct Float3x3 {
+    Float3 c0, c1, c2;
+    Float3 operator*(Float3 v) const { return c0 * v.x + c1 * v.y + c2 * v.z; }
+    // Transpose times v: v expressed in the frame of the columns when they are orthonormal.
+    Float3 transposeTimes(Float3 v) const { return {dot(c0, v), dot(c1, v), dot(c2, v)}; }
+    friend bool operator==(const Float3x3&, const Float3x3&) = default;
+};
+
+// Unit quaternion (x, y, z, w) of a rotation matrix; the columns must be orthonormal.
+inline Float4 quaternionFromRotation(const Float3x3& r) {
+    const float m00 = r.c0.x, m10 = r.c0.y, m20 = r.c0.z;
+    const float m01 = r.c1.x, m11 = r.c1.y, m21 = r.c1.z;
+    const float m02 = r.c2.x, m12 = r.c2.y, m22 = r.c2.z;
+    const float trace = m00 + m11 + m22;
+    if (trace > 0) {
+        float s = std::sqrt(trace + 1) * 2;
+        return {(m21 - m12) / s, (m02 - m20) / s, (m10 - m01) / s, 0.25f * s};
+    }
+    if (m00 > m11 && m00 > m22) {
+        float s = std::sqrt(1 + m00 - m11 - m22) * 2;
+        return {0.25f * s, (m01 + m10) / s, (m02 + m20) / s, (m21 - m12) / s};
+    }
+    if (m11 > m22) {
+        float s = std::sqrt(1 + m11 - m00 - m22) * 2;
+        return {(m01 + m10) / s, 0.25f * s, (m12 + m21) / s, (m02 - m20) / s};
+    }
+    float s = std::sqrt(1 + m22 - m00 - m11) * 2;
+    return {(m02 + m20) / s, (m12 + m21) / s, 0.25f * s, (m10 - m01) / s};
+}
+
 }  // namespace vistrel

@@ -1,0 +1,38 @@
+// A repeating timer that fires only when the test calls fire().
+#pragma once
+
+#include <cassert>
+#include <functional>
+
+#include "RepeatingTimer.h"
+
+namespace vistrel::test {
+
+class ManualTimer final : public viewport::RepeatingTimer {
+  public:
+    void start(double interval, std::function<void()> callback) override {
+        assert(!running_ && "starting a running timer");
+        interval_ = interval;
+        callback_ = std::move(callback);
+        running_ = true;
+        ++starts_;
+    }
+    // Keeps the callback: stop() is often called from inside it.
+    void stop() override { running_ = false; }
+    bool isRunning() const override { return running_; }
+
+    // One firing, as the event loop would deliver it; nothing when stopped.
+    void fire() {
+        if (running_) callback_();
+    }
+    double interval() const { return interval_; }
+    int starts() const { return starts_; }
+
+  private:
+    std::function<void()> callback_;
+    double interval_ = 0;
+    bool running_ = false;
+    int starts_ = 0;
+};
+
+}  // namespace vistrel::test

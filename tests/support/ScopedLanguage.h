@@ -1,0 +1,29 @@
+// Fixes the interface language for a scope, keeping the choice in a throw-away settings file.
+#pragma once
+
+#include "Localization.h"
+#include "SettingsStore.h"
+#include "TestEnv.h"
+
+namespace vistrel::test {
+
+class ScopedLanguage {
+  public:
+    explicit ScopedLanguage(AppLanguage language) {
+        Localization::setStore(&store_);
+        Localization::resetForTesting();
+        Localization::setCurrent(language);
+    }
+    ~ScopedLanguage() {
+        Localization::setStore(nullptr);
+        Localization::resetForTesting();
+    }
+    ScopedLanguage(const ScopedLanguage&) = delete;
+    ScopedLanguage& operator=(const ScopedLanguage&) = delete;
+
+  private:
+    TempDir dir_;
+    SettingsStore store_{dir_ / "settings.json"};
+};
+
+}  // namespace vistrel::test
