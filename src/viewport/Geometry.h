@@ -15,7 +15,7 @@ namespace vistrel::viewport {
 // Uninitialised storage of a fixed size, for buffers that are written completely anyway.
 template <typename T>
 class Buffer {
-public:
+  public:
     Buffer() = default;
     explicit Buffer(size_t count)
         : data_(count ? std::make_unique_for_overwrite<T[]>(count) : nullptr), count_(count) {}
@@ -30,7 +30,7 @@ public:
         count_ = 0;
     }
 
-private:
+  private:
     std::unique_ptr<T[]> data_;
     size_t count_ = 0;
 };

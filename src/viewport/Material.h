@@ -17,9 +17,9 @@ struct Material {
     enum class TransparencyMode { aOne, dualLayer };
 
     LightingModel lightingModel = LightingModel::physicallyBased;
-    Float4 diffuseColor{1, 1, 1, 1};          // sRGB with alpha; used when there is no image
+    Float4 diffuseColor{1, 1, 1, 1};            // sRGB with alpha; used when there is no image
     std::shared_ptr<const Image> diffuseImage;  // decoded texture, shared by every variant
-    Float4x4 contentsTransform;               // applied to texture coordinates
+    Float4x4 contentsTransform;                 // applied to texture coordinates
     bool wrapRepeat = false;
     float roughness = 0.85f;
     float metalness = 0;

@@ -16,7 +16,7 @@
 namespace vistrel::viewport {
 
 class SceneNode : public std::enable_shared_from_this<SceneNode> {
-public:
+  public:
     static std::shared_ptr<SceneNode> make(std::string name = {});
 
     std::string name;
@@ -41,7 +41,7 @@ public:
     bool isEffectivelyHidden() const;
     const std::shared_ptr<Material>& material() const;
 
-private:
+  private:
     std::vector<std::shared_ptr<SceneNode>> children_;
     SceneNode* parent_ = nullptr;
 };

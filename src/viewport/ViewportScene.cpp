@@ -232,7 +232,8 @@ void ViewportScene::build(const std::vector<LayerSet*>& sets) {
                 if (m.material)
                     material = scnMaterial(*m.material, hasUVs ? UVs::own : UVs::none);
                 else if (placement.material)
-                    material = scnMaterial(*placement.material, hasUVs ? UVs::inherited : UVs::none);
+                    material =
+                        scnMaterial(*placement.material, hasUVs ? UVs::inherited : UVs::none);
                 else
                     material = defaultMaterial();
                 auto [it, inserted] = faceIndex.try_emplace(material.get(), faces.size());
@@ -249,7 +250,8 @@ void ViewportScene::build(const std::vector<LayerSet*>& sets) {
                     continue;
                 edges.push_back({{p, int(j)},
                                  spatialKey(e.positions.front(), placement.transform),
-                                 int64_t(e.positions.size() / 2), int64_t(e.positions.size())});
+                                 int64_t(e.positions.size() / 2),
+                                 int64_t(e.positions.size())});
             }
         }
         size_t before = chunks.size();

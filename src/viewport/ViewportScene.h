@@ -27,7 +27,7 @@
 namespace vistrel::viewport {
 
 class ViewportScene {
-public:
+  public:
     struct Placement {
         int definition = -1;  // -1: the model's root
         Float4x4 transform;   // full world transform
@@ -137,7 +137,7 @@ public:
     void applyShadingStyle(SceneNode& node, const std::shared_ptr<Material>& original);
     void updateEdgeMaterial();
 
-private:
+  private:
     void place(int definition, const Float4x4& transform, std::optional<int> material,
                const std::vector<int>& layers);
     LayerSet* layerSet(const std::vector<int>& layers);

@@ -25,7 +25,9 @@ std::shared_ptr<const Image> decodeImage(const std::filesystem::path& path) {
     return image;
 }
 
-float luma(Float3 c) { return 0.2126f * c.x + 0.7152f * c.y + 0.0722f * c.z; }
+float luma(Float3 c) {
+    return 0.2126f * c.x + 0.7152f * c.y + 0.0722f * c.z;
+}
 
 }  // namespace
 
@@ -104,7 +106,8 @@ const std::shared_ptr<Material>& ViewportScene::clayMaterial() {
 }
 
 std::shared_ptr<Material> ViewportScene::xrayMaterial(const std::shared_ptr<Material>& original) {
-    if (auto it = xrayMaterials_.find(original.get()); it != xrayMaterials_.end()) return it->second;
+    if (auto it = xrayMaterials_.find(original.get()); it != xrayMaterials_.end())
+        return it->second;
     auto x = std::make_shared<Material>(*original);
     x->gpu.reset();
     x->transparency = std::min(original->transparency, 0.36f);

@@ -37,7 +37,7 @@ TEST(ViewportMaterials, opacityAndTransparencyRules) {
     EXPECT_FLOAT_EQ(thin->transparency, 0.08f);
     EXPECT_FALSE(thin->writesToDepthBuffer);
     auto flagged = s.scnMaterial(1, ViewportScene::UVs::none);
-    EXPECT_EQ(flagged->transparencyMode, Material::TransparencyMode::dualLayer);
+    EXPECT_EQ(flagged->transparencyMode, viewport::Material::TransparencyMode::dualLayer);
     EXPECT_FLOAT_EQ(flagged->transparency, 1.0f);
     EXPECT_TRUE(flagged->isSeeThrough());
     auto solid = s.scnMaterial(2, ViewportScene::UVs::none);
@@ -51,8 +51,9 @@ TEST(ViewportMaterials, opacityAndTransparencyRules) {
 TEST(ViewportMaterials, texturesDecodeOnceAndMissingFilesFallBackToColour) {
     test::TempDir dir;
     writeTinyPNG(dir / "t.png");
-    SKPModel m = withMaterials({{"wood", {0.5f, 0.4f, 0.3f, 1}, 0.5f, false, dir / "t.png", {2, 4}},
-                                {"lost", {0.1f, 0.2f, 0.3f, 1}, 1, false, dir / "nope.png", {1, 1}}});
+    SKPModel m =
+        withMaterials({{"wood", {0.5f, 0.4f, 0.3f, 1}, 0.5f, false, dir / "t.png", {2, 4}},
+                       {"lost", {0.1f, 0.2f, 0.3f, 1}, 1, false, dir / "nope.png", {1, 1}}});
     ViewportScene s(std::move(m));
     auto own = s.scnMaterial(0, ViewportScene::UVs::own);
     auto inherited = s.scnMaterial(0, ViewportScene::UVs::inherited);
@@ -116,7 +117,7 @@ TEST(ViewportMaterials, edgeColourContrastsWithTheBackdrop) {
     Float4 onPaper = s.edgeMaterial()->diffuseColor;
     auto luma = [](Float4 c) { return 0.2126f * c.x + 0.7152f * c.y + 0.0722f * c.z; };
     EXPECT_GT(luma(onDark), luma(onPaper));
-    EXPECT_EQ(s.edgeMaterial()->lightingModel, Material::LightingModel::constant);
+    EXPECT_EQ(s.edgeMaterial()->lightingModel, viewport::Material::LightingModel::constant);
     EXPECT_FALSE(s.edgeMaterial()->writesToDepthBuffer);
     EXPECT_TRUE(s.edgeMaterial()->edgeDepthBias);
 }
