@@ -50,6 +50,23 @@ Float4x4 rotationX(float radians) {
 
 constexpr float kInf = std::numeric_limits<float>::infinity();
 
+// Whether layers + layer, as layerKey forms it, equals key; without building the key.
+bool keyMatches(const std::vector<int>& layers, int layer, const std::vector<int>& key) {
+    const bool has = std::binary_search(layers.begin(), layers.end(), layer);
+    if (key.size() != layers.size() + (has ? 0 : 1)) return false;
+    size_t i = 0, k = 0;
+    bool inserted = has;
+    while (k < key.size()) {
+        if (!inserted && (i == layers.size() || layer < layers[i])) {
+            if (key[k++] != layer) return false;
+            inserted = true;
+        } else if (key[k++] != layers[i++]) {
+            return false;
+        }
+    }
+    return true;
+}
+
 }  // namespace
 
 int ViewportScene::LayerSet::primary() const {
@@ -226,7 +243,7 @@ void ViewportScene::build(const std::vector<LayerSet*>& sets) {
             const Definition& d = definition(placement.definition);
             for (size_t i = 0; i < d.meshes.size(); ++i) {
                 const Mesh& m = d.meshes[i];
-                if (layerKey(placement.layers, m.layer) != set->layers) continue;
+                if (!keyMatches(placement.layers, m.layer, set->layers)) continue;
                 std::shared_ptr<Material> material;
                 const bool hasUVs = m.uvs.has_value();
                 if (m.material)
@@ -246,7 +263,7 @@ void ViewportScene::build(const std::vector<LayerSet*>& sets) {
             }
             for (size_t j = 0; j < d.edges.size(); ++j) {
                 const EdgeSet& e = d.edges[j];
-                if (e.positions.empty() || layerKey(placement.layers, e.layer) != set->layers)
+                if (e.positions.empty() || !keyMatches(placement.layers, e.layer, set->layers))
                     continue;
                 edges.push_back({{p, int(j)},
                                  spatialKey(e.positions.front(), placement.transform),
