@@ -1,5 +1,7 @@
 #include "LayerGrouping.h"
 
+#include "TextFolding.h"
+
 #include <utf8proc.h>
 
 #include <algorithm>
@@ -35,29 +37,11 @@ std::string asciiLower(std::string_view s) {
     return r;
 }
 
-// Case and diacritics folded away, lower case. Bytes that are not UTF-8 fold as ASCII.
 std::string fold(std::string_view s) {
-    utf8proc_uint8_t* out = nullptr;
-    auto n = utf8proc_map(reinterpret_cast<const utf8proc_uint8_t*>(s.data()),
-                          utf8proc_ssize_t(s.size()), &out,
-                          utf8proc_option_t(UTF8PROC_STABLE | UTF8PROC_COMPOSE | UTF8PROC_CASEFOLD |
-                                            UTF8PROC_STRIPMARK));
-    if (n < 0) return asciiLower(s);
-    std::string r(reinterpret_cast<char*>(out), size_t(n));
-    std::free(out);
-    return r;
+    return foldCaseAndDiacritics(s);
 }
-
-// Unicode lower case, diacritics kept.
 std::string lower(std::string_view s) {
-    utf8proc_uint8_t* out = nullptr;
-    auto n = utf8proc_map(
-        reinterpret_cast<const utf8proc_uint8_t*>(s.data()), utf8proc_ssize_t(s.size()), &out,
-        utf8proc_option_t(UTF8PROC_STABLE | UTF8PROC_COMPOSE | UTF8PROC_CASEFOLD));
-    if (n < 0) return asciiLower(s);
-    std::string r(reinterpret_cast<char*>(out), size_t(n));
-    std::free(out);
-    return r;
+    return lowercased(s);
 }
 
 // Code points of a UTF-8 string; invalid bytes count as one each.

@@ -63,11 +63,15 @@ inline Float3 normalize(Float3 a) {
     float l = length(a);
     return l > 0 ? a / l : a;
 }
+// Lane-wise minimum and maximum where a NaN loses against a number, as fmin/fmax have it, but
+// inline: these sit in per-vertex loops, where a libm call per lane costs more than the loop.
+inline float minLane(float a, float b) { return (b < a || a != a) ? b : a; }
+inline float maxLane(float a, float b) { return (b > a || a != a) ? b : a; }
 inline Float3 min(Float3 a, Float3 b) {
-    return {std::fmin(a.x, b.x), std::fmin(a.y, b.y), std::fmin(a.z, b.z)};
+    return {minLane(a.x, b.x), minLane(a.y, b.y), minLane(a.z, b.z)};
 }
 inline Float3 max(Float3 a, Float3 b) {
-    return {std::fmax(a.x, b.x), std::fmax(a.y, b.y), std::fmax(a.z, b.z)};
+    return {maxLane(a.x, b.x), maxLane(a.y, b.y), maxLane(a.z, b.z)};
 }
 
 // 4x4 matrix, column-major: m[c * 4 + r]; columns are the basis vectors and the translation.

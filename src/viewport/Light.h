@@ -1,5 +1,7 @@
 // A light of the scene, in the renderer's terms: intensity in lumens as the look was designed,
-// colour temperature in kelvin, and shadow settings for the shadow-casting kinds.
+// colour temperature in kelvin, and shadow settings for the shadow-casting kinds. Directional
+// and spot lights shine along their node's local -Z axis; omni and spot lights sit at the
+// node's origin; an ambient light has neither.
 #pragma once
 
 #include "Math.h"
@@ -23,6 +25,8 @@ struct Light {
     float shadowCascadeSplittingFactor = 0.5f;
     bool automaticallyAdjustsShadowProjection = true;
     float maximumShadowDistance = 100;
+    float zNear = 0.1f;  // shadow projection range of spot and omni lights
+    float zFar = 100;
     float orthographicScale = 1;
     // Spot cone in degrees, attenuation distances in metres (0 end: no falloff).
     float spotInnerAngle = 0;

@@ -119,6 +119,11 @@ ViewportScene::ViewportScene(SKPModel model)
                     seconds, int(placements_.size()), int(layerSetList_.size()), built, int(nodes));
         std::fflush(stdout);
     }
+    createLights();
+}
+
+ViewportScene::~ViewportScene() {
+    if (pulseTimer_) pulseTimer_->stop();
 }
 
 const Definition& ViewportScene::definition(int index) const {

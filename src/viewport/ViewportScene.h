@@ -11,18 +11,25 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
 #include <set>
+#include <string_view>
 #include <unordered_map>
 #include <vector>
 
 #include "BackdropStyle.h"
+#include "Clock.h"
+#include "FaceBVH.h"
 #include "Image.h"
+#include "LightingMode.h"
+#include "RepeatingTimer.h"
 #include "SKPModel.h"
 #include "SceneNode.h"
 #include "ShadingStyle.h"
+#include "ViewportPointLight.h"
 
 namespace vistrel::viewport {
 
@@ -75,6 +82,7 @@ class ViewportScene {
 
     // Builds everything visible. Slow: run it away from the main thread.
     explicit ViewportScene(SKPModel model);
+    ~ViewportScene();
     ViewportScene(const ViewportScene&) = delete;
     ViewportScene& operator=(const ViewportScene&) = delete;
 
@@ -137,7 +145,91 @@ class ViewportScene {
     void applyShadingStyle(SceneNode& node, const std::shared_ptr<Material>& original);
     void updateEdgeMaterial();
 
+    // Lighting. Setters re-apply the rig at once.
+    const std::shared_ptr<SceneNode>& fill() const { return fill_; }
+    const std::shared_ptr<SceneNode>& sun() const { return sun_; }
+    const std::shared_ptr<SceneNode>& skyFill() const { return skyFill_; }
+    const std::shared_ptr<SceneNode>& pointLightsRoot() const { return pointLightsRoot_; }
+    float sunAzimuthDegrees() const { return sunAzimuthDegrees_; }
+    void setSunAzimuthDegrees(float degrees);
+    float sunElevationDegrees() const { return sunElevationDegrees_; }
+    void setSunElevationDegrees(float degrees);
+    float sunIntensity() const { return sunIntensity_; }
+    void setSunIntensity(float intensity);
+    float ambientIntensity() const { return ambientIntensity_; }
+    void setAmbientIntensity(float intensity);
+    bool shadowsEnabled() const { return shadowsEnabled_; }
+    void setShadowsEnabled(bool enabled);
+    LightingMode lightingMode() const { return lightingMode_; }
+    void setLightingMode(LightingMode mode);
+    const std::vector<ViewportPointLight>& pointLights() const { return pointLights_; }
+    void setPointLights(std::vector<ViewportPointLight> lights);
+    const std::vector<ViewportPointLight>& detectedSceneLights() const {
+        return detectedSceneLights_;
+    }
+    bool showsPointLightGizmo() const { return showsPointLightGizmo_; }
+    void setShowsPointLightGizmo(bool shows);
+    bool showsGrid() const { return showsGrid_; }
+    void setShowsGrid(bool shows);
+    const std::shared_ptr<SceneNode>& gridNode() const { return gridNode_; }
+    bool shadowQualityIsHigh() const { return shadowQualityIsHigh_; }
+    void setShadowQuality(bool high);
+    void resetSun();
+    void updateSunDirection();
+    void updateLightingModeAndPointLights();
+    // Where a new user light goes: the centre of what is visible.
+    Float3 defaultPointLightPosition();
+
+    // Light fixtures recognised by their component or layer names.
+    std::vector<ViewportPointLight> extractSceneLights() const;
+    static bool matchesLightName(std::string_view name);
+    static std::shared_ptr<SceneNode> makePointLightGizmo(float radius, bool isFromScene);
+    std::shared_ptr<SceneNode> buildGridNode() const;
+
+    // Layer visibility and bounds. Main thread only.
+    void setLayer(int index, bool visible);
+    // One entry per layer; fewer is a programming error.
+    void setLayers(const std::vector<bool>& visibility);
+    struct Bounds {
+        Float3 min, max;
+        friend bool operator==(const Bounds&, const Bounds&) = default;
+    };
+    Bounds visibleBounds();
+    std::optional<Bounds> bounds(const std::set<int>& layers);
+    std::vector<LayerSet*> matchingLayerSets(const std::set<int>& layers) const;
+
+    // The layer under a screen point, from a ray in model space. Edges within the pick radius
+    // win over the face behind them. Hierarchies over face chunks are built on first use.
+    std::optional<int> pickLayer(Float3 from, Float3 direction, Float3 right, Float3 up,
+                                 float reach, std::optional<float> orthoTolerance, float tanHalfFOV,
+                                 float viewportHeight, float screenRadiusPoints);
+    // The nearest visible face along a ray, back faces included (camera pivots, picking).
+    struct FaceHit {
+        float depth = 0;
+        LayerSet* set = nullptr;
+    };
+    std::optional<FaceHit> hitFaces(Float3 from, Float3 direction, float reach);
+    // Builds every face chunk's hierarchy now (benchmarks, or ahead of the first pick).
+    void prepareFacePicking();
+
+    // Hover and flash highlights. The flash needs a timer: without one it shows at full
+    // strength until cancelled.
+    void setTimerSource(std::unique_ptr<RepeatingTimer> timer, const Clock* clock);
+    const std::set<int>& hoveredLayers() const { return hoveredLayers_; }
+    void setHoveredLayers(const std::set<int>& layers);
+    void pulseLayers(const std::set<int>& layers, std::function<void()> onUpdate = {});
+    void cancelLayerPulse();
+    const std::set<int>& activePulseLayers() const { return activePulseLayers_; }
+    static constexpr double kPulseDuration = 0.55;
+
   private:
+    void createLights();
+    void applyHoverVisuals();
+    void runHoverRestore();
+    void applyPulseEnvelope(float v);
+    void layersChanged(const std::vector<LayerSet*>& affected);
+    bool hasHiddenLayer(const LayerSet& set) const;
+    Float3 highlightEdgeBase(bool& light) const;
     void place(int definition, const Float4x4& transform, std::optional<int> material,
                const std::vector<int>& layers);
     LayerSet* layerSet(const std::vector<int>& layers);
@@ -174,6 +266,34 @@ class ViewportScene {
     std::vector<std::shared_ptr<SceneNode>> edgeNodes_;
     std::vector<EdgeChunk> edgeChunks_;
     std::set<int> hiddenLayers_;
+
+    std::shared_ptr<SceneNode> fill_, sun_, skyFill_, pointLightsRoot_, gridNode_;
+    float sunAzimuthDegrees_ = -135, sunElevationDegrees_ = 45;
+    float sunIntensity_ = 1, ambientIntensity_ = 1;
+    bool shadowsEnabled_ = true;
+    LightingMode lightingMode_ = LightingMode::sun;
+    std::vector<ViewportPointLight> detectedSceneLights_;
+    std::vector<ViewportPointLight> pointLights_;
+    bool showsPointLightGizmo_ = true;
+    bool showsGrid_ = false;
+    bool shadowQualityIsHigh_ = true;
+
+    std::optional<Bounds> cachedVisibleBounds_;
+    // Face hierarchies cover faceNodes_ in order, one per batch built together.
+    std::vector<std::unique_ptr<FaceBVH>> faceBVHs_;
+    std::vector<uint8_t> pickableFaces_;  // per face node, refreshed at each pick
+
+    std::set<int> hoveredLayers_;
+    std::vector<std::function<void()>> hoverRestoreActions_;
+    std::set<int> activePulseLayers_;
+    std::vector<std::function<void()>> pulseRestoreActions_;
+    std::shared_ptr<Material> pulseEdgeMaterial_;
+    std::vector<std::shared_ptr<Material>> pulseFaceCopies_;
+    Float3 pulseStart_, pulsePeak_;
+    double pulseStartTime_ = 0;
+    std::function<void()> pulseOnUpdate_;
+    std::unique_ptr<RepeatingTimer> pulseTimer_;
+    const Clock* clock_ = nullptr;
 };
 
 }  // namespace vistrel::viewport

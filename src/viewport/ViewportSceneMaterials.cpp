@@ -149,9 +149,13 @@ void ViewportScene::applyShadingStyle(SceneNode& node, const std::shared_ptr<Mat
 }
 
 void ViewportScene::applyShadingStyle() {
+    // Highlights hold the old materials: drop them first, bring the hover back after.
+    runHoverRestore();
+    cancelLayerPulse();
     for (const FaceNode& f : faceNodes_) applyShadingStyle(*f.node, f.material);
     applyEdgeVisibility();
     updateEdgeMaterial();
+    applyHoverVisuals();
 }
 
 void ViewportScene::updateEdgeMaterial() {

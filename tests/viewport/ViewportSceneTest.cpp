@@ -57,7 +57,10 @@ TEST(ViewportScene, emptyModelHasNoSetsNoChunks) {
     ViewportScene s(SKPModel{});
     EXPECT_TRUE(s.layerSets().empty());
     EXPECT_TRUE(s.faceNodes().empty());
-    EXPECT_TRUE(s.modelRoot()->children().empty());
+    // Only the lights hang under the model root.
+    std::vector<std::string> names;
+    for (auto& c : s.modelRoot()->children()) names.push_back(c->name);
+    EXPECT_EQ(names, (std::vector<std::string>{"sun", "skyFill", "pointLights"}));
     EXPECT_EQ(s.placements().size(), 1u);  // the root itself
 }
 
