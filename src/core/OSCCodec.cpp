@@ -236,6 +236,9 @@ char32_t codePointAt(std::string_view s, size_t i, size_t& length) {
         if ((cb & 0xC0) != 0x80) return 0;
         c = (c << 6) | (cb & 0x3F);
     }
+    // Overlong forms, surrogates and values past U+10FFFF are not code points.
+    static constexpr char32_t smallest[] = {0, 0, 0x80, 0x800, 0x10000};
+    if (c < smallest[n] || (c >= 0xD800 && c <= 0xDFFF) || c > 0x10FFFF) return 0;
     length = n;
     return c;
 }
@@ -357,6 +360,8 @@ template <class... F>
 struct Overloaded : F... {
     using F::operator()...;
 };
+template <class... F>
+Overloaded(F...) -> Overloaded<F...>;
 
 }  // namespace
 

@@ -399,6 +399,7 @@ TEST(OSCCodec, boolValueConversions) {
         {"y es", std::nullopt},
         {"2", std::nullopt},
         {"\xFFyes", std::nullopt},
+        {"\xE0\x80\xA0yes", std::nullopt},  // an overlong space is no space
         {true, true},
         {false, false},
         {Value::impulse(), true},
