@@ -26,7 +26,12 @@ float largestSide(const SKPModel& model) {
 
 // Removes the temporary .skp on every way out; a failure of the removal is swallowed.
 struct TemporaryOutput {
-    fs::path path = fs::temp_directory_path() / ("Vistrel-CAD-" + makeUUIDText() + ".skp");
+    fs::path path = temporaryFolder() / ("Vistrel-CAD-" + makeUUIDText() + ".skp");
+    static fs::path temporaryFolder() {
+        std::error_code ec;
+        fs::path folder = fs::temp_directory_path(ec);
+        return ec ? fs::path("/tmp") : folder;
+    }
     ~TemporaryOutput() {
         std::error_code ec;
         fs::remove(path, ec);

@@ -21,6 +21,10 @@ constexpr int kMaxDepth = 63;
 constexpr int64_t kFacesPerPoll = 2000;
 constexpr size_t kGuidePointBudget = 60000;
 constexpr float kGuideHalfLength = 0.015f;
+// Counts beyond these come from a confused library, not from a model: the list or face is
+// treated as unreadable rather than allocated.
+constexpr size_t kMaxListLength = size_t{1} << 27;
+constexpr size_t kMaxFaceVertices = size_t{1} << 24;
 
 Float3 metres(const SUPoint3D& p) {
     return {static_cast<float>(p.x * kInch), static_cast<float>(p.y * kInch),
@@ -59,7 +63,7 @@ std::string trimmed(const std::string& s) {
 template <typename Count, typename Get>
 std::vector<SUHandle> list(Count count, Get get) {
     size_t n = 0;
-    if (count(&n) != 0 || n == 0) return {};
+    if (count(&n) != 0 || n == 0 || n > kMaxListLength) return {};
     std::vector<SUHandle> handles(n, nullptr);
     size_t got = 0;
     if (get(n, handles.data(), &got) != 0) return {};
@@ -176,8 +180,8 @@ void Converter::readMaterials(SUHandle model) {
             std::string ext =
                 fs::path(string(f.SUTextureGetFileName, texture)).extension().string();
             if (!ext.empty()) ext.erase(0, 1);
-            std::transform(ext.begin(), ext.end(), ext.begin(),
-                           [](unsigned char ch) { return static_cast<char>(std::tolower(ch)); });
+            for (char& ch : ext)
+                if (ch >= 'A' && ch <= 'Z') ch = static_cast<char>(ch - 'A' + 'a');
             if (ext.empty()) ext = "png";
             if (!textureDirectory_) {
                 std::error_code ec;
@@ -265,7 +269,7 @@ void Converter::convertFaces(SUHandle entities, Definition& definition, Box& box
         size_t T = 0, V = 0;
         if (f.SUMeshHelperGetNumTriangles(guard.helper, &T) != 0) T = 0;
         if (f.SUMeshHelperGetNumVertices(guard.helper, &V) != 0) V = 0;
-        if (T < 1 || V < 1) continue;
+        if (T < 1 || V < 1 || V > kMaxFaceVertices || T > kMaxFaceVertices) continue;
         if (points.size() < V) {
             points.resize(V);
             normals.resize(V);
