@@ -6,6 +6,7 @@
 #include <cmath>
 #include <fstream>
 #include <nlohmann/json.hpp>
+#include <thread>
 
 #include "Localization.h"
 #include "SKPConverter.h"
@@ -482,4 +483,30 @@ TEST_F(SKPReaderTest, missingOptionalFunctionsAreRespected) {
     EXPECT_FALSE(m.materials[0].isTransparent);
     EXPECT_FALSE(m.layers[0].folder);
     EXPECT_EQ(m.stats.edges, 0);
+}
+
+TEST_F(SKPReaderTest, namesThatAreNotUTF8AreRepaired) {
+    nlohmann::json scene = {{"materials", {{{"nameHex", "4fC328"}}, {{"nameHex", "e282ac"}}}}};
+    SKPModel m = load(writeScene(scene));
+    ASSERT_EQ(m.materials.size(), 2u);
+    EXPECT_EQ(m.materials[0].name, "O\xEF\xBF\xBD(");
+    EXPECT_EQ(m.materials[1].name, "\xE2\x82\xAC");
+}
+
+TEST_F(SKPReaderTest, concurrentLoadsTakeTheLibraryOneAtATime) {
+    // The stand-in refuses a second open model, as the real library cannot serve two loads.
+    std::vector<std::thread> threads;
+    std::atomic<int> loaded = 0;
+    for (int t = 0; t < 4; ++t)
+        threads.emplace_back([&] {
+            for (int i = 0; i < 3; ++i) {
+                try {
+                    if (SKPReader::load(fixture("hierarchy.json")).stats.faces == 3) ++loaded;
+                } catch (const SKPError&) {
+                }
+            }
+        });
+    for (std::thread& t : threads) t.join();
+    EXPECT_EQ(loaded, 12);
+    EXPECT_EQ(liveHandles(), 0);
 }

@@ -6,6 +6,7 @@
 // list in "fail" the functions that must fail for it, and in "wrongCount" the mesh getters that
 // must answer a wrong count. Names refer to materials, layers and definitions; a name starting
 // with "?" is a handle the model does not know, null is a null handle.
+#include <atomic>
 #include <cmath>
 #include <cstring>
 #include <deque>
@@ -98,7 +99,9 @@ struct Helper {
     Node* face;
 };
 
-int liveHandles = 0;
+std::atomic<int> liveHandles = 0;
+// The real library is not re-entrant: a second model opened while one is open is refused.
+std::atomic<int> openModels = 0;
 
 SUPoint3D point(const json& j) {
     return {j.at(0).get<double>(), j.at(1).get<double>(), j.at(2).get<double>()};
@@ -295,10 +298,18 @@ SUResult setString(SUHandle* name, const std::string& value) {
     return kOk;
 }
 
+// "nameHex" gives raw bytes, for names that are not valid UTF-8.
 SUResult nameOf(SUHandle h, SUHandle* name, const char* function) {
     if (!h) return kNullInput;
     if (fails(h, function)) return kGeneric;
-    return setString(name, node(h)->j.value("name", ""));
+    const json& j = node(h)->j;
+    if (j.contains("nameHex")) {
+        std::string hex = j["nameHex"].get<std::string>(), bytes;
+        for (size_t i = 0; i + 1 < hex.size(); i += 2)
+            bytes.push_back(static_cast<char>(std::stoi(hex.substr(i, 2), nullptr, 16)));
+        return setString(name, bytes);
+    }
+    return setString(name, j.value("name", ""));
 }
 
 SUResult boolField(SUHandle h, const char* function, const char* key, bool* out) {
@@ -382,9 +393,21 @@ STANDIN_EXPORT SUResult SUStringRelease(SUHandle* string) {
     return kOk;
 }
 
+static SUResult openModel(SUHandle* model, const char* path, int32_t* loadStatus);
+
 STANDIN_EXPORT SUResult SUModelCreateFromFileWithStatus(SUHandle* model, const char* path,
                                                         int32_t* loadStatus) {
     if (!model || !path || !loadStatus) return kNullInput;
+    if (openModels.fetch_add(1) != 0) {
+        --openModels;
+        return kGeneric;
+    }
+    SUResult r = openModel(model, path, loadStatus);
+    if (r != kOk) --openModels;
+    return r;
+}
+
+static SUResult openModel(SUHandle* model, const char* path, int32_t* loadStatus) {
     const char* overridePath = std::getenv("VISTREL_STANDIN_SCENE");
     std::ifstream in(overridePath ? overridePath : path);
     if (!in) return kSerialization;
@@ -406,6 +429,7 @@ STANDIN_EXPORT SUResult SUModelRelease(SUHandle* model) {
     delete static_cast<Model*>(*model);
     *model = nullptr;
     --liveHandles;
+    --openModels;
     return kOk;
 }
 
