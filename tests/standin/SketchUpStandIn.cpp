@@ -1,0 +1,788 @@
+// A stand-in for the closed SketchUp library, built by the tests only and never installed.
+//
+// It answers the 78 functions of the table with the library's conventions (untyped handles,
+// statuses, counts then capacities, inches, STQ coordinates) for a small scene described in JSON.
+// The scene is the file the reader opens, or $VISTREL_STANDIN_SCENE when set. Every element may
+// list in "fail" the functions that must fail for it, and in "wrongCount" the mesh getters that
+// must answer a wrong count. Names refer to materials, layers and definitions; a name starting
+// with "?" is a handle the model does not know, null is a null handle.
+#include <atomic>
+#include <cmath>
+#include <cstring>
+#include <deque>
+#include <fstream>
+#include <map>
+#include <memory>
+#include <nlohmann/json.hpp>
+#include <set>
+#include <string>
+#include <type_traits>
+#include <vector>
+
+#include "SketchUpFunctions.h"
+
+using nlohmann::json;
+
+namespace {
+
+constexpr SUResult kOk = 0;
+constexpr SUResult kNullInput = 1;
+constexpr SUResult kNullOutput = 3;
+constexpr SUResult kGeneric = 6;
+constexpr SUResult kSerialization = 7;
+constexpr SUResult kNoData = 9;
+constexpr SUResult kModelInvalid = 12;
+
+struct Model;
+
+struct Node {
+    json j;
+    Model* model = nullptr;
+    std::set<std::string> fails;
+    std::set<std::string> wrongCounts;
+    Node* layer = nullptr;
+    bool hasLayer = false;
+    Node* material = nullptr;
+    bool hasMaterial = false;
+    Node* front = nullptr;
+    bool hasFront = false;
+    Node* back = nullptr;
+    bool hasBack = false;
+    Node* texture = nullptr;
+    Node* folder = nullptr;
+    Node* camera = nullptr;
+    Node* entities = nullptr;
+    Node* definition = nullptr;
+    Node* start = nullptr;
+    Node* end = nullptr;
+    std::vector<Node*> faces, edges, groups, instances, guides, sceneLayers;
+    std::vector<SUPoint3D> vertices, frontSTQ, backSTQ;
+    std::vector<size_t> indices;
+    SUPoint3D normal{0, 0, 1};
+    SUPoint3D position{0, 0, 0};
+};
+
+struct Model {
+    std::deque<Node> nodes;
+    Node* top = nullptr;
+    Node* root = nullptr;
+    Node* camera = nullptr;
+    std::vector<Node*> materials, layers, scenes;
+    std::map<std::string, Node*> materialByName, layerByName, definitionByName;
+    std::map<std::string, Node*> strays;
+
+    Node* make(const json& j) {
+        nodes.emplace_back();
+        Node* n = &nodes.back();
+        n->j = j;
+        n->model = this;
+        if (j.is_object()) {
+            for (const auto& f : j.value("fail", json::array()))
+                n->fails.insert(f.get<std::string>());
+            for (const auto& f : j.value("wrongCount", json::array()))
+                n->wrongCounts.insert(f.get<std::string>());
+        }
+        return n;
+    }
+    Node* stray(const std::string& name) {
+        auto& n = strays[name];
+        if (!n) n = make(json::object());
+        return n;
+    }
+};
+
+struct StringObject {
+    std::string value;
+};
+
+struct Helper {
+    Node* face;
+};
+
+std::atomic<int> liveHandles = 0;
+// The real library is not re-entrant: a second model opened while one is open is refused.
+std::atomic<int> openModels = 0;
+
+SUPoint3D point(const json& j) {
+    return {j.at(0).get<double>(), j.at(1).get<double>(), j.at(2).get<double>()};
+}
+
+// Resolves a reference: absent => (nullptr, false), null => (nullptr, true), "?x" => a stray.
+void resolve(Model& m, const json& j, const char* key, std::map<std::string, Node*>& table,
+             Node*& out, bool& present) {
+    if (!j.is_object() || !j.contains(key)) return;
+    present = true;
+    const json& v = j[key];
+    if (v.is_null()) return;
+    std::string name = v.get<std::string>();
+    if (name.starts_with("?")) {
+        out = m.stray(name);
+        return;
+    }
+    auto it = table.find(name);
+    out = it == table.end() ? m.stray("?" + name) : it->second;
+}
+
+void drawingElement(Model& m, Node* n) {
+    resolve(m, n->j, "layer", m.layerByName, n->layer, n->hasLayer);
+    if (!n->hasLayer && !m.layers.empty()) {
+        n->layer = m.layers.front();
+        n->hasLayer = true;
+    }
+    resolve(m, n->j, "material", m.materialByName, n->material, n->hasMaterial);
+}
+
+Node* buildEntities(Model& m, const json& j);
+
+Node* buildFace(Model& m, const json& j) {
+    Node* n = m.make(j);
+    drawingElement(m, n);
+    resolve(m, j, "front", m.materialByName, n->front, n->hasFront);
+    resolve(m, j, "back", m.materialByName, n->back, n->hasBack);
+    for (const auto& v : j.at("vertices")) n->vertices.push_back(point(v));
+    if (j.contains("normal")) n->normal = point(j["normal"]);
+    if (j.contains("triangles")) {
+        for (const auto& t : j["triangles"])
+            for (const auto& i : t) n->indices.push_back(i.get<size_t>());
+    } else {
+        for (size_t i = 1; i + 1 < n->vertices.size(); ++i)
+            n->indices.insert(n->indices.end(), {0, i, i + 1});
+    }
+    for (const SUPoint3D& v : n->vertices) {
+        n->frontSTQ.push_back({v.x, v.y, 1});
+        n->backSTQ.push_back({-v.x, -v.y, 1});
+    }
+    if (j.contains("frontSTQ")) {
+        n->frontSTQ.clear();
+        for (const auto& v : j["frontSTQ"]) n->frontSTQ.push_back(point(v));
+    }
+    if (j.contains("backSTQ")) {
+        n->backSTQ.clear();
+        for (const auto& v : j["backSTQ"]) n->backSTQ.push_back(point(v));
+    }
+    return n;
+}
+
+Node* buildEntities(Model& m, const json& j) {
+    Node* e = m.make(j);
+    for (const auto& f : j.value("faces", json::array())) e->faces.push_back(buildFace(m, f));
+    // A row of unit triangles along X, for tests that need many faces.
+    if (j.contains("faceRow")) {
+        int count = j["faceRow"].get<int>();
+        for (int i = 0; i < count; ++i) {
+            json f = {{"vertices", {{i, 0, 0}, {i + 1, 0, 0}, {i, 1, 0}}}};
+            e->faces.push_back(buildFace(m, f));
+        }
+    }
+    for (const auto& ej : j.value("edges", json::array())) {
+        Node* edge = m.make(ej);
+        drawingElement(m, edge);
+        edge->start = m.make(json::object());
+        edge->start->position = point(ej.at("start"));
+        edge->end = m.make(json::object());
+        edge->end->position = point(ej.at("end"));
+        if (ej.value("failStart", false)) edge->start->fails.insert("SUVertexGetPosition");
+        e->edges.push_back(edge);
+    }
+    for (const auto& gj : j.value("guidePoints", json::array())) {
+        if (gj.is_null()) {
+            e->guides.push_back(nullptr);
+            continue;
+        }
+        Node* g = m.make(gj);
+        drawingElement(m, g);
+        g->position = point(gj.at("position"));
+        e->guides.push_back(g);
+    }
+    // A line of guide points one inch apart along X.
+    if (j.contains("guidePointCloud")) {
+        int count = j["guidePointCloud"].get<int>();
+        for (int i = 0; i < count; ++i) {
+            Node* g = m.make(json::object());
+            drawingElement(m, g);
+            g->position = {static_cast<double>(i), 0, 0};
+            e->guides.push_back(g);
+        }
+    }
+    for (const auto& gj : j.value("groups", json::array())) {
+        Node* g = m.make(gj);
+        drawingElement(m, g);
+        g->entities = buildEntities(m, gj.value("entities", json::object()));
+        e->groups.push_back(g);
+    }
+    // A chain of groups, each inside the previous one, each holding one face.
+    if (j.contains("groupNest")) {
+        int depth = j["groupNest"].get<int>();
+        json inner = json::object();
+        for (int d = depth; d >= 1; --d) {
+            json g = {
+                {"name", "level " + std::to_string(d)},
+                {"entities", {{"faces", {{{"vertices", {{0, 0, d}, {1, 0, d}, {0, 1, d}}}}}}}}};
+            if (!inner.empty()) g["entities"]["groups"] = {inner};
+            inner = g;
+        }
+        Node* g = m.make(inner);
+        drawingElement(m, g);
+        g->entities = buildEntities(m, inner.value("entities", json::object()));
+        e->groups.push_back(g);
+    }
+    for (const auto& ij : j.value("instances", json::array())) {
+        Node* i = m.make(ij);
+        drawingElement(m, i);
+        bool present = false;
+        resolve(m, ij, "definition", m.definitionByName, i->definition, present);
+        e->instances.push_back(i);
+    }
+    return e;
+}
+
+Node* buildCamera(Model& m, const json& j) {
+    return j.is_object() ? m.make(j) : nullptr;
+}
+
+std::unique_ptr<Model> buildModel(const json& scene) {
+    auto m = std::make_unique<Model>();
+    m->top = m->make(scene);
+    for (const auto& mj : scene.value("materials", json::array())) {
+        Node* n = m->make(mj);
+        if (mj.contains("texture")) n->texture = m->make(mj["texture"]);
+        m->materials.push_back(n);
+        m->materialByName[mj.value("name", "")] = n;
+    }
+    for (const auto& lj : scene.value("layers", json::array())) {
+        Node* n = m->make(lj);
+        if (lj.contains("folder")) n->folder = m->make(lj["folder"]);
+        m->layers.push_back(n);
+        m->layerByName[lj.value("name", "")] = n;
+    }
+    // Definitions first by name, so that instances anywhere can refer to them.
+    const json definitions = scene.value("definitions", json::object());
+    for (const auto& [name, dj] : definitions.items()) m->definitionByName[name] = m->make(dj);
+    for (const auto& [name, dj] : definitions.items())
+        m->definitionByName[name]->entities =
+            buildEntities(*m, dj.value("entities", json::object()));
+    m->root = buildEntities(*m, scene.value("entities", json::object()));
+    if (scene.contains("camera")) m->camera = buildCamera(*m, scene["camera"]);
+    for (const auto& sj : scene.value("scenes", json::array())) {
+        Node* s = m->make(sj);
+        if (sj.contains("camera")) s->camera = buildCamera(*m, sj["camera"]);
+        for (const auto& l : sj.value("hiddenLayers", json::array())) {
+            std::string name = l.get<std::string>();
+            auto it = m->layerByName.find(name);
+            s->sceneLayers.push_back(it == m->layerByName.end() ? m->stray(name) : it->second);
+        }
+        m->scenes.push_back(s);
+    }
+    return m;
+}
+
+Node* node(SUHandle h) {
+    return static_cast<Node*>(h);
+}
+
+bool fails(SUHandle h, const char* function) {
+    return node(h)->fails.count(function) > 0;
+}
+
+SUResult list(const std::vector<Node*>& items, size_t capacity, SUHandle* out, size_t* count) {
+    if (!out || !count) return kNullOutput;
+    size_t n = std::min(capacity, items.size());
+    for (size_t i = 0; i < n; ++i) out[i] = items[i];
+    *count = n;
+    return kOk;
+}
+
+SUResult setString(SUHandle* name, const std::string& value) {
+    if (!name || !*name) return kNullOutput;
+    static_cast<StringObject*>(*name)->value = value;
+    return kOk;
+}
+
+// "nameHex" gives raw bytes, for names that are not valid UTF-8.
+SUResult nameOf(SUHandle h, SUHandle* name, const char* function) {
+    if (!h) return kNullInput;
+    if (fails(h, function)) return kGeneric;
+    const json& j = node(h)->j;
+    if (j.contains("nameHex")) {
+        std::string hex = j["nameHex"].get<std::string>(), bytes;
+        for (size_t i = 0; i + 1 < hex.size(); i += 2)
+            bytes.push_back(static_cast<char>(std::stoi(hex.substr(i, 2), nullptr, 16)));
+        return setString(name, bytes);
+    }
+    return setString(name, j.value("name", ""));
+}
+
+SUResult boolField(SUHandle h, const char* function, const char* key, bool* out) {
+    if (!h) return kNullInput;
+    if (fails(h, function) || !node(h)->j.contains(key)) return kNoData;
+    *out = node(h)->j[key].get<bool>();
+    return kOk;
+}
+
+SUResult doubleField(SUHandle h, const char* function, const char* key, double* out) {
+    if (!h) return kNullInput;
+    if (fails(h, function) || !node(h)->j.contains(key)) return kNoData;
+    *out = node(h)->j[key].get<double>();
+    return kOk;
+}
+
+SUResult handleField(SUHandle h, const char* function, Node* target, bool present, SUHandle* out) {
+    if (!h) return kNullInput;
+    if (fails(h, function) || !present) return kNoData;
+    *out = target;
+    return kOk;
+}
+
+SUResult transformOf(SUHandle h, const char* function, SUTransformation* t) {
+    if (!h) return kNullInput;
+    if (fails(h, function)) return kGeneric;
+    const json& j = node(h)->j;
+    for (int i = 0; i < 16; ++i) t->values[i] = (i % 5 == 0) ? 1.0 : 0.0;
+    if (j.contains("transform"))
+        for (int i = 0; i < 16; ++i) t->values[i] = j["transform"].at(i).get<double>();
+    return kOk;
+}
+
+SUResult meshPoints(SUHandle h, const char* function, const std::vector<SUPoint3D>& src,
+                    size_t capacity, SUPoint3D* out, size_t* count) {
+    if (!h || !out || !count) return kNullInput;
+    Node* face = static_cast<Helper*>(h)->face;
+    if (face->fails.count(function)) return kGeneric;
+    size_t n = std::min(capacity, src.size());
+    std::copy(src.begin(), src.begin() + static_cast<std::ptrdiff_t>(n), out);
+    *count = face->wrongCounts.count(function) ? n - 1 : n;
+    return kOk;
+}
+
+}  // namespace
+
+#define STANDIN_EXPORT extern "C" __attribute__((visibility("default")))
+
+// Handles (models, strings, mesh helpers) the reader has not released yet.
+STANDIN_EXPORT int StandInLiveHandles() {
+    return liveHandles;
+}
+
+STANDIN_EXPORT void SUInitialize() {}
+
+STANDIN_EXPORT SUResult SUStringCreate(SUHandle* string) {
+    if (!string) return kNullOutput;
+    *string = new StringObject;
+    ++liveHandles;
+    return kOk;
+}
+STANDIN_EXPORT SUResult SUStringGetUTF8Length(SUHandle string, size_t* length) {
+    if (!string || !length) return kNullInput;
+    *length = static_cast<StringObject*>(string)->value.size();
+    return kOk;
+}
+STANDIN_EXPORT SUResult SUStringGetUTF8(SUHandle string, size_t capacity, char* utf8,
+                                        size_t* count) {
+    if (!string || !utf8 || !count) return kNullInput;
+    const std::string& v = static_cast<StringObject*>(string)->value;
+    size_t n = std::min(capacity, v.size());
+    std::memcpy(utf8, v.data(), n);
+    *count = n;
+    return kOk;
+}
+STANDIN_EXPORT SUResult SUStringRelease(SUHandle* string) {
+    if (!string || !*string) return kNullInput;
+    delete static_cast<StringObject*>(*string);
+    *string = nullptr;
+    --liveHandles;
+    return kOk;
+}
+
+static SUResult openModel(SUHandle* model, const char* path, int32_t* loadStatus);
+
+STANDIN_EXPORT SUResult SUModelCreateFromFileWithStatus(SUHandle* model, const char* path,
+                                                        int32_t* loadStatus) {
+    if (!model || !path || !loadStatus) return kNullInput;
+    if (openModels.fetch_add(1) != 0) {
+        --openModels;
+        return kGeneric;
+    }
+    SUResult r = openModel(model, path, loadStatus);
+    if (r != kOk) --openModels;
+    return r;
+}
+
+static SUResult openModel(SUHandle* model, const char* path, int32_t* loadStatus) {
+    const char* overridePath = std::getenv("VISTREL_STANDIN_SCENE");
+    std::ifstream in(overridePath ? overridePath : path);
+    if (!in) return kSerialization;
+    json scene = json::parse(in, nullptr, false);
+    if (scene.is_discarded() || !scene.is_object()) return kModelInvalid;
+    json open = scene.value("open", json::object());
+    if (SUResult r = open.value("result", 0); r != kOk) return r;
+    try {
+        *model = buildModel(scene).release();
+    } catch (const json::exception&) {
+        return kModelInvalid;
+    }
+    ++liveHandles;
+    *loadStatus = open.value("loadStatus", 0);
+    return kOk;
+}
+STANDIN_EXPORT SUResult SUModelRelease(SUHandle* model) {
+    if (!model || !*model) return kNullInput;
+    delete static_cast<Model*>(*model);
+    *model = nullptr;
+    --liveHandles;
+    --openModels;
+    return kOk;
+}
+
+static Model* modelOf(SUHandle h) {
+    return static_cast<Model*>(h);
+}
+static bool modelFails(SUHandle h, const char* function) {
+    return modelOf(h)->top->fails.count(function) > 0;
+}
+
+STANDIN_EXPORT SUResult SUModelGetEntities(SUHandle model, SUHandle* entities) {
+    if (!model || !entities) return kNullInput;
+    if (modelFails(model, "SUModelGetEntities")) return kGeneric;
+    *entities = modelOf(model)->root;
+    return kOk;
+}
+
+#define STANDIN_MODEL_LIST(Noun, member)                                                     \
+    STANDIN_EXPORT SUResult SUModelGetNum##Noun(SUHandle model, size_t* count) {             \
+        if (!model || !count) return kNullInput;                                             \
+        if (modelFails(model, "SUModelGetNum" #Noun)) return kGeneric;                       \
+        *count = modelOf(model)->member.size();                                              \
+        return kOk;                                                                          \
+    }                                                                                        \
+    STANDIN_EXPORT SUResult SUModelGet##Noun(SUHandle model, size_t capacity, SUHandle* out, \
+                                             size_t* count) {                                \
+        if (!model) return kNullInput;                                                       \
+        if (modelFails(model, "SUModelGet" #Noun)) return kGeneric;                          \
+        return list(modelOf(model)->member, capacity, out, count);                           \
+    }
+STANDIN_MODEL_LIST(Materials, materials)
+STANDIN_MODEL_LIST(Layers, layers)
+STANDIN_MODEL_LIST(Scenes, scenes)
+
+STANDIN_EXPORT SUResult SUModelGetCamera(SUHandle model, SUHandle* camera) {
+    if (!model || !camera) return kNullInput;
+    if (modelFails(model, "SUModelGetCamera") || !modelOf(model)->camera) return kNoData;
+    *camera = modelOf(model)->camera;
+    return kOk;
+}
+
+STANDIN_EXPORT SUResult SUMaterialGetName(SUHandle material, SUHandle* name) {
+    return nameOf(material, name, "SUMaterialGetName");
+}
+STANDIN_EXPORT SUResult SUMaterialGetColor(SUHandle material, SUColor* color) {
+    if (!material || !color) return kNullInput;
+    if (fails(material, "SUMaterialGetColor")) return kGeneric;
+    json c = node(material)->j.value("color", json::array({0, 0, 0, 255}));
+    *color = {c.at(0).get<uint8_t>(), c.at(1).get<uint8_t>(), c.at(2).get<uint8_t>(),
+              c.at(3).get<uint8_t>()};
+    return kOk;
+}
+STANDIN_EXPORT SUResult SUMaterialGetOpacity(SUHandle material, double* opacity) {
+    return doubleField(material, "SUMaterialGetOpacity", "opacity", opacity);
+}
+STANDIN_EXPORT SUResult SUMaterialGetUseOpacity(SUHandle material, bool* useOpacity) {
+    return boolField(material, "SUMaterialGetUseOpacity", "useOpacity", useOpacity);
+}
+#ifndef STANDIN_NO_OPTIONAL
+STANDIN_EXPORT SUResult SUMaterialIsDrawnTransparent(SUHandle material, bool* transparent) {
+    return boolField(material, "SUMaterialIsDrawnTransparent", "drawnTransparent", transparent);
+}
+#endif
+STANDIN_EXPORT SUResult SUMaterialGetType(SUHandle material, int32_t* type) {
+    if (!material || !type) return kNullInput;
+    if (fails(material, "SUMaterialGetType")) return kGeneric;
+    *type = node(material)->j.value("type", 0);
+    return kOk;
+}
+STANDIN_EXPORT SUResult SUMaterialGetTexture(SUHandle material, SUHandle* texture) {
+    if (!material || !texture) return kNullInput;
+    if (fails(material, "SUMaterialGetTexture") || !node(material)->texture) return kNoData;
+    *texture = node(material)->texture;
+    return kOk;
+}
+STANDIN_EXPORT SUResult SUTextureGetFileName(SUHandle texture, SUHandle* name) {
+    if (!texture) return kNullInput;
+    if (fails(texture, "SUTextureGetFileName")) return kGeneric;
+    return setString(name, node(texture)->j.value("fileName", ""));
+}
+STANDIN_EXPORT SUResult SUTextureWriteToFile(SUHandle texture, const char* path) {
+    if (!texture || !path) return kNullInput;
+    if (fails(texture, "SUTextureWriteToFile")) return kGeneric;
+    std::ofstream out(path, std::ios::binary);
+    out << node(texture)->j.value("data", "standin-image");
+    return out ? kOk : kSerialization;
+}
+STANDIN_EXPORT SUResult SUTextureGetDimensions(SUHandle texture, size_t* width, size_t* height,
+                                               double* sScale, double* tScale) {
+    if (!texture || !width || !height || !sScale || !tScale) return kNullInput;
+    if (fails(texture, "SUTextureGetDimensions")) return kGeneric;
+    const json& j = node(texture)->j;
+    *width = j.value("width", 1);
+    *height = j.value("height", 1);
+    *sScale = j.value("s", 0.0);
+    *tScale = j.value("t", 0.0);
+    return kOk;
+}
+
+STANDIN_EXPORT SUResult SULayerGetName(SUHandle layer, SUHandle* name) {
+    return nameOf(layer, name, "SULayerGetName");
+}
+STANDIN_EXPORT SUResult SULayerGetVisibility(SUHandle layer, bool* visible) {
+    return boolField(layer, "SULayerGetVisibility", "visible", visible);
+}
+#ifndef STANDIN_NO_OPTIONAL
+STANDIN_EXPORT SUResult SULayerGetParentLayerFolder(SUHandle layer, SUHandle* folder) {
+    if (!layer || !folder) return kNullInput;
+    if (fails(layer, "SULayerGetParentLayerFolder") || !node(layer)->folder) return kNoData;
+    *folder = node(layer)->folder;
+    return kOk;
+}
+STANDIN_EXPORT SUResult SULayerFolderGetName(SUHandle folder, SUHandle* name) {
+    if (!folder) return kNullInput;
+    if (node(folder)->j.is_string()) return setString(name, node(folder)->j.get<std::string>());
+    return kGeneric;
+}
+#endif
+
+#define STANDIN_ENTITIES_LIST(Noun, member)                                                        \
+    STANDIN_EXPORT SUResult SUEntitiesGetNum##Noun(SUHandle entities, size_t* count) {             \
+        if (!entities || !count) return kNullInput;                                                \
+        if (fails(entities, "SUEntitiesGetNum" #Noun)) return kGeneric;                            \
+        *count = node(entities)->member.size();                                                    \
+        return kOk;                                                                                \
+    }                                                                                              \
+    STANDIN_EXPORT SUResult SUEntitiesGet##Noun(SUHandle entities, size_t capacity, SUHandle* out, \
+                                                size_t* count) {                                   \
+        if (!entities) return kNullInput;                                                          \
+        if (fails(entities, "SUEntitiesGet" #Noun)) return kGeneric;                               \
+        return list(node(entities)->member, capacity, out, count);                                 \
+    }
+STANDIN_ENTITIES_LIST(Faces, faces)
+STANDIN_ENTITIES_LIST(Groups, groups)
+STANDIN_ENTITIES_LIST(Instances, instances)
+#ifndef STANDIN_NO_OPTIONAL
+STANDIN_ENTITIES_LIST(GuidePoints, guides)
+STANDIN_EXPORT SUResult SUGuidePointGetPosition(SUHandle point, SUPoint3D* position) {
+    if (!point || !position) return kNullInput;
+    if (fails(point, "SUGuidePointGetPosition")) return kGeneric;
+    *position = node(point)->position;
+    return kOk;
+}
+#endif
+
+STANDIN_EXPORT SUResult SUEntitiesGetNumEdges(SUHandle entities, bool, size_t* count) {
+    if (!entities || !count) return kNullInput;
+    if (fails(entities, "SUEntitiesGetNumEdges")) return kGeneric;
+    *count = node(entities)->edges.size();
+    return kOk;
+}
+STANDIN_EXPORT SUResult SUEntitiesGetEdges(SUHandle entities, bool standaloneOnly, size_t capacity,
+                                           SUHandle* out, size_t* count) {
+    if (!entities) return kNullInput;
+    // The reader wants the edges of faces too; this stand-in only has those of the scene.
+    if (standaloneOnly || fails(entities, "SUEntitiesGetEdges")) return kGeneric;
+    return list(node(entities)->edges, capacity, out, count);
+}
+
+STANDIN_EXPORT SUResult SUDrawingElementGetHidden(SUHandle element, bool* hidden) {
+    if (!element || !hidden) return kNullInput;
+    if (fails(element, "SUDrawingElementGetHidden")) return kGeneric;
+    *hidden = node(element)->j.is_object() && node(element)->j.value("hidden", false);
+    return kOk;
+}
+STANDIN_EXPORT SUResult SUDrawingElementGetLayer(SUHandle element, SUHandle* layer) {
+    if (!element || !layer) return kNullInput;
+    return handleField(element, "SUDrawingElementGetLayer", node(element)->layer,
+                       node(element)->hasLayer, layer);
+}
+STANDIN_EXPORT SUResult SUDrawingElementGetMaterial(SUHandle element, SUHandle* material) {
+    if (!element || !material) return kNullInput;
+    return handleField(element, "SUDrawingElementGetMaterial", node(element)->material,
+                       node(element)->hasMaterial, material);
+}
+
+STANDIN_EXPORT SUResult SUMeshHelperCreate(SUHandle* helper, SUHandle face) {
+    if (!helper || !face) return kNullInput;
+    if (fails(face, "SUMeshHelperCreate")) return kGeneric;
+    *helper = new Helper{node(face)};
+    ++liveHandles;
+    return kOk;
+}
+STANDIN_EXPORT SUResult SUMeshHelperGetNumTriangles(SUHandle helper, size_t* count) {
+    if (!helper || !count) return kNullInput;
+    *count = static_cast<Helper*>(helper)->face->indices.size() / 3;
+    return kOk;
+}
+STANDIN_EXPORT SUResult SUMeshHelperGetNumVertices(SUHandle helper, size_t* count) {
+    if (!helper || !count) return kNullInput;
+    *count = static_cast<Helper*>(helper)->face->vertices.size();
+    return kOk;
+}
+STANDIN_EXPORT SUResult SUMeshHelperGetVertices(SUHandle helper, size_t capacity,
+                                                SUPoint3D* vertices, size_t* count) {
+    return meshPoints(helper, "SUMeshHelperGetVertices",
+                      static_cast<Helper*>(helper)->face->vertices, capacity, vertices, count);
+}
+STANDIN_EXPORT SUResult SUMeshHelperGetNormals(SUHandle helper, size_t capacity, SUPoint3D* normals,
+                                               size_t* count) {
+    if (!helper) return kNullInput;
+    Node* face = static_cast<Helper*>(helper)->face;
+    std::vector<SUPoint3D> all(face->vertices.size(), face->normal);
+    return meshPoints(helper, "SUMeshHelperGetNormals", all, capacity, normals, count);
+}
+STANDIN_EXPORT SUResult SUMeshHelperGetVertexIndices(SUHandle helper, size_t capacity,
+                                                     size_t* indices, size_t* count) {
+    if (!helper || !indices || !count) return kNullInput;
+    Node* face = static_cast<Helper*>(helper)->face;
+    if (face->fails.count("SUMeshHelperGetVertexIndices")) return kGeneric;
+    size_t n = std::min(capacity, face->indices.size());
+    std::copy(face->indices.begin(), face->indices.begin() + static_cast<std::ptrdiff_t>(n),
+              indices);
+    *count = face->wrongCounts.count("SUMeshHelperGetVertexIndices") ? n - 1 : n;
+    return kOk;
+}
+STANDIN_EXPORT SUResult SUMeshHelperGetFrontSTQCoords(SUHandle helper, size_t capacity,
+                                                      SUPoint3D* stq, size_t* count) {
+    return meshPoints(helper, "SUMeshHelperGetFrontSTQCoords",
+                      static_cast<Helper*>(helper)->face->frontSTQ, capacity, stq, count);
+}
+STANDIN_EXPORT SUResult SUMeshHelperGetBackSTQCoords(SUHandle helper, size_t capacity,
+                                                     SUPoint3D* stq, size_t* count) {
+    return meshPoints(helper, "SUMeshHelperGetBackSTQCoords",
+                      static_cast<Helper*>(helper)->face->backSTQ, capacity, stq, count);
+}
+STANDIN_EXPORT SUResult SUMeshHelperRelease(SUHandle* helper) {
+    if (!helper || !*helper) return kNullInput;
+    delete static_cast<Helper*>(*helper);
+    *helper = nullptr;
+    --liveHandles;
+    return kOk;
+}
+
+STANDIN_EXPORT SUResult SUFaceGetFrontMaterial(SUHandle face, SUHandle* material) {
+    if (!face || !material) return kNullInput;
+    return handleField(face, "SUFaceGetFrontMaterial", node(face)->front, node(face)->hasFront,
+                       material);
+}
+STANDIN_EXPORT SUResult SUFaceGetBackMaterial(SUHandle face, SUHandle* material) {
+    if (!face || !material) return kNullInput;
+    return handleField(face, "SUFaceGetBackMaterial", node(face)->back, node(face)->hasBack,
+                       material);
+}
+
+STANDIN_EXPORT SUResult SUEdgeGetSoft(SUHandle edge, bool* soft) {
+    if (!edge || !soft) return kNullInput;
+    if (fails(edge, "SUEdgeGetSoft")) return kGeneric;
+    *soft = node(edge)->j.value("soft", false);
+    return kOk;
+}
+STANDIN_EXPORT SUResult SUEdgeGetStartVertex(SUHandle edge, SUHandle* vertex) {
+    return handleField(edge, "SUEdgeGetStartVertex", edge ? node(edge)->start : nullptr, true,
+                       vertex);
+}
+STANDIN_EXPORT SUResult SUEdgeGetEndVertex(SUHandle edge, SUHandle* vertex) {
+    return handleField(edge, "SUEdgeGetEndVertex", edge ? node(edge)->end : nullptr, true, vertex);
+}
+STANDIN_EXPORT SUResult SUVertexGetPosition(SUHandle vertex, SUPoint3D* position) {
+    if (!vertex || !position) return kNullInput;
+    if (fails(vertex, "SUVertexGetPosition")) return kGeneric;
+    *position = node(vertex)->position;
+    return kOk;
+}
+
+STANDIN_EXPORT SUResult SUGroupGetEntities(SUHandle group, SUHandle* entities) {
+    return handleField(group, "SUGroupGetEntities", group ? node(group)->entities : nullptr, true,
+                       entities);
+}
+STANDIN_EXPORT SUResult SUGroupGetTransform(SUHandle group, SUTransformation* transform) {
+    return transformOf(group, "SUGroupGetTransform", transform);
+}
+STANDIN_EXPORT SUResult SUGroupGetName(SUHandle group, SUHandle* name) {
+    return nameOf(group, name, "SUGroupGetName");
+}
+STANDIN_EXPORT SUResult SUComponentInstanceGetDefinition(SUHandle instance, SUHandle* definition) {
+    return handleField(instance, "SUComponentInstanceGetDefinition",
+                       instance ? node(instance)->definition : nullptr, true, definition);
+}
+STANDIN_EXPORT SUResult SUComponentInstanceGetTransform(SUHandle instance,
+                                                        SUTransformation* transform) {
+    return transformOf(instance, "SUComponentInstanceGetTransform", transform);
+}
+STANDIN_EXPORT SUResult SUComponentInstanceGetName(SUHandle instance, SUHandle* name) {
+    return nameOf(instance, name, "SUComponentInstanceGetName");
+}
+STANDIN_EXPORT SUResult SUComponentDefinitionGetName(SUHandle definition, SUHandle* name) {
+    if (!definition) return kNullInput;
+    for (const auto& [key, value] : node(definition)->model->definitionByName)
+        if (value == node(definition)) return setString(name, key);
+    return kGeneric;
+}
+STANDIN_EXPORT SUResult SUComponentDefinitionGetEntities(SUHandle definition, SUHandle* entities) {
+    return handleField(definition, "SUComponentDefinitionGetEntities",
+                       definition ? node(definition)->entities : nullptr, true, entities);
+}
+
+STANDIN_EXPORT SUResult SUSceneGetName(SUHandle scene, SUHandle* name) {
+    return nameOf(scene, name, "SUSceneGetName");
+}
+STANDIN_EXPORT SUResult SUSceneGetUseCamera(SUHandle scene, bool* useCamera) {
+    return boolField(scene, "SUSceneGetUseCamera", "useCamera", useCamera);
+}
+STANDIN_EXPORT SUResult SUSceneGetCamera(SUHandle scene, SUHandle* camera) {
+    return handleField(scene, "SUSceneGetCamera", scene ? node(scene)->camera : nullptr,
+                       scene && node(scene)->camera, camera);
+}
+STANDIN_EXPORT SUResult SUSceneGetUseHiddenLayers(SUHandle scene, bool* use) {
+    return boolField(scene, "SUSceneGetUseHiddenLayers", "useHiddenLayers", use);
+}
+STANDIN_EXPORT SUResult SUSceneGetNumLayers(SUHandle scene, size_t* count) {
+    if (!scene || !count) return kNullInput;
+    if (fails(scene, "SUSceneGetNumLayers")) return kGeneric;
+    *count = node(scene)->sceneLayers.size();
+    return kOk;
+}
+STANDIN_EXPORT SUResult SUSceneGetLayers(SUHandle scene, size_t capacity, SUHandle* layers,
+                                         size_t* count) {
+    if (!scene) return kNullInput;
+    if (fails(scene, "SUSceneGetLayers")) return kGeneric;
+    return list(node(scene)->sceneLayers, capacity, layers, count);
+}
+
+STANDIN_EXPORT SUResult SUCameraGetOrientation(SUHandle camera, SUPoint3D* position,
+                                               SUPoint3D* target, SUPoint3D* up) {
+    if (!camera || !position || !target || !up) return kNullInput;
+    const json& j = node(camera)->j;
+    if (fails(camera, "SUCameraGetOrientation") || !j.contains("position")) return kNoData;
+    *position = point(j["position"]);
+    *target = point(j.at("target"));
+    *up = point(j.value("up", json::array({0, 0, 1})));
+    return kOk;
+}
+STANDIN_EXPORT SUResult SUCameraGetPerspective(SUHandle camera, bool* perspective) {
+    return boolField(camera, "SUCameraGetPerspective", "perspective", perspective);
+}
+STANDIN_EXPORT SUResult SUCameraGetPerspectiveFrustumFOV(SUHandle camera, double* fov) {
+    return doubleField(camera, "SUCameraGetPerspectiveFrustumFOV", "fov", fov);
+}
+STANDIN_EXPORT SUResult SUCameraGetFOVIsHeight(SUHandle camera, bool* isHeight) {
+    return boolField(camera, "SUCameraGetFOVIsHeight", "fovIsHeight", isHeight);
+}
+STANDIN_EXPORT SUResult SUCameraGetAspectRatio(SUHandle camera, double* aspect) {
+    return doubleField(camera, "SUCameraGetAspectRatio", "aspect", aspect);
+}
+STANDIN_EXPORT SUResult SUCameraGetOrthographicFrustumHeight(SUHandle camera, double* height) {
+    return doubleField(camera, "SUCameraGetOrthographicFrustumHeight", "orthoHeight", height);
+}
+
+// Every export has the exact type of its slot in the reader's table.
+#ifndef STANDIN_NO_OPTIONAL
+#define STANDIN_CHECK(name, mandatory, ret, params) \
+    static_assert(std::is_same_v<decltype(&::name), ret(*) params>, #name);
+VISTREL_SU_FUNCTIONS(STANDIN_CHECK)
+#undef STANDIN_CHECK
+#endif
