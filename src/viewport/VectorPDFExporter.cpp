@@ -141,32 +141,61 @@ void drawShadedScene(cairo_t* cr, const std::vector<ProjectedTriangle>& triangle
 
     const double edgeAlpha = style == ShadingStyle::xray ? 0.72 : 0.9;
     const double edgeWidth = edges.size() > 120000 ? 0.35 : 0.52;
+
+    // Consecutive items that paint alike share one path: a run of edges, or a run of opaque
+    // triangles of one colour. Nothing is reordered, so the page looks the same, but cairo
+    // records one drawing per run rather than one per item.
+    enum class Run { none, edges, opaque };
+    Run run = Run::none;
+    Float3 runColor;
+    auto flush = [&] {
+        if (run == Run::edges) {
+            cairo_stroke(cr);
+        } else if (run == Run::opaque) {
+            // The thin stroke in the fill's colour closes the anti-aliasing seams between
+            // neighbouring triangles.
+            cairo_fill_preserve(cr);
+            cairo_stroke(cr);
+        }
+        run = Run::none;
+    };
     for (const SortItem& s : order) {
         if (s.item & kEdge) {
             const ProjectedEdge& e = edges[s.item & ~kEdge];
-            cairo_set_source_rgba(cr, edgeColor.x, edgeColor.y, edgeColor.z, edgeAlpha);
-            cairo_set_line_width(cr, edgeWidth);
+            if (run != Run::edges) {
+                flush();
+                cairo_set_source_rgba(cr, edgeColor.x, edgeColor.y, edgeColor.z, edgeAlpha);
+                cairo_set_line_width(cr, edgeWidth);
+                run = Run::edges;
+            }
             cairo_move_to(cr, e.p0.x, e.p0.y);
             cairo_line_to(cr, e.p1.x, e.p1.y);
-            cairo_stroke(cr);
             continue;
         }
         const ProjectedTriangle& t = triangles[s.item];
-        cairo_set_source_rgba(cr, t.color.x, t.color.y, t.color.z, t.alpha);
-        cairo_move_to(cr, t.p0.x, t.p0.y);
-        cairo_line_to(cr, t.p1.x, t.p1.y);
-        cairo_line_to(cr, t.p2.x, t.p2.y);
-        cairo_close_path(cr);
-        if (t.alpha >= 0.98f) {
-            // The thin stroke in the fill's colour closes the anti-aliasing seams between
-            // neighbouring triangles.
-            cairo_set_line_width(cr, 0.22);
-            cairo_fill_preserve(cr);
-            cairo_stroke(cr);
-        } else {
-            cairo_fill(cr);
+        const bool opaque = t.alpha >= 0.98f;
+        if (!opaque || run != Run::opaque || !(t.color == runColor)) {
+            flush();
+            cairo_set_source_rgba(cr, t.color.x, t.color.y, t.color.z, t.alpha);
+            if (opaque) {
+                cairo_set_line_width(cr, 0.22);
+                run = Run::opaque;
+                runColor = t.color;
+            }
         }
+        // One orientation for all, so that overlapping triangles in one path never cancel
+        // under the winding rule.
+        const double turn =
+            (t.p1.x - t.p0.x) * (t.p2.y - t.p0.y) - (t.p1.y - t.p0.y) * (t.p2.x - t.p0.x);
+        const PagePoint& second = turn >= 0 ? t.p1 : t.p2;
+        const PagePoint& third = turn >= 0 ? t.p2 : t.p1;
+        cairo_move_to(cr, t.p0.x, t.p0.y);
+        cairo_line_to(cr, second.x, second.y);
+        cairo_line_to(cr, third.x, third.y);
+        cairo_close_path(cr);
+        if (!opaque) cairo_fill(cr);
     }
+    flush();
     cairo_restore(cr);
 }
 

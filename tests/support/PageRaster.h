@@ -56,9 +56,14 @@ inline std::optional<Raster> rasterisePDF(const std::vector<std::uint8_t>& pdf,
     return readPNG(stem.string() + ".png");
 }
 
+// The environment's choice, else the folder the build names, else relative to the checkout.
 inline std::filesystem::path baselinesDir() {
-    const char* d = std::getenv("VISTREL_BASELINES_DIR");
-    return d ? std::filesystem::path(d) : std::filesystem::path("tests/baselines");
+    if (const char* d = std::getenv("VISTREL_BASELINES_DIR")) return d;
+#ifdef VISTREL_BASELINES_SOURCE_DIR
+    return VISTREL_BASELINES_SOURCE_DIR;
+#else
+    return "tests/baselines";
+#endif
 }
 
 // Empty when `actual` matches the baseline `name`.png; otherwise what went wrong. A missing

@@ -5,6 +5,7 @@
 #include <array>
 #include <cstdio>
 #include <memory>
+#include <numbers>
 
 #include "PDFTestModels.h"
 #include "PageRaster.h"
@@ -210,4 +211,34 @@ TEST(VectorPDFPage, picturesMatchBaselines) {
         const auto raster = render(synthetic, o, dir, c.name);
         EXPECT_EQ(test::compareWithBaseline(raster, c.name), "") << c.name;
     }
+}
+
+TEST(VectorPDFPage, equalDepthsPaintInListOrder) {
+    // Two coplanar squares seen straight from the front: the later mesh covers the earlier.
+    auto square = [](int material) {
+        Mesh m;
+        m.material = material;
+        m.positions = {{-1, 0, -1}, {1, 0, -1}, {1, 0, 1}, {-1, 0, 1}};
+        m.normals.assign(4, {0, -1, 0});
+        m.indices = {0, 1, 2, 0, 2, 3};
+        return m;
+    };
+    Definition root;
+    root.meshes = {square(0), square(1)};
+    const SKPModel model = test::makeModel(std::move(root), {},
+                                           {{"red", {0.9f, 0.1f, 0.1f, 1}, 1, false, {}, {1, 1}},
+                                            {"blue", {0.1f, 0.1f, 0.9f, 1}, 1, false, {}, {1, 1}}},
+                                           {}, {-1, 0, -1}, {1, 0, 1}, "Order.skp");
+    Options o;
+    o.pageSize = kPage;
+    o.pose.yaw = std::numbers::pi_v<float> / 2;  // looking along +Y
+    o.pose.position = {0, -5, 0};
+    o.pose.distance = 5;
+    o.isPerspective = false;
+    o.orthographicScale = 2;
+    o.showsEdges = false;
+    test::TempDir dir;
+    const auto raster = render(model, o, dir, "order");
+    const auto centre = raster.at(170, 110);
+    EXPECT_GT(centre.b, centre.r + 40) << "the second square is on top";
 }
