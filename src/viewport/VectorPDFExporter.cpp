@@ -4,6 +4,7 @@
 #include <cairo.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cmath>
 #include <cstdio>
 #include <random>
@@ -275,25 +276,29 @@ std::optional<std::vector<std::uint8_t>> renderPDF(const SKPModel& model, const 
 
 std::optional<std::string> writeFile(const std::vector<std::uint8_t>& data,
                                      const std::filesystem::path& path) {
+    auto failure = [&](const std::string& reason) {
+        return "Cannot write " + path.string() + ": " + reason;
+    };
     std::random_device rd;
     std::filesystem::path temporary = path;
     temporary += ".part-" + std::to_string(rd());
     std::FILE* f = std::fopen(temporary.c_str(), "wb");
-    if (!f) return "Cannot write " + path.string() + ": " + std::generic_category().message(errno);
-    const bool written = std::fwrite(data.data(), 1, data.size(), f) == data.size();
-    const bool flushed = std::fflush(f) == 0;
-    const int error = errno;
-    const bool closed = std::fclose(f) == 0;
+    if (!f) return failure(std::generic_category().message(errno));
+    // A full disk may only show at the flush or the close; each failure keeps its own errno.
+    int error = 0;
+    if (std::fwrite(data.data(), 1, data.size(), f) != data.size() || std::fflush(f) != 0)
+        error = errno ? errno : EIO;
+    if (std::fclose(f) != 0 && error == 0) error = errno ? errno : EIO;
     std::error_code ec;
-    if (!written || !flushed || !closed) {
+    if (error != 0) {
         std::filesystem::remove(temporary, ec);
-        return "Cannot write " + path.string() + ": " + std::generic_category().message(error);
+        return failure(std::generic_category().message(error));
     }
     std::filesystem::rename(temporary, path, ec);
     if (ec) {
         std::error_code ignored;
         std::filesystem::remove(temporary, ignored);
-        return "Cannot write " + path.string() + ": " + ec.message();
+        return failure(ec.message());
     }
     return std::nullopt;
 }
