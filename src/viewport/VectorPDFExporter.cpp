@@ -303,6 +303,15 @@ std::optional<std::string> writeFile(const std::vector<std::uint8_t>& data,
     return std::nullopt;
 }
 
+Float2 pageSizeForView(std::optional<Float2> requested, Float2 viewSize) {
+    Float2 size{1440, 900};
+    if (requested)
+        size = *requested;
+    else if (viewSize.x > 10 && viewSize.y > 10)
+        size = viewSize;
+    return {std::max(size.x, 320.0f), std::max(size.y, 240.0f)};
+}
+
 Options initialViewOptions(const SKPModel& model, Float2 pageSize) {
     Options options;
     options.pageSize = {std::max(pageSize.x, 64.0f), std::max(pageSize.y, 64.0f)};
@@ -318,8 +327,10 @@ Options initialViewOptions(const SKPModel& model, Float2 pageSize) {
 }
 
 std::optional<std::string> exportInitialView(const SKPModel& model,
-                                             const std::filesystem::path& path, Float2 pageSize) {
-    const auto data = renderPDF(model, initialViewOptions(model, pageSize));
+                                             const std::filesystem::path& path,
+                                             std::optional<Float2> pageSize) {
+    const auto data =
+        renderPDF(model, initialViewOptions(model, pageSizeForView(pageSize, {0, 0})));
     if (!data) return std::string("Failed to generate vector PDF");
     return writeFile(*data, path);
 }

@@ -51,14 +51,19 @@ std::optional<std::vector<std::uint8_t>> renderPDF(const SKPModel& model, const 
 std::optional<std::string> writeFile(const std::vector<std::uint8_t>& data,
                                      const std::filesystem::path& path);
 
+// The page of an export from a view: the requested size, else the view's own when both sides
+// exceed 10 points, else 1440 x 900; never below 320 x 240.
+Float2 pageSizeForView(std::optional<Float2> requested, Float2 viewSize);
+
 // The options of the view a file first opens on (model camera, else top for a flat drawing,
 // else iso; framed on the visible layers for a viewport of `pageSize`) with the default look.
 Options initialViewOptions(const SKPModel& model, Float2 pageSize = {1440, 900});
 
-// The headless conversion: renders the initial view and writes it to `path`. Returns an English
-// message on failure; nothing is left at `path` then.
+// The headless conversion: renders the initial view on a page sized as an export from a view
+// would be (1440 x 900 unless given) and writes it to `path`. Returns an English message on
+// failure; nothing is left at `path` then.
 std::optional<std::string> exportInitialView(const SKPModel& model,
                                              const std::filesystem::path& path,
-                                             Float2 pageSize = {1440, 900});
+                                             std::optional<Float2> pageSize = std::nullopt);
 
 }  // namespace vistrel::viewport::VectorPDFExporter

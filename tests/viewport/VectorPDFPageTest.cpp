@@ -161,14 +161,21 @@ TEST(VectorPDFPage, pageSmallerThanFloorBecomes64Points) {
     EXPECT_EQ(raster.height, 64);
 }
 
+TEST(VectorPDFPage, viewPageSizeFallsBackAndHasFloor) {
+    EXPECT_EQ(pageSizeForView(Float2{800, 600}, {2000, 1000}), (Float2{800, 600}));
+    EXPECT_EQ(pageSizeForView(std::nullopt, {1000, 700}), (Float2{1000, 700}));
+    EXPECT_EQ(pageSizeForView(std::nullopt, {1000, 10}), (Float2{1440, 900}));
+    EXPECT_EQ(pageSizeForView(Float2{100, 100}, {}), (Float2{320, 240}));
+}
+
 TEST(VectorPDFPage, documentNamesFileAndCreator) {
     test::TempDir dir;
-    ASSERT_FALSE(exportInitialView(SyntheticModel::cube(), dir / "out.pdf", kPage));
+    ASSERT_FALSE(exportInitialView(SyntheticModel::cube(), dir / "out.pdf"));
     const std::string info = pdfInfo(dir / "out.pdf");
     EXPECT_EQ(field(info, "Title"), "Cube") << info;
     EXPECT_EQ(field(info, "Creator"), "Vistrel \xE2\x80\x94 Norvane Works");
     EXPECT_EQ(field(info, "Pages"), "1");
-    EXPECT_EQ(field(info, "Page size"), "320 x 240 pts");
+    EXPECT_EQ(field(info, "Page size"), "1440 x 900 pts") << "the default page";
 }
 
 TEST(VectorPDFPage, unwritableDestinationReportsAndLeavesNothing) {
