@@ -22,7 +22,7 @@ int main(int argc, char** argv) {
     for (auto& f : scene.faceNodes()) triangles += double(f.node->geometry->primitiveCount());
 
     auto t0 = Steady::now();
-    scene.prepareFacePicking();
+    scene.preparePicking();
     const double buildSeconds = std::chrono::duration<double>(Steady::now() - t0).count();
 
     const auto b = scene.visibleBounds();

@@ -22,9 +22,9 @@
 
 #include "BackdropStyle.h"
 #include "Clock.h"
-#include "FaceBVH.h"
 #include "Image.h"
 #include "LightingMode.h"
+#include "PrimitiveBVH.h"
 #include "RepeatingTimer.h"
 #include "SKPModel.h"
 #include "SceneNode.h"
@@ -209,8 +209,8 @@ class ViewportScene {
         LayerSet* set = nullptr;
     };
     std::optional<FaceHit> hitFaces(Float3 from, Float3 direction, float reach);
-    // Builds every face chunk's hierarchy now (benchmarks, or ahead of the first pick).
-    void prepareFacePicking();
+    // Builds the face and edge hierarchies now (benchmarks, or ahead of the first pick).
+    void preparePicking();
 
     // Hover and flash highlights. The flash needs a timer: without one it shows at full
     // strength until cancelled.
@@ -279,9 +279,11 @@ class ViewportScene {
     bool shadowQualityIsHigh_ = true;
 
     std::optional<Bounds> cachedVisibleBounds_;
-    // Face hierarchies cover faceNodes_ in order, one per batch built together.
-    std::vector<std::unique_ptr<FaceBVH>> faceBVHs_;
+    // Hierarchies cover faceNodes_ and edgeChunks_ in order, one per batch built together.
+    std::vector<std::unique_ptr<PrimitiveBVH>> faceBVHs_;
+    std::vector<std::unique_ptr<PrimitiveBVH>> edgeBVHs_;
     std::vector<uint8_t> pickableFaces_;  // per face node, refreshed at each pick
+    std::vector<uint8_t> pickableEdges_;  // per edge chunk, refreshed at each pick
 
     std::set<int> hoveredLayers_;
     std::vector<std::function<void()>> hoverRestoreActions_;

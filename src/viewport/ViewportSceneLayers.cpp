@@ -131,19 +131,29 @@ std::optional<ViewportScene::Bounds> ViewportScene::bounds(const std::set<int>& 
     return Bounds{lo, hi};
 }
 
-void ViewportScene::prepareFacePicking() {
-    const size_t covered =
-        faceBVHs_.empty() ? 0 : faceBVHs_.back()->firstTag() + faceBVHs_.back()->tagCount();
-    if (covered == faceNodes_.size()) return;
+namespace {
+
+// A hierarchy over the geometries of items [covered, count) not yet covered by earlier ones.
+template <typename Items, typename GeometryOf>
+void coverNewItems(std::vector<std::unique_ptr<PrimitiveBVH>>& bvhs, const Items& items,
+                   GeometryOf geometryOf) {
+    const size_t covered = bvhs.empty() ? 0 : bvhs.back()->firstTag() + bvhs.back()->tagCount();
+    if (covered == items.size()) return;
     std::vector<const Geometry*> geometries;
-    for (size_t i = covered; i < faceNodes_.size(); ++i)
-        geometries.push_back(faceNodes_[i].node->geometry.get());
-    faceBVHs_.push_back(std::make_unique<FaceBVH>(std::move(geometries), uint32_t(covered)));
+    for (size_t i = covered; i < items.size(); ++i) geometries.push_back(geometryOf(items[i]));
+    bvhs.push_back(std::make_unique<PrimitiveBVH>(std::move(geometries), uint32_t(covered)));
+}
+
+}  // namespace
+
+void ViewportScene::preparePicking() {
+    coverNewItems(faceBVHs_, faceNodes_, [](const FaceNode& f) { return f.node->geometry.get(); });
+    coverNewItems(edgeBVHs_, edgeChunks_, [](const EdgeChunk& e) { return e.geometry.get(); });
 }
 
 std::optional<ViewportScene::FaceHit> ViewportScene::hitFaces(Float3 from, Float3 direction,
                                                               float reach) {
-    prepareFacePicking();
+    preparePicking();
     pickableFaces_.resize(faceNodes_.size());
     for (size_t i = 0; i < faceNodes_.size(); ++i) {
         const SceneNode& n = *faceNodes_[i].node;
@@ -183,42 +193,43 @@ std::optional<int> ViewportScene::pickLayer(Float3 from, Float3 direction, Float
         const float k = 2 * tanHalfFOV / std::max(viewportHeight, 1.0f) * screenRadiusPoints;
         const float depthLimit = face ? std::min(faceDepth * 1.02f + 0.05f, reach) : reach;
         const float margin = orthoTolerance ? *orthoTolerance : k * depthLimit;
-        float bestScore = kInf;
-        for (const EdgeChunk& chunk : edgeChunks_) {
-            if (!chunk.node || chunk.node->isHidden || !chunk.set->node ||
-                chunk.set->node->isHidden || hasHiddenLayer(*chunk.set) || chunk.vertexCount < 2)
-                continue;
-            const Geometry& g = *chunk.geometry;
-            const Float3 pad{margin, margin, margin};
-            if (!rayHitsBox(from, direction, depthLimit + margin, g.boundsMin - pad,
-                            g.boundsMax + pad))
-                continue;
-            const Float3* p = g.positions.data();
-            const size_t count = size_t(chunk.vertexCount) & ~size_t(1);
-            for (size_t i = 0; i < count; i += 2) {
-                const Float3 a = p[i] - from, b = p[i + 1] - from;
-                const float ta = dot(a, direction), tb = dot(b, direction);
-                if (std::max(ta, tb) < 0 || std::min(ta, tb) > depthLimit) continue;
-                const float coarse =
-                    orthoTolerance ? *orthoTolerance : k * std::max(std::max(ta, tb), 0.01f);
-                const float ra = dot(a, r), rb = dot(b, r), ua = dot(a, v), ub = dot(b, v);
-                if ((ra > coarse && rb > coarse) || (ra < -coarse && rb < -coarse)) continue;
-                if ((ua > coarse && ub > coarse) || (ua < -coarse && ub < -coarse)) continue;
-                const float dr = rb - ra, du = ub - ua, l = dr * dr + du * du;
-                const float s = l <= 1e-12f ? 0 : std::clamp(-(ra * dr + ua * du) / l, 0.0f, 1.0f);
-                const float t = ta + (tb - ta) * s;
-                if (t < 0 || t > depthLimit) continue;
-                const float fine =
-                    std::max(orthoTolerance ? *orthoTolerance : k * std::max(t, 0.01f), 1e-5f);
-                const float d = std::hypot(ra + dr * s, ua + du * s);
-                if (d > fine || t > faceDepth + 1.5f * fine) continue;
-                const float score = t + (d / fine) * 2 * fine;
-                if (score < bestScore) {
-                    bestScore = score;
-                    edgeSet = chunk.set;
-                }
-            }
+        preparePicking();
+        pickableEdges_.resize(edgeChunks_.size());
+        for (size_t i = 0; i < edgeChunks_.size(); ++i) {
+            const EdgeChunk& c = edgeChunks_[i];
+            pickableEdges_[i] = c.node && !c.node->isHidden && c.set->node &&
+                                !c.set->node->isHidden && !hasHiddenLayer(*c.set) &&
+                                c.vertexCount >= 2;
         }
+        float bestScore = kInf;
+        auto score = [&](uint32_t chunkIndex, uint32_t segment) {
+            const Float3* p =
+                edgeChunks_[chunkIndex].geometry->positions.data() + 2 * size_t(segment);
+            const Float3 a = p[0] - from, b = p[1] - from;
+            const float ta = dot(a, direction), tb = dot(b, direction);
+            if (std::max(ta, tb) < 0 || std::min(ta, tb) > depthLimit) return;
+            const float coarse =
+                orthoTolerance ? *orthoTolerance : k * std::max(std::max(ta, tb), 0.01f);
+            const float ra = dot(a, r), rb = dot(b, r), ua = dot(a, v), ub = dot(b, v);
+            if ((ra > coarse && rb > coarse) || (ra < -coarse && rb < -coarse)) return;
+            if ((ua > coarse && ub > coarse) || (ua < -coarse && ub < -coarse)) return;
+            const float dr = rb - ra, du = ub - ua, l = dr * dr + du * du;
+            const float s = l <= 1e-12f ? 0 : std::clamp(-(ra * dr + ua * du) / l, 0.0f, 1.0f);
+            const float t = ta + (tb - ta) * s;
+            if (t < 0 || t > depthLimit) return;
+            const float fine =
+                std::max(orthoTolerance ? *orthoTolerance : k * std::max(t, 0.01f), 1e-5f);
+            const float d = std::hypot(ra + dr * s, ua + du * s);
+            if (d > fine || t > faceDepth + 1.5f * fine) return;
+            // Nearer is better, and of two edges at one depth the one under the pointer wins.
+            const float value = t + (d / fine) * 2 * fine;
+            if (value < bestScore) {
+                bestScore = value;
+                edgeSet = edgeChunks_[chunkIndex].set;
+            }
+        };
+        for (const auto& bvh : edgeBVHs_)
+            bvh->visitSegmentsNear(from, direction, depthLimit, margin, pickableEdges_, score);
     }
     if (edgeSet) return edgeSet->primary();
     if (face) return face->set->primary();

@@ -1,6 +1,7 @@
-#include "FaceBVH.h"
+#include "PrimitiveBVH.h"
 
 #include <algorithm>
+#include <cassert>
 #include <cmath>
 #include <limits>
 
@@ -36,7 +37,7 @@ Float3 inverse(Float3 d) {
 }  // namespace
 
 // Build-time record: contiguous, so the partitions walk memory in order.
-struct FaceBVH::BuildPrim {
+struct PrimitiveBVH::BuildPrim {
     Float3 centroid;
     Prim prim;
 };
@@ -45,19 +46,22 @@ bool rayHitsBox(Float3 origin, Float3 direction, float maxDistance, Float3 boxMi
     return slab(origin, inverse(direction), maxDistance, boxMin, boxMax) != kInf;
 }
 
-FaceBVH::FaceBVH(std::vector<const Geometry*> geometries, uint32_t firstTag)
+PrimitiveBVH::PrimitiveBVH(std::vector<const Geometry*> geometries, uint32_t firstTag)
     : geometries_(std::move(geometries)), firstTag_(firstTag) {
+    const bool lines =
+        !geometries_.empty() && geometries_.front()->primitive == Geometry::Primitive::lines;
+    verticesPerPrim_ = lines ? 2 : 3;
     size_t total = 0;
-    for (const Geometry* g : geometries_) total += g->indices.size() / 3;
+    for (const Geometry* g : geometries_) total += g->primitiveCount();
     std::vector<BuildPrim> prims;
     prims.reserve(total);
     for (uint32_t s = 0; s < geometries_.size(); ++s) {
-        const Geometry& g = *geometries_[s];
-        const uint32_t n = uint32_t(g.indices.size() / 3);
+        assert(geometries_[s]->primitive == geometries_.front()->primitive);
+        const uint32_t n = uint32_t(geometries_[s]->primitiveCount());
         for (uint32_t t = 0; t < n; ++t) {
-            const uint32_t* i = &g.indices[3 * size_t(t)];
-            prims.push_back(
-                {(g.positions[i[0]] + g.positions[i[1]] + g.positions[i[2]]) * (1.0f / 3), {s, t}});
+            Float3 sum{0, 0, 0};
+            for (int k = 0; k < verticesPerPrim_; ++k) sum += vertex({s, t}, k);
+            prims.push_back({sum * (1.0f / float(verticesPerPrim_)), {s, t}});
         }
     }
     nodes_.reserve(total ? 2 * (total / kLeafSize + 1) : 1);
@@ -68,7 +72,8 @@ FaceBVH::FaceBVH(std::vector<const Geometry*> geometries, uint32_t firstTag)
     for (size_t k = 0; k < total; ++k) prims_[k] = prims[k].prim;
 }
 
-void FaceBVH::build(uint32_t node, uint32_t first, uint32_t count, std::vector<BuildPrim>& prims) {
+void PrimitiveBVH::build(uint32_t node, uint32_t first, uint32_t count,
+                         std::vector<BuildPrim>& prims) {
     Float3 clo{kInf, kInf, kInf}, chi{-kInf, -kInf, -kInf};
     for (uint32_t k = first; k < first + count; ++k) {
         clo = min(clo, prims[k].centroid);
@@ -79,14 +84,12 @@ void FaceBVH::build(uint32_t node, uint32_t first, uint32_t count, std::vector<B
         extent.x > extent.y ? (extent.x > extent.z ? 0 : 2) : (extent.y > extent.z ? 1 : 2);
     if (count <= kLeafSize || !(extent[axis] > 0)) {
         Float3 lo{kInf, kInf, kInf}, hi{-kInf, -kInf, -kInf};
-        for (uint32_t k = first; k < first + count; ++k) {
-            const Geometry& g = *geometries_[prims[k].prim.source];
-            const uint32_t* i = &g.indices[3 * size_t(prims[k].prim.triangle)];
-            for (int v = 0; v < 3; ++v) {
-                lo = min(lo, g.positions[i[v]]);
-                hi = max(hi, g.positions[i[v]]);
+        for (uint32_t k = first; k < first + count; ++k)
+            for (int v = 0; v < verticesPerPrim_; ++v) {
+                const Float3 p = vertex(prims[k].prim, v);
+                lo = min(lo, p);
+                hi = max(hi, p);
             }
-        }
         nodes_[node] = {lo, hi, first, count};
         return;
     }
@@ -94,10 +97,10 @@ void FaceBVH::build(uint32_t node, uint32_t first, uint32_t count, std::vector<B
     // leave a side empty fall back to the median, which always halves.
     const float middle = (clo[axis] + chi[axis]) * 0.5f;
     auto begin = prims.begin() + first, end = begin + count;
-    uint32_t half = uint32_t(std::partition(begin, end, [axis, middle](const BuildPrim& p) {
-                                 return p.centroid[axis] < middle;
-                             }) -
-                             begin);
+    uint32_t half = uint32_t(
+        std::partition(begin, end,
+                       [axis, middle](const BuildPrim& p) { return p.centroid[axis] < middle; }) -
+        begin);
     if (half == 0 || half == count) {
         half = count / 2;
         std::nth_element(begin, begin + half, end, [axis](const BuildPrim& a, const BuildPrim& b) {
@@ -113,8 +116,15 @@ void FaceBVH::build(uint32_t node, uint32_t first, uint32_t count, std::vector<B
                     max(nodes_[left].max, nodes_[left + 1].max), left, 0};
 }
 
-std::optional<FaceBVH::Hit> FaceBVH::intersect(Float3 o, Float3 d, float maxDistance,
-                                               const std::vector<uint8_t>& enabled) const {
+Float3 PrimitiveBVH::vertex(Prim p, int k) const {
+    const Geometry& g = *geometries_[p.source];
+    if (verticesPerPrim_ == 2) return g.positions[2 * size_t(p.triangle) + size_t(k)];
+    return g.positions[g.indices[3 * size_t(p.triangle) + size_t(k)]];
+}
+
+std::optional<PrimitiveBVH::Hit> PrimitiveBVH::intersect(
+    Float3 o, Float3 d, float maxDistance, const std::vector<uint8_t>& enabled) const {
+    assert(verticesPerPrim_ == 3 && "ray hits are for triangles");
     if (prims_.empty()) return std::nullopt;
     const Float3 inv = inverse(d);
     float best = maxDistance;
