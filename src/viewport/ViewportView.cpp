@@ -29,6 +29,8 @@ ViewportView::ViewportView(RepeatingTimer& timer, const Clock& clock,
     CameraSettings camera;
     Rendering::configure(camera);
     camera.fieldOfView = 35;
+    // The camera follows the view's own switch, which starts off, from the first frame.
+    Rendering::setAmbientOcclusion(ambientOcclusionEnabled_, ambientOcclusionIntensity_, camera);
     cameraNode_.camera = camera;
     rig_.onChange = [this] { rigChanged(); };
 }
@@ -118,10 +120,15 @@ void ViewportView::setPerspective(bool perspective) {
     requestRedraw();
 }
 
-void ViewportView::setAmbientOcclusion(bool enabled, double intensity) {
+void ViewportView::setAmbientOcclusionEnabled(bool enabled) {
     ambientOcclusionEnabled_ = enabled;
+    Rendering::setAmbientOcclusion(enabled, ambientOcclusionIntensity_, *cameraNode_.camera);
+    requestRedraw();
+}
+
+void ViewportView::setAmbientOcclusionIntensity(double intensity) {
     ambientOcclusionIntensity_ = intensity;
-    Rendering::setAmbientOcclusion(enabled, intensity, *cameraNode_.camera);
+    Rendering::setAmbientOcclusion(ambientOcclusionEnabled_, intensity, *cameraNode_.camera);
     requestRedraw();
 }
 

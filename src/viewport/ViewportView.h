@@ -81,13 +81,16 @@ class ViewportView {
     void setPerspective(bool perspective);
     bool ambientOcclusionEnabled() const { return ambientOcclusionEnabled_; }
     double ambientOcclusionIntensity() const { return ambientOcclusionIntensity_; }
-    void setAmbientOcclusion(bool enabled, double intensity);
+    void setAmbientOcclusionEnabled(bool enabled);
+    void setAmbientOcclusionIntensity(double intensity);
     bool isFreeFlying() const { return isFreeFlying_; }
     // Captures the cursor while on; Esc or releaseInput() ends it.
     void setFreeFlying(bool flying);
 
     // Poses. cameraPose is present once a scene is.
     std::optional<CameraRig::Pose> cameraPose() const;
+    // The eye in model space, where lights and the model live.
+    Float3 cameraModelPosition() const { return rig_.pose().position; }
     // Shows the scene: the camera carrier goes under its model root, the file's camera or a
     // standard view is framed, a flat CAD drawing switches to parallel 2D navigation.
     void present(std::shared_ptr<ViewportScene> scene);

@@ -316,7 +316,8 @@ TEST_F(ViewportViewTest, wheelDuringRightButtonLookChangesFlightSpeedOnly) {
 
 TEST_F(ViewportViewTest, parallelAndBackKeepsTheFramingAtTheTarget) {
     present(floorModel());
-    view.setAmbientOcclusion(true, 0.6);
+    view.setAmbientOcclusionIntensity(0.6);
+    view.setAmbientOcclusionEnabled(true);
     view.orbitByDegrees(25, -10);
     const Pose before = view.rig().pose();
     const float height = view.visibleHeight();
@@ -330,6 +331,28 @@ TEST_F(ViewportViewTest, parallelAndBackKeepsTheFramingAtTheTarget) {
     EXPECT_NEAR(view.rig().pose().distance, before.distance, before.distance * 1e-5f);
     expectNear(view.rig().pose().target(), before.target());
     EXPECT_EQ(view.cameraNode().camera->screenSpaceAmbientOcclusionIntensity, 0.6);
+}
+
+TEST_F(ViewportViewTest, aParallelFileCameraIsShownAndResetToAsSaved) {
+    SKPModel model = floorModel();
+    model.camera = Camera{{10, -30, 25}, {0, 0, 0}, {0, 0, 1}, false, 50, 18};
+    present(std::move(model));
+    EXPECT_FALSE(view.isPerspective());
+    EXPECT_EQ(view.orthographicScale(), 9);
+    EXPECT_EQ(view.fieldOfView(), 50);
+    expectNear(view.rig().pose().position, {10, -30, 25});
+    expectNear(view.rig().pose().target(), {0, 0, 0});
+
+    std::vector<bool> resets;
+    view.onResetView = [&](bool perspective) { resets.push_back(perspective); };
+    view.setPerspective(true);
+    view.setCameraPose(Float3{1, 2, 3}, 10.0f, -20.0f, 4.0f);
+    view.resetView(true);
+    for (int i = 0; i < 40; ++i) tick();
+    EXPECT_FALSE(view.isPerspective());
+    expectNear(view.rig().pose().position, {10, -30, 25});
+    EXPECT_NEAR(view.orthographicScale(), 9, 1e-6);
+    EXPECT_EQ(resets, std::vector<bool>{false});
 }
 
 TEST_F(ViewportViewTest, cameraStateIsClamped) {
