@@ -138,6 +138,17 @@ void CameraRig::set(const Pose& pose, std::optional<double> orthographicScale) {
     applyPose();
 }
 
+void CameraRig::place(const Pose& pose) {
+    pose_ = pose;
+    applyPose();
+}
+
+void CameraRig::stop() {
+    glide_.reset();
+    spin_ = {};
+    lastOrbitTime_.reset();
+}
+
 void CameraRig::beginGlide(const Pose& to, double fromScale, double toScale, float duration) {
     spin_ = {};
     glide_ = Glide{pose_, to, fromScale, toScale, 0, duration};

@@ -96,6 +96,14 @@ class CameraRig {
     void look(float dYaw, float dPitch);
     // Jumps without animation and stops glide and inertia; the scale goes to the node's camera.
     void set(const Pose& pose, std::optional<double> orthographicScale = std::nullopt);
+    // Stores and applies a pose, leaving glide, inertia and held keys running (zoom, pan).
+    void place(const Pose& pose);
+    // Drops glide and inertia and forgets the last orbit time: every new gesture starts still.
+    void stop();
+    // Time stamp of the last timed orbit step, until forgotten.
+    std::optional<double> lastOrbitTime() const { return lastOrbitTime_; }
+    void forgetOrbitTime() { lastOrbitTime_.reset(); }
+    void clearSpin() { spin_ = {}; }
     // Animates from the current pose, replacing any glide under way; starts the timer. A
     // duration of 0 or less arrives on the next step.
     void beginGlide(const Pose& to, double fromScale, double toScale, float duration);
