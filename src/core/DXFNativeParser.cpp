@@ -29,9 +29,17 @@ struct Box {
     Float3 min{INFINITY, INFINITY, INFINITY};
     Float3 max{-INFINITY, -INFINITY, -INFINITY};
     bool isEmpty() const { return max.x < min.x; }
+    // A NaN never wins: the comparisons below are false for it.
     void add(Float3 p) {
-        min = vistrel::min(min, p);
-        max = vistrel::max(max, p);
+        min.x = p.x < min.x ? p.x : min.x;
+        min.y = p.y < min.y ? p.y : min.y;
+        min.z = p.z < min.z ? p.z : min.z;
+        max.x = p.x > max.x ? p.x : max.x;
+        max.y = p.y > max.y ? p.y : max.y;
+        max.z = p.z > max.z ? p.z : max.z;
+    }
+    void add(const std::vector<Float3>& points) {
+        for (Float3 p : points) add(p);
     }
     void add(const Box& other, const Float4x4& m) {
         if (other.isEmpty()) return;
@@ -161,12 +169,24 @@ std::string latin1ToUTF8(std::string_view s) {
     return out;
 }
 
-bool isASCII(std::string_view s) {
-    return std::all_of(s.begin(), s.end(), [](char c) { return (unsigned char)c < 0x80; });
-}
+// Layer and block names are short; the first and last eight bytes tell them apart well enough.
+struct NameHash {
+    size_t operator()(std::string_view s) const {
+        uint64_t a = 0, b = 0;
+        if (s.size() >= 8) {
+            std::memcpy(&a, s.data(), 8);
+            std::memcpy(&b, s.data() + s.size() - 8, 8);
+        } else {
+            std::memcpy(&a, s.data(), s.size());
+        }
+        uint64_t h = (a * 0x9E3779B97F4A7C15ull) ^ (b * 0xC2B2AE3D27D4EB4Full) ^ s.size();
+        return size_t(h ^ (h >> 29));
+    }
+};
 
 struct RawBlock {
     RawGeometry geometry;
+    bool defined = false;
     int converting = 0;  // conversions of this block under way (a block may insert itself)
 };
 
@@ -191,8 +211,8 @@ class Parser {
 
     SKPModel run(const SKPFileInfo& fileInfo) {
         walkSections();
+        checkEncodingUpTo(bytes_.size());
         convertPoints(main_);
-        decideEncoding();
         Box box;
         Definition root = buildDefinition({}, main_, 0, true, box);
         if (box.isEmpty()) box.min = box.max = Float3{};
@@ -323,7 +343,9 @@ class Parser {
             Stop stop = parseEntities(geometry, true);
             Float3 base{float(bx), float(by), float(bz)};
             if (dot(base, base) > 1e-10f) geometry.subtract(base);
-            blocks_[name].geometry = std::move(geometry);
+            RawBlock& b = blocks_[size_t(blockId(name))];
+            b.geometry = std::move(geometry);
+            b.defined = true;
             if (stop != Stop::endBlock) return;
         }
     }
@@ -574,11 +596,16 @@ class Parser {
         }
         double count = std::max(8.0, std::floor(sweep / 0.26179937));
         int segments = int(std::min(count, double(maxArcSegments)));
-        Float3 previous;
-        for (int i = 0; i <= segments; ++i) {
-            double a = a0 + sweep * i / segments;
-            Float3 p{float(cx + radius * std::cos(a)), float(cy + radius * std::sin(a)), float(cz)};
-            if (i > 0) into.addSegment(previous, p, layer);
+        // Successive points by one rotation each, in double: no drift worth a float.
+        const double step = sweep / segments, c = std::cos(step), sn = std::sin(step);
+        double dx = radius * std::cos(a0), dy = radius * std::sin(a0);
+        Float3 previous{float(cx + dx), float(cy + dy), float(cz)};
+        for (int i = 1; i <= segments; ++i) {
+            double nx = dx * c - dy * sn;
+            dy = dx * sn + dy * c;
+            dx = nx;
+            Float3 p{float(cx + dx), float(cy + dy), float(cz)};
+            into.addSegment(previous, p, layer);
             previous = p;
         }
     }
@@ -622,11 +649,12 @@ class Parser {
 
     void readInsert(RawGeometry& into) {
         RawInsert insert;
+        insert.block = blockId({});
         double v[7] = {0, 0, 0, 1, 1, 1, 0};
         insert.layer = readFields([&](const DXFTag& t) {
             switch (t.code) {
                 case 2:
-                    insert.blockName = t.text;
+                    insert.block = blockId(t.text);
                     break;
                 case 10:
                     v[0] = t.asDouble(0);
@@ -674,6 +702,16 @@ class Parser {
         return lastLayer_;
     }
 
+    int blockId(std::string_view name) {
+        auto [it, added] = blockIds_.try_emplace(name, int(blockNames_.size()));
+        if (added) {
+            blockNames_.push_back(name);
+            blocks_.emplace_back();
+            finished_.emplace_back();
+        }
+        return it->second;
+    }
+
     // ---- progress, cancellation --------------------------------------------------------
 
     void checkCancelled() {
@@ -690,6 +728,7 @@ class Parser {
             progress_({L("Lecture des entités DXF…", "Reading DXF entities…"), 0, f});
         }
         // What lies behind is not read again but for a few names, which the file gives back.
+        checkEncodingUpTo(reader_.offset());
         if (file_) file_->releaseBefore(reader_.offset());
     }
 
@@ -731,7 +770,7 @@ class Parser {
                 mesh.normals = faces.normals;
                 mesh.indices = faces.indices;
             }
-            for (Float3 p : mesh.positions) box.add(p);
+            box.add(mesh.positions);
             auto triangles = int64_t(mesh.indices.size() / 3);
             stats_.faces += triangles;
             stats_.triangles += triangles;
@@ -748,38 +787,35 @@ class Parser {
                 set.positions.reserve(edges.size());
                 for (Float3 p : edges) set.positions.push_back(p * s);
             }
-            for (Float3 p : set.positions) box.add(p);
+            box.add(set.positions);
             stats_.edges += int64_t(set.positions.size() / 2);
             def.edges.push_back(std::move(set));
         }
         if (depth >= maxInsertDepth) return def;
         for (size_t i = 0; i < raw.inserts.size(); ++i) {
             const RawInsert insert = raw.inserts[i];
-            auto done = finished_.find(insert.blockName);
-            if (done == finished_.end()) {
-                auto block = blocks_.find(insert.blockName);
-                if (block == blocks_.end()) continue;
-                RawBlock& b = block->second;
+            if (!finished_[size_t(insert.block)]) {
+                RawBlock& b = blocks_[size_t(insert.block)];
+                if (!b.defined) continue;
                 convertPoints(b.geometry);
                 ++b.converting;
                 Box childBox;
-                Definition child = buildDefinition(decode(insert.blockName), b.geometry, depth + 1,
-                                                   false, childBox);
+                Definition child = buildDefinition(decode(blockNames_[size_t(insert.block)]),
+                                                   b.geometry, depth + 1, false, childBox);
                 --b.converting;
                 definitions_.push_back(std::move(child));
-                done = finished_
-                           .insert_or_assign(insert.blockName,
-                                             FinishedBlock{int(definitions_.size()) - 1, childBox})
-                           .first;
+                finished_[size_t(insert.block)] =
+                    FinishedBlock{int(definitions_.size()) - 1, childBox};
                 // Never looked at again once finished: its definition stands for it.
                 if (b.converting == 0) b.geometry = RawGeometry{};
             }
+            const FinishedBlock& f = *finished_[size_t(insert.block)];
             Instance instance;
-            instance.definition = done->second.index;
+            instance.definition = f.index;
             instance.transform = insertMatrix(insert);
             instance.layer = insert.layer;
             stats_.instances += 1;
-            box.add(done->second.box, instance.transform);
+            box.add(f.box, instance.transform);
             def.children.push_back(std::move(instance));
         }
         return def;
@@ -811,16 +847,15 @@ class Parser {
 
     // ---- text ------------------------------------------------------------------------------
 
-    // The file's text is UTF-8 if the whole of it decodes so, else ISO Latin-1. Only names are
-    // kept, and ASCII names read the same either way, so the file is checked only when a name
-    // needs it. Binary files mix bytes and text and are judged name by name.
-    void decideEncoding() {
-        bool needed = false;
-        for (std::string_view n : layerNames_) needed = needed || !isASCII(n);
-        for (auto& [name, block] : blocks_) needed = needed || !isASCII(name);
-        if (!needed || reader_.isBinary()) return;
-        std::string_view all(reinterpret_cast<const char*>(bytes_.data()), bytes_.size());
-        fileIsUTF8_ = isValidUTF8(all);
+    // The file's text is UTF-8 if the whole of it decodes so, else ISO Latin-1. The check runs
+    // behind the reader, at each poll, on bytes still in memory; pairs end at line ends, where
+    // no UTF-8 sequence is cut. Binary files mix bytes and text and are judged name by name.
+    void checkEncodingUpTo(size_t offset) {
+        if (reader_.isBinary() || !fileIsUTF8_ || offset <= checkedUpTo_) return;
+        std::string_view chunk(reinterpret_cast<const char*>(bytes_.data()) + checkedUpTo_,
+                               offset - checkedUpTo_);
+        fileIsUTF8_ = isValidUTF8(chunk);
+        checkedUpTo_ = offset;
     }
 
     std::string decode(std::string_view raw) const {
@@ -836,16 +871,21 @@ class Parser {
 
     std::vector<std::string_view> layerNames_;
     std::vector<char> layerVisible_;
-    std::unordered_map<std::string_view, int> layerIndex_;
+    std::unordered_map<std::string_view, int, NameHash> layerIndex_;
     std::string_view lastLayerName_ = "0";
     int lastLayer_ = 0;
 
-    std::unordered_map<std::string_view, RawBlock> blocks_;
-    std::unordered_map<std::string_view, FinishedBlock> finished_;
+    // Block names are interned as they are read, so that nothing later goes back to the file
+    // for them (its pages may have left memory by then).
+    std::unordered_map<std::string_view, int, NameHash> blockIds_;
+    std::vector<std::string_view> blockNames_;
+    std::vector<RawBlock> blocks_;                        // by block id
+    std::vector<std::optional<FinishedBlock>> finished_;  // by block id
     RawGeometry main_;
     std::vector<Float3> vertices_;  // scratch for polylines
     float unitScale_ = 1;
     bool fileIsUTF8_ = true;
+    size_t checkedUpTo_ = 0;
     bool announcedEntities_ = false;
     int64_t nextPoll_ = 0;
 

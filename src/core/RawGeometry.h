@@ -4,7 +4,6 @@
 
 #include <cstdint>
 #include <optional>
-#include <string_view>
 #include <vector>
 
 #include "LayerBuckets.h"
@@ -19,7 +18,7 @@ struct RawFaces {
 };
 
 struct RawInsert {
-    std::string_view blockName;  // raw bytes of the file
+    int block = 0;  // the block's name, interned by the parser
     int layer = 0;
     Float3 position;
     Float3 scale{1, 1, 1};
