@@ -117,12 +117,12 @@ bool isValidUTF8(std::string_view s) {
     const auto* p = reinterpret_cast<const unsigned char*>(s.data());
     const auto* end = p + s.size();
     while (p < end) {
-        // Eight ASCII bytes at a time: the common case in a DXF file.
-        while (end - p >= 8) {
-            uint64_t w;
-            std::memcpy(&w, p, 8);
-            if (w & 0x8080808080808080ull) break;
-            p += 8;
+        // ASCII 32 bytes at a time: the common case in a DXF file.
+        while (end - p >= 32) {
+            uint64_t w[4];
+            std::memcpy(w, p, 32);
+            if ((w[0] | w[1] | w[2] | w[3]) & 0x8080808080808080ull) break;
+            p += 32;
         }
         if (p >= end) break;
         unsigned c = *p;

@@ -43,7 +43,7 @@ ValueType binaryType(int code) {
 
 // The first \n or \r at or after s, or end. Eight bytes at a time: DXF lines are short, and
 // this is the one loop that sees every byte of the file.
-const char* lineEnd(const char* s, const char* end) {
+inline const char* lineEnd(const char* s, const char* end) {
     constexpr uint64_t ones = 0x0101010101010101ull, highs = 0x8080808080808080ull;
     while (end - s >= 8) {
         uint64_t w;
@@ -55,6 +55,20 @@ const char* lineEnd(const char* s, const char* end) {
     }
     while (s < end && *s != '\n' && *s != '\r') ++s;
     return s;
+}
+
+// Takes the line at p (advancing p past its end) and trims it into [first, last).
+inline bool takeLine(const char*& p, const char* end, const char*& first, const char*& last) {
+    const char* s = p;
+    if (s >= end) return false;
+    const char* e = lineEnd(s, end);
+    p = e;
+    if (p < end) p += (*p == '\r' && p + 1 < end && p[1] == '\n') ? 2 : 1;
+    while (s < e && isSpace(*s)) ++s;
+    while (e > s && isSpace(e[-1])) --e;
+    first = s;
+    last = e;
+    return true;
 }
 
 template <typename T>
@@ -97,24 +111,15 @@ bool DXFTagReader::read(DXFTag& tag) {
     return binary_ ? nextBinary(tag) : nextAscii(tag);
 }
 
-bool DXFTagReader::line(const char*& first, const char*& last) {
-    const char* s = p_;
-    if (s >= end_) return false;
-    const char* e = lineEnd(s, end_);
-    p_ = e;
-    if (p_ < end_) p_ += (*p_ == '\r' && p_ + 1 < end_ && p_[1] == '\n') ? 2 : 1;
-    while (s < e && (isSpace(*s))) ++s;
-    while (e > s && (isSpace(e[-1]))) --e;
-    first = s;
-    last = e;
-    return true;
-}
-
 bool DXFTagReader::nextAscii(DXFTag& tag) {
     for (;;) {
         const char *c0, *c1, *v0, *v1;
-        if (!line(c0, c1)) return false;
-        if (!line(v0, v1)) return false;
+        const char* p = p_;
+        if (!takeLine(p, end_, c0, c1) || !takeLine(p, end_, v0, v1)) {
+            p_ = end_;
+            return false;
+        }
+        p_ = p;
         ++pairs_;
         // Group codes are short decimal integers; anything else skips the pair.
         const char* c = c0;

@@ -37,7 +37,6 @@ class DXFTagReader {
   private:
     bool nextAscii(DXFTag& tag);
     bool nextBinary(DXFTag& tag);
-    bool line(const char*& first, const char*& last);
 
     const char* begin_;
     const char* p_;

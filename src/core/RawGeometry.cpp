@@ -2,14 +2,6 @@
 
 namespace vistrel {
 
-void RawGeometry::addSegment(Float3 a, Float3 b, int layer) {
-    Float3 d = b - a;
-    if (!(dot(d, d) > 1e-12f)) return;
-    auto& edges = edgesByLayer.at(layer);
-    edges.push_back(a);
-    edges.push_back(b);
-}
-
 void RawGeometry::addQuadOrTri(Float3 p0, Float3 p1, Float3 p2, std::optional<Float3> p3,
                                int layer) {
     Float3 n = cross(p1 - p0, p2 - p0);

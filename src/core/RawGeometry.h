@@ -32,7 +32,13 @@ struct RawGeometry {
     std::vector<RawInsert> inserts;
 
     // Drops a segment whose squared length is not above 1e-12.
-    void addSegment(Float3 a, Float3 b, int layer);
+    void addSegment(Float3 a, Float3 b, int layer) {
+        Float3 d = b - a;
+        if (!(dot(d, d) > 1e-12f)) return;
+        auto& edges = edgesByLayer.at(layer);
+        edges.push_back(a);
+        edges.push_back(b);
+    }
     // A triangle, or a quad when p3 is given and lies more than 1e-5 from p2. One flat normal
     // from the first three corners, (0, 0, 1) when they are collinear.
     void addQuadOrTri(Float3 p0, Float3 p1, Float3 p2, std::optional<Float3> p3, int layer);
