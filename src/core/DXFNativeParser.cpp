@@ -9,6 +9,8 @@
 #include <string_view>
 #include <unordered_map>
 
+#include "BoundingBox.h"
+#include "DXFDefinitionBuilder.h"
 #include "DXFTagReader.h"
 #include "Localization.h"
 #include "MappedFile.h"
@@ -20,36 +22,9 @@ namespace vistrel::DXFNativeParser {
 namespace {
 
 constexpr int64_t pollEvery = 25'000;
-constexpr int maxInsertDepth = 16;
 // Far beyond any real arc (64 turns at 15 degrees); keeps a hostile angle from asking for
 // billions of points.
 constexpr int maxArcSegments = 1536;
-
-struct Box {
-    Float3 min{INFINITY, INFINITY, INFINITY};
-    Float3 max{-INFINITY, -INFINITY, -INFINITY};
-    bool isEmpty() const { return max.x < min.x; }
-    // A NaN never wins: the comparisons below are false for it.
-    void add(Float3 p) {
-        min.x = p.x < min.x ? p.x : min.x;
-        min.y = p.y < min.y ? p.y : min.y;
-        min.z = p.z < min.z ? p.z : min.z;
-        max.x = p.x > max.x ? p.x : max.x;
-        max.y = p.y > max.y ? p.y : max.y;
-        max.z = p.z > max.z ? p.z : max.z;
-    }
-    void add(const std::vector<Float3>& points) {
-        for (Float3 p : points) add(p);
-    }
-    void add(const Box& other, const Float4x4& m) {
-        if (other.isEmpty()) return;
-        for (int i = 0; i < 8; ++i) {
-            Float3 c{(i & 1) ? other.max.x : other.min.x, (i & 2) ? other.max.y : other.min.y,
-                     (i & 4) ? other.max.z : other.min.z};
-            add(m.transformPoint(c));
-        }
-    }
-};
 
 enum class EntityKind {
     line,
@@ -184,17 +159,6 @@ struct NameHash {
     }
 };
 
-struct RawBlock {
-    RawGeometry geometry;
-    bool defined = false;
-    int converting = 0;  // conversions of this block under way (a block may insert itself)
-};
-
-struct FinishedBlock {
-    int index = 0;
-    Box box;
-};
-
 class Parser {
   public:
     Parser(std::span<const uint8_t> bytes, const SKPReader::ProgressCallback& progress,
@@ -212,17 +176,21 @@ class Parser {
     SKPModel run(const SKPFileInfo& fileInfo) {
         walkSections();
         checkEncodingUpTo(bytes_.size());
-        convertPoints(main_);
-        Box box;
-        Definition root = buildDefinition({}, main_, 0, true, box);
+        std::vector<std::string> blockNames;
+        blockNames.reserve(blockNames_.size());
+        for (std::string_view n : blockNames_) blockNames.push_back(decode(n));
+        DXFDefinitionBuilder builder(unitScale_, blocks_, std::move(blockNames));
+        BoundingBox box;
+        Definition root = builder.buildRoot(main_, box);
         if (box.isEmpty()) box.min = box.max = Float3{};
-        stats_.definitions = int64_t(definitions_.size());
+        Stats stats = builder.stats();
+        stats.definitions = int64_t(builder.definitions().size());
         std::vector<Layer> layers;
         layers.reserve(layerNames_.size());
         for (size_t i = 0; i < layerNames_.size(); ++i)
             layers.push_back({decode(layerNames_[i]), bool(layerVisible_[i]), std::nullopt});
-        return SKPModel(std::move(root), std::move(definitions_), {}, std::move(layers), {},
-                        std::nullopt, box.min, box.max, stats_, fileInfo, std::nullopt,
+        return SKPModel(std::move(root), std::move(builder.definitions()), {}, std::move(layers),
+                        {}, std::nullopt, box.min, box.max, stats, fileInfo, std::nullopt,
                         std::nullopt);
     }
 
@@ -707,7 +675,6 @@ class Parser {
         if (added) {
             blockNames_.push_back(name);
             blocks_.emplace_back();
-            finished_.emplace_back();
         }
         return it->second;
     }
@@ -730,119 +697,6 @@ class Parser {
         // What lies behind is not read again but for a few names, which the file gives back.
         checkEncodingUpTo(reader_.offset());
         if (file_) file_->releaseBefore(reader_.offset());
-    }
-
-    // ---- points and definitions ----------------------------------------------------------
-
-    void convertPoints(RawGeometry& in) {
-        size_t n = 0;
-        for (auto& [layer, points] : in.pointsByLayer.entries()) n += points.size();
-        if (n == 0) return;
-        size_t step = std::max<size_t>(1, n / 60000);
-        float size = 0.015f / std::max(unitScale_, 0.0001f);
-        for (auto& [layer, points] : in.pointsByLayer.entries())
-            for (size_t i = 0; i < points.size(); i += step)
-                in.addSegment(points[i] - Float3{size, 0, 0}, points[i] + Float3{size, 0, 0},
-                              layer);
-        in.pointsByLayer.clear();
-    }
-
-    // Converts raw geometry to a Definition in metres. `consume` lets the positions move out of
-    // `raw` (the ENTITIES section, used once); blocks are copied, for a block may be converted
-    // again while it is being converted.
-    Definition buildDefinition(std::string name, RawGeometry& raw, int depth, bool consume,
-                               Box& box) {
-        Definition def;
-        def.name = std::move(name);
-        const float s = unitScale_;
-        for (auto& [layer, faces] : raw.facesByLayer.sorted()) {
-            Mesh mesh;
-            mesh.layer = layer;
-            if (consume) {
-                mesh.positions = std::move(faces.positions);
-                mesh.normals = std::move(faces.normals);
-                mesh.indices = std::move(faces.indices);
-                if (s != 1)
-                    for (Float3& p : mesh.positions) p *= s;
-            } else {
-                mesh.positions.reserve(faces.positions.size());
-                for (Float3 p : faces.positions) mesh.positions.push_back(p * s);
-                mesh.normals = faces.normals;
-                mesh.indices = faces.indices;
-            }
-            box.add(mesh.positions);
-            auto triangles = int64_t(mesh.indices.size() / 3);
-            stats_.faces += triangles;
-            stats_.triangles += triangles;
-            def.meshes.push_back(std::move(mesh));
-        }
-        for (auto& [layer, edges] : raw.edgesByLayer.sorted()) {
-            EdgeSet set;
-            set.layer = layer;
-            if (consume) {
-                set.positions = std::move(edges);
-                if (s != 1)
-                    for (Float3& p : set.positions) p *= s;
-            } else {
-                set.positions.reserve(edges.size());
-                for (Float3 p : edges) set.positions.push_back(p * s);
-            }
-            box.add(set.positions);
-            stats_.edges += int64_t(set.positions.size() / 2);
-            def.edges.push_back(std::move(set));
-        }
-        if (depth >= maxInsertDepth) return def;
-        for (size_t i = 0; i < raw.inserts.size(); ++i) {
-            const RawInsert insert = raw.inserts[i];
-            if (!finished_[size_t(insert.block)]) {
-                RawBlock& b = blocks_[size_t(insert.block)];
-                if (!b.defined) continue;
-                convertPoints(b.geometry);
-                ++b.converting;
-                Box childBox;
-                Definition child = buildDefinition(decode(blockNames_[size_t(insert.block)]),
-                                                   b.geometry, depth + 1, false, childBox);
-                --b.converting;
-                definitions_.push_back(std::move(child));
-                finished_[size_t(insert.block)] =
-                    FinishedBlock{int(definitions_.size()) - 1, childBox};
-                // Never looked at again once finished: its definition stands for it.
-                if (b.converting == 0) b.geometry = RawGeometry{};
-            }
-            const FinishedBlock& f = *finished_[size_t(insert.block)];
-            Instance instance;
-            instance.definition = f.index;
-            instance.transform = insertMatrix(insert);
-            instance.layer = insert.layer;
-            stats_.instances += 1;
-            box.add(f.box, instance.transform);
-            def.children.push_back(std::move(instance));
-        }
-        return def;
-    }
-
-    // position x rotation about Z x scale, the position in metres.
-    Float4x4 insertMatrix(const RawInsert& in) const {
-        double a = double(in.rotationDeg) * std::numbers::pi / 180;
-        auto c = float(std::cos(a)), sn = float(std::sin(a));
-        Float4x4 m;
-        m.m = {c * in.scale.x,
-               sn * in.scale.x,
-               0,
-               0,
-               -sn * in.scale.y,
-               c * in.scale.y,
-               0,
-               0,
-               0,
-               0,
-               in.scale.z,
-               0,
-               in.position.x * unitScale_,
-               in.position.y * unitScale_,
-               in.position.z * unitScale_,
-               1};
-        return m;
     }
 
     // ---- text ------------------------------------------------------------------------------
@@ -879,8 +733,7 @@ class Parser {
     // for them (its pages may have left memory by then).
     std::unordered_map<std::string_view, int, NameHash> blockIds_;
     std::vector<std::string_view> blockNames_;
-    std::vector<RawBlock> blocks_;                        // by block id
-    std::vector<std::optional<FinishedBlock>> finished_;  // by block id
+    std::vector<RawBlock> blocks_;  // by block id
     RawGeometry main_;
     std::vector<Float3> vertices_;  // scratch for polylines
     float unitScale_ = 1;
@@ -888,9 +741,6 @@ class Parser {
     size_t checkedUpTo_ = 0;
     bool announcedEntities_ = false;
     int64_t nextPoll_ = 0;
-
-    std::vector<Definition> definitions_;
-    Stats stats_;
 };
 
 SKPModel parseImpl(std::span<const uint8_t> bytes, const SKPFileInfo& fileInfo,

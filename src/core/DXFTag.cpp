@@ -3,8 +3,8 @@
 #include <fast_float/fast_float.h>
 
 #include <charconv>
-#include <cstdint>
 #include <cmath>
+#include <cstdint>
 #include <limits>
 
 namespace vistrel {

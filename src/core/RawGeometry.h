@@ -51,4 +51,11 @@ struct RawGeometry {
     }
 };
 
+// A block from the BLOCKS section, its base point already taken off.
+struct RawBlock {
+    RawGeometry geometry;
+    bool defined = false;
+    int converting = 0;  // conversions under way (a block may insert itself)
+};
+
 }  // namespace vistrel
