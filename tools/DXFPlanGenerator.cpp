@@ -1,5 +1,6 @@
 #include "DXFPlanGenerator.h"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <cmath>
@@ -391,7 +392,9 @@ struct Generator {
     void writeEntities(uint64_t targetBytes) {
         out.text(0, "SECTION");
         out.text(2, "ENTITIES");
-        constexpr int columns = 120;
+        // Roughly square whatever the size (a bay takes about 2.3 kB), so that the plan stays a
+        // building-sized drawing rather than a kilometres-long strip.
+        const int columns = std::clamp(int(std::sqrt(double(targetBytes) / 2300 * 0.75)), 20, 4000);
         for (int row = 0;; ++row) {
             for (int column = 0; column < columns; ++column) writeBay(column, row);
             if (out.written() >= targetBytes) break;
