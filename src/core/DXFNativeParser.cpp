@@ -22,9 +22,9 @@ namespace vistrel::DXFNativeParser {
 namespace {
 
 constexpr int64_t pollEvery = 25'000;
-// Far beyond any real arc (64 turns at 15 degrees); keeps a hostile angle from asking for
-// billions of points.
-constexpr int maxArcSegments = 1536;
+// Four turns at 15 degrees, beyond any real arc: a hostile angle must not turn twenty bytes of
+// file into megabytes of segments.
+constexpr int maxArcSegments = 96;
 
 enum class EntityKind {
     line,
@@ -557,10 +557,14 @@ class Parser {
             a0 = start * toRadians;
             double a1 = end * toRadians;
             if (!std::isfinite(a0) || !std::isfinite(a1)) return;
-            // Counter-clockwise always: add whole turns until the end lies above the start.
-            if (a1 <= a0) a1 += std::floor((a0 - a1) / turn) * turn;
-            while (a1 <= a0) a1 += turn;
+            // Counter-clockwise always: whole turns are added to the end until it lies above the
+            // start, which fmod does in one step (a loop would never end on huge angles).
             sweep = a1 - a0;
+            if (sweep <= 0) {
+                sweep = std::fmod(sweep, turn);
+                sweep = sweep < 0 ? sweep + turn : turn;
+            }
+            if (!(sweep > 0) || !std::isfinite(sweep)) return;
         }
         double count = std::max(8.0, std::floor(sweep / 0.26179937));
         int segments = int(std::min(count, double(maxArcSegments)));

@@ -1,5 +1,6 @@
 #include "DXFTagReader.h"
 
+#include <algorithm>
 #include <cassert>
 #include <cstring>
 
@@ -85,6 +86,8 @@ DXFTagReader::DXFTagReader(std::span<const uint8_t> bytes)
       p_(begin_),
       end_(begin_ + bytes.size()),
       binary_(isBinaryDXF(bytes)) {
+    if (!binary_ && bytes.size() >= 3 && std::memcmp(begin_, "\xEF\xBB\xBF", 3) == 0)
+        p_ += 3;  // a UTF-8 byte order mark would otherwise cost the first pair
     if (binary_) {
         p_ = begin_ + std::min(bytes.size(), sentinelSize);
         // R12 writes "\0SECTION": a one-byte code 0 and the text right after it.

@@ -86,14 +86,18 @@ TEST(DXFNativeParser, arcSegmentsFollowTheSweepWithAMinimumOfEight) {
         size_t segments;
     };
     const Case cases[] = {
-        {0, 100, 1, 8},   {0, 200, 2, 13}, {100, 0, 1, 17},
-        {-30, 30, 1, 8},  {10, 10, 1, 24}, {0, std::nullopt, 1, 24},
-        {0, 1000, 1, 66}, {0, 90, 0, 0},   {0, 90, 1e-7, 0},
+        {0, 100, 1, 8},  {0, 200, 2, 13},          {100, 0, 1, 17},  {-30, 30, 1, 8},
+        {10, 10, 1, 24}, {0, std::nullopt, 1, 24}, {0, 1000, 1, 66}, {0, 1e12, 1, 96},
+        {0, 90, 0, 0},   {0, 90, 1e-7, 0},
     };
     for (const Case& c : cases) {
         SKPModel m = parseDXF(entitiesText(arc(c.start, c.end, c.radius)));
         EXPECT_EQ(edgeCount(m.root), c.segments) << c.start << " " << c.end.value_or(-1);
     }
+    // Regression: adding turns one by one to reach a huge start angle never ended.
+    size_t huge = edgeCount(parseDXF(entitiesText(arc(1e300, 0))).root);
+    EXPECT_GE(huge, 8u);
+    EXPECT_LE(huge, 24u);
 }
 
 TEST(DXFNativeParser, fullCircleHasTwentyFourSegmentsAtItsElevation) {
@@ -436,9 +440,11 @@ TEST(DXFNativeParser, tolerantTextRules) {
         crlf += c == '\n' ? std::string("\r\n") : std::string(1, c);
         cr += c == '\n' ? '\r' : c;
     }
-    SKPModel a = parseDXF(lf), b = parseDXF(crlf), c = parseDXF(cr);
+    SKPModel a = parseDXF(lf), b = parseDXF(crlf), c = parseDXF(cr),
+             bom = parseDXF("\xEF\xBB\xBF" + lf);
     EXPECT_EQ(a.root, b.root);
     EXPECT_EQ(a.root, c.root);
+    EXPECT_EQ(a.root, bom.root);
     EXPECT_EQ(edgeCount(a.root), 9u);
 }
 
