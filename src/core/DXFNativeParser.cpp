@@ -144,18 +144,21 @@ std::string latin1ToUTF8(std::string_view s) {
     return out;
 }
 
-// Layer and block names are short; the first and last eight bytes tell them apart well enough.
+// Layer and block names are short: eight bytes per step over the whole name.
 struct NameHash {
     size_t operator()(std::string_view s) const {
-        uint64_t a = 0, b = 0;
-        if (s.size() >= 8) {
-            std::memcpy(&a, s.data(), 8);
-            std::memcpy(&b, s.data() + s.size() - 8, 8);
-        } else {
-            std::memcpy(&a, s.data(), s.size());
+        uint64_t h = 0x9E3779B97F4A7C15ull ^ s.size();
+        size_t i = 0;
+        for (; i + 8 <= s.size(); i += 8) {
+            uint64_t w;
+            std::memcpy(&w, s.data() + i, 8);
+            h = (h ^ w) * 0xC2B2AE3D27D4EB4Full;
+            h ^= h >> 29;
         }
-        uint64_t h = (a * 0x9E3779B97F4A7C15ull) ^ (b * 0xC2B2AE3D27D4EB4Full) ^ s.size();
-        return size_t(h ^ (h >> 29));
+        uint64_t tail = 0;
+        if (i < s.size()) std::memcpy(&tail, s.data() + i, s.size() - i);
+        h = (h ^ tail) * 0xC2B2AE3D27D4EB4Full;
+        return size_t(h ^ (h >> 32));
     }
 };
 
