@@ -42,29 +42,36 @@ ValueType binaryType(int code) {
     return ValueType::text;
 }
 
-// The first \n or \r at or after s, or end. Eight bytes at a time: DXF lines are short, and
-// this is the one loop that sees every byte of the file.
-inline const char* lineEnd(const char* s, const char* end) {
-    constexpr uint64_t ones = 0x0101010101010101ull, highs = 0x8080808080808080ull;
-    while (end - s >= 8) {
-        uint64_t w;
-        std::memcpy(&w, s, 8);
-        uint64_t lf = w ^ (ones * '\n'), cr = w ^ (ones * '\r');
-        uint64_t hit = ((lf - ones) & ~lf & highs) | ((cr - ones) & ~cr & highs);
-        if (hit) return s + (__builtin_ctzll(hit) >> 3);
-        s += 8;
-    }
-    while (s < end && *s != '\n' && *s != '\r') ++s;
-    return s;
-}
-
-// Takes the line at p (advancing p past its end) and trims it into [first, last).
+// Takes the line at p (advancing p past its end, \n, \r\n or \r) and trims it into
+// [first, last). Eight bytes at a time: DXF lines are short, and this is the one loop that sees
+// every byte of the file. The lowest match of each mask is exact, so the kind of line end is
+// known without reading the byte again.
 inline bool takeLine(const char*& p, const char* end, const char*& first, const char*& last) {
+    constexpr uint64_t ones = 0x0101010101010101ull, highs = 0x8080808080808080ull;
     const char* s = p;
     if (s >= end) return false;
-    const char* e = lineEnd(s, end);
+    const char* e = s;
+    bool cr = false;
+    for (;;) {
+        if (end - e < 8) {
+            while (e < end && *e != '\n' && *e != '\r') ++e;
+            cr = e < end && *e == '\r';
+            break;
+        }
+        uint64_t w;
+        std::memcpy(&w, e, 8);
+        uint64_t lf = w ^ (ones * '\n'), crw = w ^ (ones * '\r');
+        uint64_t lfHit = (lf - ones) & ~lf & highs, crHit = (crw - ones) & ~crw & highs;
+        if (uint64_t hit = lfHit | crHit) {
+            int bit = __builtin_ctzll(hit);
+            e += bit >> 3;
+            cr = (crHit >> bit) & 1;
+            break;
+        }
+        e += 8;
+    }
     p = e;
-    if (p < end) p += (*p == '\r' && p + 1 < end && p[1] == '\n') ? 2 : 1;
+    if (p < end) p += (cr && p + 1 < end && p[1] == '\n') ? 2 : 1;
     while (s < e && isSpace(*s)) ++s;
     while (e > s && isSpace(e[-1])) --e;
     first = s;
