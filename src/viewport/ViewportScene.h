@@ -228,6 +228,8 @@ class ViewportScene {
     void runHoverRestore();
     void applyPulseEnvelope(float v);
     void layersChanged(const std::vector<LayerSet*>& affected);
+    // Builds the sets that have no node yet, hidden when one of their layers is.
+    void buildUnbuilt(const std::vector<LayerSet*>& sets);
     bool hasHiddenLayer(const LayerSet& set) const;
     Float3 highlightEdgeBase(bool& light) const;
     void place(int definition, const Float4x4& transform, std::optional<int> material,

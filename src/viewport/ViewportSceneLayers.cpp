@@ -113,13 +113,17 @@ std::vector<ViewportScene::LayerSet*> ViewportScene::matchingLayerSets(
     return result;
 }
 
-std::optional<ViewportScene::Bounds> ViewportScene::bounds(const std::set<int>& layers) {
-    std::vector<LayerSet*> sets = matchingLayerSets(layers);
+void ViewportScene::buildUnbuilt(const std::vector<LayerSet*>& sets) {
     std::vector<LayerSet*> toBuild;
     for (LayerSet* s : sets)
         if (!s->node) toBuild.push_back(s);
     build(toBuild);
     for (LayerSet* s : toBuild) s->node->isHidden = hasHiddenLayer(*s);
+}
+
+std::optional<ViewportScene::Bounds> ViewportScene::bounds(const std::set<int>& layers) {
+    std::vector<LayerSet*> sets = matchingLayerSets(layers);
+    buildUnbuilt(sets);
     Float3 lo{kInf, kInf, kInf}, hi{-kInf, -kInf, -kInf};
     for (LayerSet* s : sets)
         for (auto& c : s->node->children())
@@ -302,11 +306,7 @@ void ViewportScene::applyPulseEnvelope(float v) {
 void ViewportScene::pulseLayers(const std::set<int>& layers, std::function<void()> onUpdate) {
     cancelLayerPulse();
     std::vector<LayerSet*> sets = matchingLayerSets(layers);
-    std::vector<LayerSet*> toBuild;
-    for (LayerSet* s : sets)
-        if (!s->node) toBuild.push_back(s);
-    build(toBuild);
-    for (LayerSet* s : toBuild) s->node->isHidden = hasHiddenLayer(*s);
+    buildUnbuilt(sets);
     if (sets.empty()) {
         applyHoverVisuals();
         return;

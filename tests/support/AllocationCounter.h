@@ -1,0 +1,12 @@
+// Counts heap allocations while `counting` is set. Link AllocationCounter.cpp into a test binary
+// of its own: it replaces the global allocation functions for the whole binary.
+#pragma once
+
+#include <atomic>
+
+namespace vistrel::test {
+
+extern std::atomic<bool> counting;
+extern std::atomic<long> allocations;
+
+}  // namespace vistrel::test
