@@ -15,6 +15,7 @@
 #include "RenderMath.h"
 #include "Rendering.h"
 #include "SyntheticModel.h"
+#include "TestEnv.h"
 #include "ViewportScene.h"
 
 using namespace vistrel;
@@ -33,6 +34,10 @@ struct Rgb {
 };
 
 Rgb at(const Image& image, int x, int y) {
+    if (x < 0 || y < 0 || x >= image.width || y >= image.height) {
+        ADD_FAILURE() << "pixel " << x << "," << y << " lies outside the picture";
+        return {};
+    }
     const std::uint8_t* p = image.pixel(x, y);
     return {p[0], p[1], p[2]};
 }
@@ -208,6 +213,413 @@ TEST_F(RendererTest, stylesMatchTheirBaselines) {
     EXPECT_TRUE(test::matchesBaseline(cubeIn(ShadingStyle::xray), "cube_xray"));
     EXPECT_TRUE(test::matchesBaseline(cubeIn(ShadingStyle::wireframe), "cube_wireframe"));
     EXPECT_TRUE(test::matchesBaseline(cubeIn(ShadingStyle::textured, true), "cube_parallel"));
+}
+
+// --- Styles -----------------------------------------------------------------------------------
+
+class RendererStyleTest : public RendererTest {
+  protected:
+    // A point of the lit -Y face of the amber cube (the second one, on layer 1), away from
+    // the lines of the back edges that x-ray shows through it.
+    std::pair<int, int> amberFront() {
+        ViewportScene scene(SyntheticModel::cube());
+        RenderFrame frame = frameOf(scene);
+        return project(frame, {2.25f, 0, 0.3f}, scene.modelRoot()->worldTransform());
+    }
+    Image backdropOnly() {
+        ViewportScene scene(SKPModel{});
+        RenderFrame frame = frameOf(scene);
+        frame.camera = cameraFrame_;
+        return renderer_->snapshot(frame, kWidth, kHeight);
+    }
+    void SetUp() override {
+        RendererTest::SetUp();
+        if (IsSkipped()) return;
+        ViewportScene scene(SyntheticModel::cube());
+        cameraFrame_ = frameOf(scene).camera;
+    }
+    RenderCamera cameraFrame_;
+};
+
+TEST_F(RendererStyleTest, clayFacesAreNearWhiteWhereTexturedIsAmber) {
+    const auto [x, y] = amberFront();
+    const Rgb textured = at(cubeIn(ShadingStyle::textured), x, y);
+    const Rgb clay = at(cubeIn(ShadingStyle::clay), x, y);
+    EXPECT_GT(textured.r - textured.b, 80);
+    EXPECT_GT(clay.r, 170);
+    EXPECT_GT(clay.b, 150);
+    EXPECT_LT(std::abs(clay.r - clay.b), 30);
+}
+
+TEST_F(RendererStyleTest, xrayFacesLetTheBackdropThrough) {
+    const auto [x, y] = amberFront();
+    const Rgb backdrop = at(backdropOnly(), x, y);
+    const Rgb textured = at(cubeIn(ShadingStyle::textured), x, y);
+    const Rgb xray = at(cubeIn(ShadingStyle::xray), x, y);
+    std::printf("%d,%d bd %d %d %d tex %d %d %d x %d %d %d\n", x, y, backdrop.r, backdrop.g,
+                backdrop.b, textured.r, textured.g, textured.b, xray.r, xray.g, xray.b);
+    // The blue of the sky comes through the amber face, which still tints it.
+    EXPECT_GT(xray.b, textured.b + 30);
+    EXPECT_LT(xray.b, backdrop.b);
+    EXPECT_GT(xray.r - xray.b, 10);
+}
+
+TEST_F(RendererStyleTest, wireframeDrawsEdgesAndNoFacePixels) {
+    const Image backdrop = backdropOnly();
+    const Image wire = cubeIn(ShadingStyle::wireframe);
+    const Image textured = cubeIn(ShadingStyle::textured);
+    auto changed = [&](const Image& image) {
+        int n = 0;
+        for (int y = 0; y < kHeight; ++y)
+            for (int x = 0; x < kWidth; ++x) n += at(image, x, y).distance(at(backdrop, x, y)) > 8;
+        return n;
+    };
+    int amber = 0;
+    for (int y = 0; y < kHeight; ++y)
+        for (int x = 0; x < kWidth; ++x) {
+            const Rgb c = at(wire, x, y);
+            amber += c.r - c.b > 40;
+        }
+    EXPECT_EQ(amber, 0);
+    const int wirePixels = changed(wire), facePixels = changed(textured);
+    EXPECT_GT(wirePixels, 200);             // the lines are there
+    EXPECT_LT(wirePixels * 2, facePixels);  // and nothing fills the faces
+}
+
+TEST_F(RendererStyleTest, hiddenLayerDisappears) {
+    const auto [x, y] = amberFront();
+    const Image backdrop = backdropOnly();
+    ViewportScene scene(SyntheticModel::cube());
+    RenderFrame frame = frameOf(scene);
+    EXPECT_GT(at(renderer_->snapshot(frame, kWidth, kHeight), x, y).distance(at(backdrop, x, y)),
+              40);
+    ViewportScene::LayerSet* decor = scene.findLayerSet({0, 1});
+    ASSERT_TRUE(decor && decor->node);
+    decor->node->isHidden = true;
+    const Image hidden = renderer_->snapshot(frame, kWidth, kHeight);
+    EXPECT_LE(at(hidden, x, y).distance(at(backdrop, x, y)), 3);
+    const auto [wx, wy] = project(frame, {0.5f, 0, 0.5f}, scene.modelRoot()->worldTransform());
+    EXPECT_GT(at(hidden, wx, wy).distance(at(backdrop, wx, wy)), 40);  // the other cube stays
+    EXPECT_TRUE(test::matchesBaseline(hidden, "cube_hidden_layer"));
+}
+
+// --- Light and shadow ---------------------------------------------------------------------------
+
+TEST_F(RendererTest, faceAwayFromTheSunIsDarkerThanTheLitFace) {
+    ViewportScene scene(SyntheticModel::cube());
+    scene.setShadingStyle(ShadingStyle::clay);
+    RenderFrame frame = frameOf(scene);
+    const Image image = renderer_->snapshot(frame, kWidth, kHeight);
+    const Float4x4 world = scene.modelRoot()->worldTransform();
+    auto [lx, ly] = project(frame, {2.0f, 0, 0.5f}, world);     // -Y: faces the sun
+    auto [sx, sy] = project(frame, {2.5f, 0.5f, 0.5f}, world);  // +X: turned away
+    EXPECT_GT(at(image, lx, ly).luma(), at(image, sx, sy).luma() + 15);
+    EXPECT_GT(at(image, sx, sy).luma(), 60);  // sky, fill and environment keep it readable
+}
+
+class RendererSceneTest : public RendererTest {
+  protected:
+    // A 10 m ground at Z = 0 and a 1 m box standing on it, under a model root as scenes have.
+    void SetUp() override {
+        RendererTest::SetUp();
+        if (IsSkipped()) return;
+        root_ = SceneNode::make("root");
+        modelRoot_ = SceneNode::make("model");
+        modelRoot_->transform(1, 1) = 0;  // Z-up model in the renderer's Y-up world
+        modelRoot_->transform(1, 2) = 1;
+        modelRoot_->transform(2, 1) = -1;
+        modelRoot_->transform(2, 2) = 0;
+        root_->addChild(modelRoot_);
+        ground_ = plain({0.8f, 0.8f, 0.8f, 1});
+        modelRoot_->addChild(node(quad({-5, -5, 0}, {10, 0, 0}, {0, 10, 0}), ground_));
+        box_ = plain({0.7f, 0.3f, 0.2f, 1});
+        const Float3 o{-0.5f, -0.5f, 0};
+        modelRoot_->addChild(node(quad(o, {0, 1, 0}, {1, 0, 0}), box_));
+        modelRoot_->addChild(node(quad(o + Float3{0, 0, 1}, {1, 0, 0}, {0, 1, 0}), box_));
+        modelRoot_->addChild(node(quad(o, {1, 0, 0}, {0, 0, 1}), box_));
+        modelRoot_->addChild(node(quad(o + Float3{0, 1, 0}, {0, 0, 1}, {1, 0, 0}), box_));
+        modelRoot_->addChild(node(quad(o, {0, 0, 1}, {0, 1, 0}), box_));
+        modelRoot_->addChild(node(quad(o + Float3{1, 0, 0}, {0, 1, 0}, {0, 0, 1}), box_));
+        background_ = Rendering::backdropImage(BackdropStyle::architecturalSky,
+                                               Rendering::defaultCustomBackdropColor);
+        sky_ = Rendering::skyImage(false);
+        fill_.type = Light::Type::ambient;
+        fill_.intensity = 140;
+        lookFrom({5, -7, 5}, {0, 0.5f, 0});
+    }
+    void lookFrom(Float3 eye, Float3 target, bool parallel = false) {
+        frame_.root = root_.get();
+        Float3 f = normalize(target - eye);
+        frame_.camera.cameraToWorld =
+            modelRoot_->transform * RenderMath::lookAlong(eye, f, {0, 0, 1});
+        frame_.camera.settings = {};
+        frame_.camera.settings.fieldOfView = 35;
+        frame_.camera.settings.usesOrthographicProjection = parallel;
+        frame_.camera.settings.orthographicScale = 4;
+        Rendering::configure(frame_.camera.settings);
+        Rendering::setAmbientOcclusion(false, 0, frame_.camera.settings);
+        frame_.cameraLight = &fill_;
+        frame_.backdrop = &background_;
+        frame_.environment = &sky_;
+        frame_.environmentIntensity = 1.05f;
+    }
+    std::pair<int, int> pixel(Float3 p) { return project(frame_, p, modelRoot_->transform); }
+    Image draw() { return renderer_->snapshot(frame_, kWidth, kHeight); }
+
+    std::shared_ptr<SceneNode> root_, modelRoot_;
+    std::shared_ptr<viewport::Material> ground_, box_;
+    Image background_, sky_;
+    RenderFrame frame_;
+};
+
+// Shadows only take away part of the sun (alpha 0.48 of a blue-grey), and the sky, fill and
+// environment stay: they darken the ground by a few percent, never to black.
+TEST_F(RendererSceneTest, sunShadowIsSoftBlueGreyNeverBlack) {
+    addSunRig(*modelRoot_, 14);
+    const Image image = draw();
+    EXPECT_EQ(renderer_->statistics().shadowViews, 3);
+    for (const auto& c : modelRoot_->children())
+        if (c->light) c->light->castsShadow = false;
+    const Image unshadowed = draw();
+    EXPECT_EQ(renderer_->statistics().shadowViews, 0);
+    // The sun travels towards +X +Y and down: the shadow falls on that side of the box.
+    const auto [sx, sy] = pixel({0.9f, 0.4f, 0});
+    const Rgb shadow = at(image, sx, sy), lit = at(unshadowed, sx, sy);
+    EXPECT_LT(shadow.luma(), lit.luma() - 4);
+    EXPECT_GT(shadow.luma(), lit.luma() * 3 / 4);
+    EXPECT_GT(shadow.b * lit.r, lit.b * shadow.r);  // bluer than the lit ground
+    const auto [ox, oy] = pixel({-2, -2, 0});       // open ground: no shadow either way
+    EXPECT_LE(at(image, ox, oy).distance(at(unshadowed, ox, oy)), 2);
+    EXPECT_TRUE(test::matchesBaseline(image, "scene_sun_shadow"));
+}
+
+TEST_F(RendererSceneTest, lowShadowQualityUsesOneCascadeAndStillShadows) {
+    addSunRig(*modelRoot_, 14);
+    for (const auto& c : modelRoot_->children())
+        if (c->light && c->light->castsShadow) {
+            c->light->shadowCascadeCount = 1;
+            c->light->shadowMapSize = 1024;
+        }
+    const Image image = draw();
+    EXPECT_EQ(renderer_->statistics().shadowViews, 1);
+    for (const auto& c : modelRoot_->children())
+        if (c->light) c->light->castsShadow = false;
+    const Image unshadowed = draw();
+    const auto [sx, sy] = pixel({0.9f, 0.4f, 0});
+    EXPECT_LT(at(image, sx, sy).luma(), at(unshadowed, sx, sy).luma() - 4);
+}
+
+TEST_F(RendererSceneTest, pointLightFadesWithDistanceAndCastsShadow) {
+    auto lamp = SceneNode::make("lamp");
+    Light light;
+    light.type = Light::Type::omni;
+    light.intensity = 2400 * 0.86f;
+    light.temperature = 5400;
+    light.attenuationStartDistance = 0.1f;
+    light.attenuationEndDistance = 6;
+    light.attenuationFalloffExponent = 1.85f;
+    light.castsShadow = true;
+    light.shadowMapSize = 512;
+    lamp->light = light;
+    lamp->transform = Float4x4::translation({-1.5f, -1.5f, 1.5f});
+    modelRoot_->addChild(lamp);
+    fill_.intensity = 65;  // the point-light mode's dimmer fill and environment
+    frame_.environmentIntensity = 0.28f;
+    const Image image = draw();
+    EXPECT_EQ(renderer_->statistics().shadowViews, 6);
+    lamp->light->castsShadow = false;
+    const Image unshadowed = draw();
+    const auto [nx, ny] = pixel({-1.5f, -1.5f, 0});  // under the lamp
+    const auto [fx, fy] = pixel({2.5f, 4, 0});       // beyond the attenuation end
+    const auto [bx, by] = pixel({0.9f, 0.9f, 0});    // behind the box, seen from the lamp
+    EXPECT_GT(at(image, nx, ny).luma(), at(image, fx, fy).luma() + 40);
+    EXPECT_LT(at(image, bx, by).luma(), at(unshadowed, bx, by).luma() - 4);
+    lamp->isHidden = true;
+    EXPECT_LE(at(draw(), fx, fy).distance(at(image, fx, fy)), 2);  // it never reached there
+    EXPECT_TRUE(test::matchesBaseline(image, "scene_point_light"));
+}
+
+TEST_F(RendererSceneTest, ambientOcclusionDarkensTheFootOfTheBoxOnlyInPerspective) {
+    addSunRig(*modelRoot_, 14, false);
+    const auto [x, y] = pixel({0, -0.51f, 0});  // ground at the foot of the box
+    const int without = at(draw(), x, y).luma();
+    EXPECT_FALSE(renderer_->statistics().ambientOcclusion);
+    Rendering::setAmbientOcclusion(true, 1.4, frame_.camera.settings);
+    const Image withAO = draw();
+    EXPECT_TRUE(renderer_->statistics().ambientOcclusion);
+    EXPECT_LT(at(withAO, x, y).luma(), without - 3);
+    const auto [ox, oy] = pixel({-4, 3.5f, 0});  // open ground: nothing to occlude it
+    EXPECT_LE(std::abs(at(withAO, ox, oy).luma() - at(draw(), ox, oy).luma()), 3);
+
+    lookFrom({5, -7, 5}, {0, 0.5f, 0}, true);
+    frame_.camera.settings.screenSpaceAmbientOcclusionIntensity = 1.4;  // even if asked
+    draw();
+    EXPECT_FALSE(renderer_->statistics().ambientOcclusion);
+}
+
+// --- Transparency, edges, highlights ------------------------------------------------------------
+
+TEST_F(RendererSceneTest, seeThroughSurfaceBlendsWithWhatIsBehind) {
+    addSunRig(*modelRoot_, 14, false);
+    auto glass = plain({0.2f, 0.4f, 1.0f, 0.5f});
+    glass->transparency = 0.5f;
+    glass->transparencyMode = viewport::Material::TransparencyMode::dualLayer;
+    glass->writesToDepthBuffer = false;
+    auto pane = node(quad({-1, -1.2f, 0}, {2, 0, 0}, {0, 0, 1.5f}), glass);
+    pane->renderingOrder = 2;
+    pane->castsShadow = false;
+    const auto [x, y] = pixel({0, -0.5f, 0.5f});  // the box's front face, behind the pane
+    const Rgb before = at(draw(), x, y);
+    modelRoot_->addChild(pane);
+    const Rgb after = at(draw(), x, y);
+    EXPECT_GT(after.b, before.b + 20);  // tinted blue
+    EXPECT_GT(after.r, 40);             // and the red box still shows
+    EXPECT_LT(after.r, before.r);
+}
+
+TEST_F(RendererSceneTest, edgesSitOnFacesWithoutFightingInBothProjections) {
+    addSunRig(*modelRoot_, 14, false);
+    auto edgeMaterial = std::make_shared<viewport::Material>();
+    edgeMaterial->lightingModel = viewport::Material::LightingModel::constant;
+    edgeMaterial->diffuseColor = {0.02f, 0.9f, 0.02f, 1};  // green, to be told from the box
+    edgeMaterial->writesToDepthBuffer = false;
+    edgeMaterial->edgeDepthBias = true;
+    auto edges = std::make_shared<Geometry>();
+    edges->primitive = Geometry::Primitive::lines;
+    // The front vertical edges of the box and a line across its front face.
+    const Float3 ends[6] = {{-0.5f, -0.5f, 0}, {-0.5f, -0.5f, 1},    {0.5f, -0.5f, 0},
+                            {0.5f, -0.5f, 1},  {-0.5f, -0.5f, 0.5f}, {0.5f, -0.5f, 0.5f}};
+    edges->positions = Buffer<Float3>(6);
+    for (int i = 0; i < 6; ++i) edges->positions[size_t(i)] = ends[i];
+    edges->computeBounds();
+    auto edgeNode = node(edges, edgeMaterial);
+    edgeNode->renderingOrder = 1;
+    edgeNode->castsShadow = false;
+    edgeNode->categoryBitMask = 2;
+    modelRoot_->addChild(edgeNode);
+    for (bool parallel : {false, true}) {
+        lookFrom({2, -7, 3}, {0, 0.5f, 0.5f}, parallel);
+        const Image image = draw();
+        int green = 0, samples = 0;
+        for (float t = -0.4f; t <= 0.4f; t += 0.05f, ++samples) {
+            const auto [x, y] = pixel({t, -0.5f, 0.5f});
+            bool found = false;
+            for (int dy = -1; dy <= 1; ++dy) {
+                const Rgb c = at(image, x, std::clamp(y + dy, 0, kHeight - 1));
+                found |= c.g > c.r + 30;
+            }
+            green += found;
+        }
+        EXPECT_EQ(green, samples) << (parallel ? "parallel" : "perspective");
+        const auto [fx, fy] = pixel({0.25f, -0.5f, 0.25f});  // the face between the lines
+        EXPECT_LT(at(image, fx, fy).g, at(image, fx, fy).r) << "face pixel shows the edge colour";
+        EXPECT_TRUE(test::matchesBaseline(
+            image, parallel ? "scene_edges_parallel" : "scene_edges_perspective"));
+    }
+}
+
+TEST_F(RendererSceneTest, emissionBrightensAHoveredFace) {
+    addSunRig(*modelRoot_, 14, false);
+    const auto [x, y] = pixel({0, -0.5f, 0.5f});
+    const int before = at(draw(), x, y).luma();
+    box_->emission = {0.16f, 0.21f, 0.28f};
+    const Rgb after = at(draw(), x, y);
+    EXPECT_GT(after.luma(), before + 5);
+}
+
+TEST_F(RendererSceneTest, gizmoThatIgnoresDepthShowsThroughTheBox) {
+    auto gizmoMaterial = std::make_shared<viewport::Material>();
+    gizmoMaterial->lightingModel = viewport::Material::LightingModel::constant;
+    gizmoMaterial->diffuseColor = {1.0f, 0.72f, 0.30f, 1};
+    gizmoMaterial->readsFromDepthBuffer = false;
+    gizmoMaterial->writesToDepthBuffer = false;
+    auto lines = std::make_shared<Geometry>();
+    lines->primitive = Geometry::Primitive::lines;
+    lines->positions = Buffer<Float3>(2);
+    lines->positions[0] = {-0.3f, 0, 0.5f};  // inside the box
+    lines->positions[1] = {0.3f, 0, 0.5f};
+    lines->computeBounds();
+    auto gizmo = node(lines, gizmoMaterial);
+    gizmo->renderingOrder = 2;
+    gizmo->castsShadow = false;
+    modelRoot_->addChild(gizmo);
+    const Image image = draw();
+    const auto [x, y] = pixel({0, 0, 0.5f});
+    bool found = false;
+    for (int dy = -1; dy <= 1; ++dy) {
+        const Rgb c = at(image, x, y + dy);
+        found |= c.r > 200 && c.g > 140 && c.b < 140;
+    }
+    EXPECT_TRUE(found);
+}
+
+// --- Backdrop, uploads, headless -----------------------------------------------------------------
+
+TEST_F(RendererSceneTest, skyGradientShowsBehindTheModel) {
+    lookFrom({0, -7, 0.5f}, {0, 0, 3});  // looking up: the box low in the picture
+    const Image image = draw();
+    const Image& sky = background_;
+    for (int y : {0, kHeight / 4, kHeight / 2}) {
+        const int row = std::clamp(int((y + 0.5f) / kHeight * 256), 0, 255);
+        const std::uint8_t* p = sky.pixel(0, row);
+        const Rgb expected{p[0], p[1], p[2]};
+        EXPECT_LE(at(image, 0, y).distance(expected), 3) << "row " << y;
+        EXPECT_LE(at(image, kWidth - 1, y).distance(expected), 3) << "row " << y;
+    }
+    EXPECT_LT(at(image, 0, 0).luma(), at(image, 0, kHeight / 2).luma());
+}
+
+TEST_F(RendererSceneTest, geometryIsUploadedOnceAndReused) {
+    draw();
+    const auto& g = *modelRoot_->children().front()->geometry;
+    const GpuResource* first = g.gpu.get();
+    ASSERT_NE(first, nullptr);
+    draw();
+    EXPECT_EQ(g.gpu.get(), first);
+}
+
+TEST_F(RendererTest, headlessSnapshotWritesThePngOfTheFirstView) {
+    test::TempDir dir;
+    std::string error;
+    HeadlessSnapshot::Options options;
+    options.width = 120;
+    options.height = 80;
+    options.style = ShadingStyle::clay;
+    ASSERT_TRUE(
+        HeadlessSnapshot::writePNG(SyntheticModel::cube(), options, dir / "cube.png", error))
+        << error;
+    auto image = PNGFile::read(dir / "cube.png");
+    ASSERT_TRUE(image);
+    EXPECT_EQ(image->width, 120);
+    EXPECT_EQ(image->height, 80);
+    EXPECT_NE(at(*image, 60, 40).distance(at(*image, 2, 40)), 0);
+}
+
+TEST_F(RendererTest, headlessSnapshotRefusesAnEmptySize) {
+    std::string error;
+    HeadlessSnapshot::Options options;
+    options.width = 0;
+    EXPECT_FALSE(HeadlessSnapshot::render(SyntheticModel::cube(), options, error));
+    EXPECT_NE(error.find("size"), std::string::npos);
+}
+
+TEST(HeadlessFramingTest, flatDrawingIsSeenFromTheTopAndModelCameraIsKept) {
+    SKPModel flat;
+    flat.boundsMin = {0, 0, 0};
+    flat.boundsMax = {10, 5, 0};
+    const CameraNode top = HeadlessSnapshot::initialCamera(flat, 1.5f);
+    const Float3 forward = RenderMath::rotation(top.orientation).transformVector({0, 0, -1});
+    EXPECT_NEAR(forward.z, -1, 1e-4);
+    EXPECT_GT(top.position.z, 5);
+
+    const SKPModel cube = SyntheticModel::cube();
+    const CameraNode own = HeadlessSnapshot::initialCamera(cube, 1.5f);
+    EXPECT_FLOAT_EQ(own.position.x, cube.camera->position.x);
+    ASSERT_TRUE(own.camera);
+    EXPECT_FLOAT_EQ(float(own.camera->fieldOfView), cube.camera->fovDegrees);
+    const Float3 look = RenderMath::rotation(own.orientation).transformVector({0, 0, -1});
+    const Float3 expected = normalize(cube.camera->target - cube.camera->position);
+    EXPECT_NEAR(dot(look, expected), 1, 1e-4);
 }
 
 }  // namespace

@@ -372,7 +372,7 @@ bool Renderer::Impl::initialize(std::string& error) {
         Float3 v{next() * 2 - 1, next() * 2 - 1, next()};
         v = normalize(v) * next();
         float scale = float(i) / 16;
-        scale = 0.1f + 0.9f * scale * scale;
+        scale = 0.2f + 0.8f * scale * scale;
         v *= scale;
         kernel[size_t(i * 3)] = v.x;
         kernel[size_t(i * 3 + 1)] = v.y;
