@@ -553,6 +553,37 @@ TEST_F(RendererSceneTest, gizmoThatIgnoresDepthShowsThroughTheBox) {
     EXPECT_TRUE(found);
 }
 
+TEST_F(RendererSceneTest, textureIsSampledThroughTheContentsTransform) {
+    addSunRig(*modelRoot_, 14, false);
+    auto checker = std::make_shared<Image>();
+    checker->width = 2;
+    checker->height = 2;
+    checker->interpolated = false;
+    // Row 0 (top): red, blue; row 1: blue, red.
+    checker->pixels = {230, 20, 20, 255, 20, 20, 230, 255, 20, 20, 230, 255, 230, 20, 20, 255};
+    auto textured = plain({1, 1, 1, 1});
+    textured->diffuseImage = checker;
+    textured->wrapRepeat = true;
+    auto wall = quad({-1, -1, 0.2f}, {2, 0, 0}, {0, 0, 2});
+    wall->uvs = Buffer<Float2>(4);
+    const Float2 uv[4] = {{0, 0}, {1, 0}, {1, 1}, {0, 1}};
+    for (int i = 0; i < 4; ++i) wall->uvs[size_t(i)] = uv[i];
+    modelRoot_->addChild(node(wall, textured));
+    lookFrom({0, -6, 1.2f}, {0, 0, 1.2f});
+    // Without a transform, v = 0 reads the top row: red at the bottom left of the wall.
+    const auto [lx, ly] = pixel({-0.5f, -1, 0.7f});
+    const auto [rx, ry] = pixel({0.5f, -1, 0.7f});
+    Image image = draw();
+    EXPECT_GT(at(image, lx, ly).r, at(image, lx, ly).b + 40);
+    EXPECT_GT(at(image, rx, ry).b, at(image, rx, ry).r + 40);
+    // Flipping V, as scene assembly does for the modelling tool's coordinates, swaps the rows.
+    textured->contentsTransform(1, 1) = -1;
+    textured->contentsTransform(1, 3) = 1;
+    image = draw();
+    EXPECT_GT(at(image, lx, ly).b, at(image, lx, ly).r + 40);
+    EXPECT_GT(at(image, rx, ry).r, at(image, rx, ry).b + 40);
+}
+
 // --- Backdrop, uploads, headless -----------------------------------------------------------------
 
 TEST_F(RendererSceneTest, skyGradientShowsBehindTheModel) {
