@@ -15,6 +15,7 @@
 #include "LightColor.h"
 #include "RenderMath.h"
 #include "Shaders.h"
+#include "ShadowCascades.h"
 
 namespace vistrel::viewport {
 
@@ -23,7 +24,7 @@ namespace {
 constexpr int kMaxDirectional = 4;
 constexpr int kMaxLocal = 32;
 constexpr int kMaxLocalShadowViews = 12;  // two omni lights of six faces
-constexpr int kMaxCascades = 3;
+constexpr int kMaxCascades = ShadowCascades::maxCount;
 constexpr float kInf = std::numeric_limits<float>::infinity();
 
 // GL names released by GPU copies whose geometry or material died; deleted at the next frame,
@@ -575,72 +576,6 @@ void setMatrix(int location, const Float4x4& m) {
     glUniformMatrix4fv(location, 1, GL_FALSE, m.m.data());
 }
 
-struct CascadeSetup {
-    int count = 0;
-    int size = 0;
-    std::array<Float4x4, kMaxCascades> viewProjection;
-    std::array<float, 4> far{};
-    std::array<float, 4> texel{};
-};
-
-// Slices the camera's depth range and fits one light-space box around each slice, extended
-// towards the light far enough to catch every caster.
-void fitCascades(CascadeSetup& setup, const Light& sun, Float3 travel, const RenderCamera& camera,
-                 float aspect, float near, float far, const Bounds& casters) {
-    const int n = setup.count;
-    const bool ortho = camera.settings.usesOrthographicProjection;
-    const float shadowFar = ortho ? std::min(far, near + sun.maximumShadowDistance)
-                                  : std::max(std::min(far, sun.maximumShadowDistance), near * 2);
-    // Parallel projection has no perspective to compensate: even slices.
-    const float lambda = ortho ? 0.0f : std::clamp(sun.shadowCascadeSplittingFactor, 0.0f, 1.0f);
-    const float tanHalf = float(std::tan(camera.settings.fieldOfView * std::numbers::pi / 360));
-    float sliceNear = near;
-    for (int c = 0; c < n; ++c) {
-        const float i = float(c + 1) / float(n);
-        const float logSplit = ortho ? 0.0f : near * std::pow(shadowFar / near, i);
-        const float uniformSplit = near + (shadowFar - near) * i;
-        const float sliceFar =
-            c == n - 1 ? shadowFar : lambda * logSplit + (1 - lambda) * uniformSplit;
-        Float3 corners[8];
-        Float3 center;
-        for (int k = 0; k < 8; ++k) {
-            const float d = k & 4 ? sliceFar : sliceNear;
-            const float hh = ortho ? float(camera.settings.orthographicScale) : d * tanHalf;
-            const float hw = hh * aspect;
-            const Float3 v{k & 1 ? hw : -hw, k & 2 ? hh : -hh, -d};
-            corners[k] = camera.cameraToWorld.transformPoint(v);
-            center += corners[k] / 8.0f;
-        }
-        float radius = 0;
-        for (const Float3& p : corners) radius = std::max(radius, length(p - center));
-        radius = std::max(radius, 1e-3f);
-        // Snap the centre to whole texels so the map does not shimmer as the camera moves.
-        const Float4x4 frame = RenderMath::lookAlong({0, 0, 0}, travel, {0, 1, 0});
-        const Float3 x = frame.column3(0), y = frame.column3(1);
-        const float texel = 2 * radius / float(setup.size);
-        const float cx = std::floor(dot(center, x) / texel) * texel;
-        const float cy = std::floor(dot(center, y) / texel) * texel;
-        center = center + x * (cx - dot(center, x)) + y * (cy - dot(center, y));
-        // Depth range along the light's travel: the slice and every caster.
-        float tMin = -radius, tMax = radius;
-        if (!casters.empty())
-            for (int k = 0; k < 8; ++k) {
-                const float t = dot(casters.corner(k) - center, travel);
-                tMin = std::min(tMin, t);
-                tMax = std::max(tMax, t);
-            }
-        const float margin = 0.01f * (tMax - tMin) + 0.01f;
-        const Float3 eye = center + travel * (tMin - margin);
-        const Float4x4 view = RenderMath::inverse(RenderMath::lookAlong(eye, travel, y));
-        const Float4x4 projection =
-            RenderMath::orthographic(radius, radius, 0, tMax - tMin + 2 * margin);
-        setup.viewProjection[size_t(c)] = projection * view;
-        setup.far[size_t(c)] = sliceFar;
-        setup.texel[size_t(c)] = texel;
-        sliceNear = sliceFar;
-    }
-}
-
 }  // namespace
 
 void Renderer::Impl::render(const RenderFrame& frame, GLuint target, int w, int h) {
@@ -806,7 +741,7 @@ void Renderer::Impl::render(const RenderFrame& frame, GLuint target, int w, int 
     for (DrawItem& item : items) upload(*item.geometry);
 
     // Shadow maps.
-    CascadeSetup cascades;
+    ShadowCascades cascades;
     auto drawCasters = [&](const Float4x4& lightViewProjection) {
         setMatrix(depthViewProjection, lightViewProjection);
         for (const DrawItem& item : items) {
@@ -838,7 +773,7 @@ void Renderer::Impl::render(const RenderFrame& frame, GLuint target, int w, int 
             cascadeSize = cascades.size;
             cascadeLayers = cascades.count;
         }
-        fitCascades(cascades, l, sunTravel, camera, aspect, nearPlane, farPlane, casters);
+        cascades.fit(l, sunTravel, camera, aspect, nearPlane, farPlane, casters.min, casters.max);
         glViewport(0, 0, cascades.size, cascades.size);
         for (int c = 0; c < cascades.count; ++c) {
             glFramebufferTextureLayer(GL_FRAMEBUFFER, GL_DEPTH_ATTACHMENT, cascadeArray, 0, c);
