@@ -94,13 +94,13 @@ TEST(RendererAllocationTest, repeatedFramesAllocateNothing) {
     frame.environment = &scene.lightingEnvironment();
     frame.environmentIntensity = 1.05f;
 
-    for (int i = 0; i < 3; ++i) renderer.render(frame, 0, 96, 64);
+    for (int i = 0; i < 3; ++i) renderer.renderOffscreen(frame, 96, 64);
     ASSERT_TRUE(renderer.statistics().ambientOcclusion);
     ASSERT_EQ(renderer.statistics().shadowViews, 3);
     allocations = 0;
     counting = true;
-    renderer.render(frame, 0, 96, 64);
-    renderer.render(frame, 0, 96, 64);
+    renderer.renderOffscreen(frame, 96, 64);
+    renderer.renderOffscreen(frame, 96, 64);
     counting = false;
     EXPECT_EQ(allocations.load(), 0);
 }

@@ -582,6 +582,8 @@ void Renderer::Impl::render(const RenderFrame& frame, GLuint target, int w, int 
     assert(ready && "Renderer::initialize must succeed before drawing");
     assert(w > 0 && h > 0);
     *stats = {};
+    while (glGetError() != GL_NO_ERROR) {
+    }  // errors of whoever used the context before are not ours
     flushDeletions();
     resize(w, h);
     updateBackdrop(frame.backdrop);
@@ -992,6 +994,8 @@ void Renderer::Impl::render(const RenderFrame& frame, GLuint target, int w, int 
     glDrawArrays(GL_TRIANGLES, 0, 3);
     glBindVertexArray(0);
     glActiveTexture(GL_TEXTURE0);
+    // Every call above is valid by construction; an error here is a bug in this file.
+    assert(glGetError() == GL_NO_ERROR);
 }
 
 Renderer::Renderer() : impl_(std::make_unique<Impl>()) {
@@ -1008,7 +1012,7 @@ void Renderer::render(const RenderFrame& frame, unsigned framebuffer, int width,
     impl_->render(frame, framebuffer, width, height);
 }
 
-Image Renderer::snapshot(const RenderFrame& frame, int width, int height) {
+void Renderer::renderOffscreen(const RenderFrame& frame, int width, int height) {
     Impl& d = *impl_;
     assert(width > 0 && height > 0);
     if (width != d.snapshotWidth || height != d.snapshotHeight) {
@@ -1025,6 +1029,11 @@ Image Renderer::snapshot(const RenderFrame& frame, int width, int height) {
         d.snapshotHeight = height;
     }
     d.render(frame, d.snapshotFramebuffer, width, height);
+}
+
+Image Renderer::snapshot(const RenderFrame& frame, int width, int height) {
+    Impl& d = *impl_;
+    renderOffscreen(frame, width, height);
     Image image;
     image.width = width;
     image.height = height;

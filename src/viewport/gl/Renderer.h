@@ -55,7 +55,9 @@ class Renderer {
     // pixels. Leaves that framebuffer bound.
     void render(const RenderFrame& frame, unsigned framebuffer, int width, int height);
 
-    // Renders offscreen and reads the picture back: RGBA8, row 0 at the top, alpha 255.
+    // Draws into the renderer's own RGBA8 framebuffer of that size, for work without a window.
+    void renderOffscreen(const RenderFrame& frame, int width, int height);
+    // renderOffscreen, then reads the picture back: RGBA8, row 0 at the top, alpha 255.
     Image snapshot(const RenderFrame& frame, int width, int height);
 
     const Statistics& statistics() const { return statistics_; }
