@@ -439,6 +439,32 @@ TEST_F(RendererSceneTest, pointLightFadesWithDistanceAndCastsShadow) {
     EXPECT_TRUE(test::matchesBaseline(image, "scene_point_light"));
 }
 
+TEST_F(RendererSceneTest, spotLightsOnlyInsideItsConeWithOneShadowView) {
+    auto spotNode = SceneNode::make("spotFace0");
+    Light spot;
+    spot.type = Light::Type::spot;
+    spot.intensity = 2400 * 0.86f;
+    spot.temperature = 5400;
+    spot.spotInnerAngle = 20;
+    spot.spotOuterAngle = 30;
+    spot.castsShadow = true;
+    spot.shadowMapSize = 512;
+    spotNode->light = spot;
+    // Straight down from 2 m above the ground, left of the box.
+    spotNode->transform = RenderMath::lookAlong({-2, -1, 2}, {0, 0, -1}, {0, 1, 0});
+    modelRoot_->addChild(spotNode);
+    fill_.intensity = 65;
+    frame_.environmentIntensity = 0.28f;
+    const Image image = draw();
+    EXPECT_EQ(renderer_->statistics().shadowViews, 1);
+    const auto [cx, cy] = pixel({-2, -1, 0});     // the centre of the cone
+    const auto [ox, oy] = pixel({-2, -2.5f, 0});  // 1.5 m aside: outside the 15 degrees
+    spotNode->isHidden = true;
+    const Image dark = draw();
+    EXPECT_GT(at(image, cx, cy).luma(), at(dark, cx, cy).luma() + 40);
+    EXPECT_LE(at(image, ox, oy).distance(at(dark, ox, oy)), 2);
+}
+
 TEST_F(RendererSceneTest, ambientOcclusionDarkensTheFootOfTheBoxOnlyInPerspective) {
     addSunRig(*modelRoot_, 14, false);
     const auto [x, y] = pixel({0, -0.51f, 0});  // ground at the foot of the box
