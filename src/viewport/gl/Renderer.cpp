@@ -11,6 +11,7 @@
 #include <numbers>
 #include <vector>
 
+#include "FrameLights.h"
 #include "GLProgram.h"
 #include "LightColor.h"
 #include "RenderMath.h"
@@ -21,9 +22,9 @@ namespace vistrel::viewport {
 
 namespace {
 
-constexpr int kMaxDirectional = 4;
-constexpr int kMaxLocal = 32;
-constexpr int kMaxLocalShadowViews = 12;  // two omni lights of six faces
+constexpr int kMaxDirectional = FrameLights::maxDirectional;
+constexpr int kMaxLocal = FrameLights::maxLocal;
+constexpr int kMaxLocalShadowViews = FrameLights::maxLocalShadowViews;
 constexpr int kMaxCascades = ShadowCascades::maxCount;
 constexpr float kInf = std::numeric_limits<float>::infinity();
 
@@ -206,6 +207,7 @@ struct Renderer::Impl {
     // Per-frame lists, kept to reuse their storage.
     std::vector<DrawItem> items;
     std::vector<LightItem> lights;
+    FrameLights frameLights;
     uint32_t sequence = 0;
 
     Statistics* stats = nullptr;
@@ -566,12 +568,6 @@ void Renderer::Impl::drawGeometry(const Geometry& g) {
 
 namespace {
 
-Float3 lightRadiance(const Light& l) {
-    const Float3 t = LightColor::blackBody(l.temperature);
-    const float s = std::max(l.intensity, 0.0f) / 1000;
-    return {l.color.x * t.x * s, l.color.y * t.y * s, l.color.z * t.z * s};
-}
-
 void setMatrix(int location, const Float4x4& m) {
     glUniformMatrix4fv(location, 1, GL_FALSE, m.m.data());
 }
@@ -643,99 +639,14 @@ void Renderer::Impl::render(const RenderFrame& frame, GLuint target, int w, int 
     for (DrawItem& item : items) item.visible = !culled(viewProjection, item.bounds);
 
     // Lights.
-    std::array<float, kMaxDirectional * 3> dirDirection{}, dirRadiance{};
-    std::array<float, kMaxLocal * 4> localPosition{}, localDirection{}, localRadiance{},
-        localFalloff{};
-    std::array<Float4x4, kMaxLocalShadowViews> localShadowMatrix;
-    int directionalCount = 0, localCount = 0, localViews = 0, sunShadow = -1;
-    Float3 ambient;
-    const LightItem* sun = nullptr;
-    Float3 sunTravel;
-    int localShadowSize = 0;
-    auto addAmbient = [&](const Light& l) { ambient += lightRadiance(l); };
+    FrameLights& fl = frameLights;
+    fl.clear();
     if (frame.cameraLight && frame.cameraLight->type == Light::Type::ambient)
-        addAmbient(*frame.cameraLight);
+        fl.add(*frame.cameraLight, Float4x4::identity(), 0, false);
     const float sceneSize = all.empty() ? 10 : length(all.max - all.min);
-    for (const LightItem& li : lights) {
-        const Light& l = *li.light;
-        if (l.intensity <= 0) continue;
-        const Float3 radiance = lightRadiance(l);
-        const Float3 axis = normalize(li.world.transformVector({0, 0, -1}));
-        const Float3 position = li.world.column3(3);
-        switch (l.type) {
-            case Light::Type::ambient:
-                ambient += radiance;
-                break;
-            case Light::Type::directional: {
-                if (directionalCount == kMaxDirectional) break;
-                const int i = directionalCount++;
-                dirDirection[size_t(i * 3)] = -axis.x;
-                dirDirection[size_t(i * 3 + 1)] = -axis.y;
-                dirDirection[size_t(i * 3 + 2)] = -axis.z;
-                dirRadiance[size_t(i * 3)] = radiance.x;
-                dirRadiance[size_t(i * 3 + 1)] = radiance.y;
-                dirRadiance[size_t(i * 3 + 2)] = radiance.z;
-                if (l.castsShadow && !sun && !casters.empty()) {
-                    sun = &li;
-                    sunTravel = axis;
-                    sunShadow = i;
-                }
-                break;
-            }
-            case Light::Type::spot:
-            case Light::Type::omni: {
-                if (localCount == kMaxLocal) break;
-                const int i = localCount++;
-                const bool spot = l.type == Light::Type::spot;
-                const float inner = std::cos(l.spotInnerAngle * std::numbers::pi_v<float> / 360);
-                const float outer = std::cos(l.spotOuterAngle * std::numbers::pi_v<float> / 360);
-                const size_t k = size_t(i * 4);
-                localPosition[k] = position.x;
-                localPosition[k + 1] = position.y;
-                localPosition[k + 2] = position.z;
-                localPosition[k + 3] = spot ? 1 : 0;
-                localDirection[k] = axis.x;
-                localDirection[k + 1] = axis.y;
-                localDirection[k + 2] = axis.z;
-                localDirection[k + 3] = std::min(outer, inner - 1e-4f);
-                localRadiance[k] = radiance.x;
-                localRadiance[k + 1] = radiance.y;
-                localRadiance[k + 2] = radiance.z;
-                localRadiance[k + 3] = inner;
-                localFalloff[k] = l.attenuationStartDistance;
-                localFalloff[k + 1] = l.attenuationEndDistance;
-                localFalloff[k + 2] = l.attenuationFalloffExponent;
-                localFalloff[k + 3] = -1;
-                const int needed = spot ? 1 : 6;
-                if (l.castsShadow && !casters.empty() &&
-                    localViews + needed <= kMaxLocalShadowViews) {
-                    localFalloff[k + 3] = float(localViews);
-                    if (!localShadowSize) localShadowSize = std::clamp(l.shadowMapSize, 256, 2048);
-                    const float zn = 0.05f;
-                    const float zf = l.attenuationEndDistance > 0
-                                         ? l.attenuationEndDistance
-                                         : std::max(sceneSize * 1.4f, 8.0f);
-                    if (spot) {
-                        const float fov = std::min(l.spotOuterAngle + 10, 170.0f) *
-                                          std::numbers::pi_v<float> / 180;
-                        localShadowMatrix[size_t(localViews)] =
-                            RenderMath::perspective(fov, 1, zn, zf) *
-                            RenderMath::inverse(RenderMath::lookAlong(position, axis, {0, 1, 0}));
-                    } else {
-                        static const Float3 faces[6] = {{1, 0, 0},  {-1, 0, 0}, {0, 1, 0},
-                                                        {0, -1, 0}, {0, 0, 1},  {0, 0, -1}};
-                        for (int f = 0; f < 6; ++f)
-                            localShadowMatrix[size_t(localViews + f)] =
-                                RenderMath::perspective(std::numbers::pi_v<float> / 2, 1, zn, zf) *
-                                RenderMath::inverse(
-                                    RenderMath::lookAlong(position, faces[f], {0, 1, 0}));
-                    }
-                    localViews += needed;
-                }
-                break;
-            }
-        }
-    }
+    for (const LightItem& li : lights) fl.add(*li.light, li.world, sceneSize, !casters.empty());
+    const Light* sun = fl.sun;
+    const int localViews = fl.localShadowViews;
 
     glDisable(GL_SCISSOR_TEST);
     glDisable(GL_STENCIL_TEST);
@@ -766,7 +677,7 @@ void Renderer::Impl::render(const RenderFrame& frame, GLuint target, int w, int 
         glPolygonOffset(1.5f, 3.0f);
     }
     if (sun) {
-        const Light& l = *sun->light;
+        const Light& l = *sun;
         cascades.count = std::clamp(l.shadowCascadeCount, 1, kMaxCascades);
         cascades.size = std::clamp(l.shadowMapSize, 256, 4096);
         if (cascades.size != cascadeSize || cascades.count != cascadeLayers) {
@@ -775,7 +686,8 @@ void Renderer::Impl::render(const RenderFrame& frame, GLuint target, int w, int 
             cascadeSize = cascades.size;
             cascadeLayers = cascades.count;
         }
-        cascades.fit(l, sunTravel, camera, aspect, nearPlane, farPlane, casters.min, casters.max);
+        cascades.fit(l, fl.sunTravel, camera, aspect, nearPlane, farPlane, casters.min,
+                     casters.max);
         glViewport(0, 0, cascades.size, cascades.size);
         for (int c = 0; c < cascades.count; ++c) {
             glFramebufferTextureLayer(GL_FRAMEBUFFER, GL_DEPTH_ATTACHMENT, cascadeArray, 0, c);
@@ -785,16 +697,16 @@ void Renderer::Impl::render(const RenderFrame& frame, GLuint target, int w, int 
         }
     }
     if (localViews) {
-        if (localShadowSize != localSize) {
+        if (fl.localShadowSize != localSize) {
             if (localArray) glDeleteTextures(1, &localArray);
-            localArray = makeShadowArray(localShadowSize, kMaxLocalShadowViews);
-            localSize = localShadowSize;
+            localArray = makeShadowArray(fl.localShadowSize, kMaxLocalShadowViews);
+            localSize = fl.localShadowSize;
         }
         glViewport(0, 0, localSize, localSize);
         for (int v = 0; v < localViews; ++v) {
             glFramebufferTextureLayer(GL_FRAMEBUFFER, GL_DEPTH_ATTACHMENT, localArray, 0, v);
             glClear(GL_DEPTH_BUFFER_BIT);
-            drawCasters(localShadowMatrix[size_t(v)]);
+            drawCasters(fl.localShadowMatrix[size_t(v)]);
             stats->shadowViews++;
         }
     }
@@ -878,18 +790,18 @@ void Renderer::Impl::render(const RenderFrame& frame, GLuint target, int w, int 
     setMatrix(su.view, view);
     setMatrix(su.projection, projection);
     glUniform3f(su.cameraPosition, eye.x, eye.y, eye.z);
-    glUniform3f(su.ambient, ambient.x, ambient.y, ambient.z);
-    glUniform1i(su.directionalCount, directionalCount);
-    glUniform3fv(su.directionalDirection, kMaxDirectional, dirDirection.data());
-    glUniform3fv(su.directionalRadiance, kMaxDirectional, dirRadiance.data());
-    glUniform1i(su.sunShadow, sunShadow);
-    glUniform1i(su.localCount, localCount);
-    glUniform4fv(su.localPosition, kMaxLocal, localPosition.data());
-    glUniform4fv(su.localDirection, kMaxLocal, localDirection.data());
-    glUniform4fv(su.localRadiance, kMaxLocal, localRadiance.data());
-    glUniform4fv(su.localFalloff, kMaxLocal, localFalloff.data());
+    glUniform3f(su.ambient, fl.ambient.x, fl.ambient.y, fl.ambient.z);
+    glUniform1i(su.directionalCount, fl.directionalCount);
+    glUniform3fv(su.directionalDirection, kMaxDirectional, fl.directionalDirection.data());
+    glUniform3fv(su.directionalRadiance, kMaxDirectional, fl.directionalRadiance.data());
+    glUniform1i(su.sunShadow, fl.sunIndex);
+    glUniform1i(su.localCount, fl.localCount);
+    glUniform4fv(su.localPosition, kMaxLocal, fl.localPosition.data());
+    glUniform4fv(su.localDirection, kMaxLocal, fl.localDirection.data());
+    glUniform4fv(su.localRadiance, kMaxLocal, fl.localRadiance.data());
+    glUniform4fv(su.localFalloff, kMaxLocal, fl.localFalloff.data());
     glUniformMatrix4fv(su.localShadowMatrix, kMaxLocalShadowViews, GL_FALSE,
-                       localShadowMatrix[0].m.data());
+                       fl.localShadowMatrix[0].m.data());
     glUniform3fv(su.irradiance, 9, &irradiance[0].x);
     glUniform1f(su.environmentIntensity, frame.environment ? frame.environmentIntensity : 0.0f);
     glUniform1i(su.cascadeCount, std::max(cascades.count, 1));
@@ -898,7 +810,7 @@ void Renderer::Impl::render(const RenderFrame& frame, GLuint target, int w, int 
     glUniform4fv(su.cascadeFar, 1, cascades.far.data());
     glUniform4fv(su.cascadeTexel, 1, cascades.texel.data());
     if (sun) {
-        const Light& l = *sun->light;
+        const Light& l = *sun;
         glUniform1f(su.shadowRadius, std::max(l.shadowRadius, 0.5f));
         glUniform1i(su.shadowSamples, std::max(l.shadowSampleCount, 1));
         glUniform4f(su.shadowColor, l.shadowColor.x, l.shadowColor.y, l.shadowColor.z,
