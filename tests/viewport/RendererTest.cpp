@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <numbers>
 #include <set>
@@ -75,6 +76,13 @@ void addSunRig(SceneNode& parent, float sceneSize, bool shadows = true) {
     parent.addChild(skyNode);
 }
 
+bool hasLight(const SceneNode& n) {
+    if (n.light) return true;
+    for (const auto& c : n.children())
+        if (hasLight(*c)) return true;
+    return false;
+}
+
 std::shared_ptr<Geometry> quad(Float3 origin, Float3 u, Float3 v) {
     auto g = std::make_shared<Geometry>();
     g->positions = Buffer<Float3>(4);
@@ -137,8 +145,8 @@ class RendererTest : public ::testing::Test {
 
     // A frame of the scene from the model's own first view, lit by the sun rig.
     RenderFrame frameOf(ViewportScene& scene, int w = kWidth, int h = kHeight) {
-        if (!scene.modelRoot()->children().empty() &&
-            scene.modelRoot()->children().back()->name != "skyFill")
+        // The scene's own rig once it has one; until then the same lights by hand.
+        if (!hasLight(*scene.rootNode()) && !scene.modelRoot()->children().empty())
             addSunRig(*scene.modelRoot(), length(scene.model().size()));
         camera_ = HeadlessSnapshot::initialCamera(scene.model(), float(w) / float(h));
         fill_.type = Light::Type::ambient;
@@ -608,6 +616,79 @@ TEST_F(RendererSceneTest, textureIsSampledThroughTheContentsTransform) {
     image = draw();
     EXPECT_GT(at(image, lx, ly).b, at(image, lx, ly).r + 40);
     EXPECT_GT(at(image, rx, ry).r, at(image, rx, ry).b + 40);
+}
+
+TEST_F(RendererSceneTest, gridDrawnFirstLetsTheModelStandBeforeIt) {
+    addSunRig(*modelRoot_, 14, false);
+    auto gridMaterial = std::make_shared<viewport::Material>();
+    gridMaterial->lightingModel = viewport::Material::LightingModel::constant;
+    gridMaterial->diffuseColor = {0.1f, 1.0f, 0.1f, 1};
+    gridMaterial->writesToDepthBuffer = false;
+    auto line = std::make_shared<Geometry>();
+    line->primitive = Geometry::Primitive::lines;
+    line->positions = Buffer<Float3>(2);
+    line->positions[0] = {-3, -1, 0.4f};  // in front of the box, as seen from the camera
+    line->positions[1] = {3, -1, 0.4f};
+    line->computeBounds();
+    auto grid = node(line, gridMaterial);
+    grid->renderingOrder = -1;
+    grid->castsShadow = false;
+    modelRoot_->addChild(grid);
+    lookFrom({0, -7, 0.6f}, {0, 0, 0.5f});
+    auto greenNear = [&](const Image& image, Float3 p) {
+        const auto [x, y] = pixel(p);
+        bool found = false;
+        for (int dy = -1; dy <= 1; ++dy) {
+            const Rgb c = at(image, x, y + dy);
+            found |= c.g > c.r + 60;
+        }
+        return found;
+    };
+    Image image = draw();
+    EXPECT_TRUE(greenNear(image, {-2.5f, -1, 0.4f}));  // over the ground and sky
+    EXPECT_FALSE(greenNear(image, {0, -1, 0.4f}));     // the box, drawn later, covers it
+    grid->renderingOrder = 2;                          // drawn after the box it would cross it
+    image = draw();
+    EXPECT_TRUE(greenNear(image, {0, -1, 0.4f}));
+}
+
+// Exposure -0.62, the ACES fit, contrast 0.06 and saturation 1.04, then sRGB, for a constant
+// colour that fills the picture.
+TEST_F(RendererSceneTest, cameraGradingFollowsExposureToneMapContrastAndSaturation) {
+    auto grade = [](float linear[3]) {
+        float c[3];
+        for (int i = 0; i < 3; ++i) {
+            const float x = linear[i] * std::exp2(-0.62f);
+            c[i] = std::clamp((x * (2.51f * x + 0.03f)) / (x * (2.43f * x + 0.59f) + 0.14f), 0.0f,
+                              1.0f);
+            c[i] = (c[i] - 0.5f) * 1.06f + 0.5f;
+        }
+        const float luma = 0.2126f * c[0] + 0.7152f * c[1] + 0.0722f * c[2];
+        Rgb out;
+        int* channels[3] = {&out.r, &out.g, &out.b};
+        for (int i = 0; i < 3; ++i) {
+            const float v = std::clamp(luma + (c[i] - luma) * 1.04f, 0.0f, 1.0f);
+            const float e = v <= 0.0031308f ? v * 12.92f : 1.055f * std::pow(v, 1 / 2.4f) - 0.055f;
+            *channels[i] = int(std::lround(e * 255));
+        }
+        return out;
+    };
+    for (Float4 srgb :
+         {Float4{0.5f, 0.5f, 0.5f, 1}, Float4{0.9f, 0.4f, 0.2f, 1}, Float4{1.6f, 1.7f, 1.9f, 1}}) {
+        auto flat = std::make_shared<viewport::Material>();
+        flat->lightingModel = viewport::Material::LightingModel::constant;
+        flat->diffuseColor = srgb;
+        auto wall = node(quad({-50, 3, -50}, {100, 0, 0}, {0, 0, 100}), flat);
+        modelRoot_->addChild(wall);
+        lookFrom({0, -1, 0}, {0, 3, 0});
+        const Rgb c = at(draw(), kWidth / 2, kHeight / 2);
+        wall->removeFromParent();
+        float linear[3] = {LightColor::srgbToLinear(srgb.x), LightColor::srgbToLinear(srgb.y),
+                           LightColor::srgbToLinear(srgb.z)};
+        const Rgb expected = grade(linear);
+        EXPECT_LE(c.distance(expected), 2) << c.r << " " << c.g << " " << c.b << " expected "
+                                           << expected.r << " " << expected.g << " " << expected.b;
+    }
 }
 
 // --- Backdrop, uploads, headless -----------------------------------------------------------------
