@@ -3,6 +3,8 @@
 #include <epoxy/egl.h>
 #include <epoxy/gl.h>
 
+#include <dlfcn.h>
+
 #include <cstring>
 #include <vector>
 
@@ -53,7 +55,13 @@ EGLContext makeContext(EGLDisplay display, bool pbuffer, EGLConfig& config) {
 }  // namespace
 
 std::unique_ptr<OffscreenContext> OffscreenContext::create(std::string& error) {
-    // libepoxy answers null rather than aborting when no EGL library can be loaded.
+    // libepoxy aborts the process when it cannot load EGL; ask first, so that a machine without
+    // it gets a message.
+    static void* const egl = dlopen("libEGL.so.1", RTLD_LAZY | RTLD_LOCAL);  // kept loaded
+    if (!egl) {
+        error = "libEGL.so.1 cannot be loaded";
+        return nullptr;
+    }
     const char* clientExtensions = eglQueryString(EGL_NO_DISPLAY, EGL_EXTENSIONS);
     std::vector<Attempt> attempts;
     if (hasExtension(clientExtensions, "EGL_MESA_platform_surfaceless") &&

@@ -2,9 +2,9 @@
 //
 // Linear HDR colour (RGBA16F, 4x multisampled): physically based surfaces lit by directional,
 // ambient, spot and omni lights and by image-based light from the environment image; cascaded
-// shadow maps for the first shadow-casting directional light and shadow maps for up to two
-// shadow-casting local lights; screen-space ambient occlusion in perspective; two-pass
-// transparency; edges with a depth bias; then exposure, ACES tone mapping, contrast and
+// shadow maps for the first shadow-casting directional light and twelve shadow views for local
+// lights (a spot takes one, an omni light six); screen-space ambient occlusion in perspective;
+// two-pass transparency; edges with a depth bias; then exposure, ACES tone mapping, contrast and
 // saturation over the backdrop image, which is drawn as it is.
 //
 // The renderer belongs to one GL context, which must be current for every call, destruction
@@ -18,21 +18,9 @@
 #include <string>
 
 #include "Image.h"
-#include "Light.h"
-#include "RenderCamera.h"
-#include "SceneNode.h"
+#include "RenderFrame.h"
 
 namespace vistrel::viewport {
-
-struct RenderFrame {
-    const SceneNode* root = nullptr;  // the whole graph; hidden subtrees are skipped
-    RenderCamera camera;
-    const Light* cameraLight = nullptr;  // rides with the camera (the ambient fill)
-    const Image* backdrop = nullptr;     // stretched behind everything; absent: black
-    const Image* environment = nullptr;  // equirectangular sky for image-based light
-    float environmentIntensity = 1;
-    float devicePixelRatio = 1;  // line width
-};
 
 class Renderer {
   public:
