@@ -511,6 +511,27 @@ TEST_F(RendererSceneTest, seeThroughSurfaceBlendsWithWhatIsBehind) {
     EXPECT_LT(after.r, before.r);
 }
 
+TEST_F(RendererSceneTest, seeThroughSurfacesBlendFromFarToNearWhateverTheirOrderInTheGraph) {
+    auto pane = [&](Float4 colour, float y) {
+        auto m = plain(colour);
+        m->transparency = 0.6f;
+        m->transparencyMode = viewport::Material::TransparencyMode::dualLayer;
+        m->writesToDepthBuffer = false;
+        auto n = node(quad({-1, y, 1.5f}, {2, 0, 0}, {0, 0, 1.5f}), m);
+        n->renderingOrder = 2;
+        n->castsShadow = false;
+        return n;
+    };
+    lookFrom({0, -7, 2.25f}, {0, 0, 2.25f});
+    const auto [x, y] = pixel({0, -2, 2.25f});
+    auto nearBlue = pane({0.1f, 0.2f, 1.0f, 0.6f}, -2);
+    auto farRed = pane({1.0f, 0.1f, 0.1f, 0.6f}, 2);
+    modelRoot_->addChild(nearBlue);  // the near one first in the graph
+    modelRoot_->addChild(farRed);
+    const Rgb c = at(draw(), x, y);
+    EXPECT_GT(c.b, c.r);  // the near pane lies over the far one
+}
+
 TEST_F(RendererSceneTest, edgesSitOnFacesWithoutFightingInBothProjections) {
     addSunRig(*modelRoot_, 14, false);
     auto edgeMaterial = std::make_shared<viewport::Material>();

@@ -138,6 +138,7 @@ struct DrawItem {
     bool seeThrough = false;
     bool castsShadow = false;
     bool visible = true;
+    float depth = 0;  // of the box centre along the view axis
     uint32_t sequence = 0;
 };
 
@@ -589,17 +590,24 @@ void Renderer::Impl::render(const RenderFrame& frame, GLuint target, int w, int 
     lights.clear();
     sequence = 0;
     if (frame.root) collect(*frame.root, Float4x4::identity());
-    std::sort(items.begin(), items.end(), [](const DrawItem& a, const DrawItem& b) {
-        if (a.order != b.order) return a.order < b.order;
-        if (a.seeThrough != b.seeThrough) return !a.seeThrough;
-        return a.sequence < b.sequence;
-    });
 
     // Camera and depth range around what there is to see.
     const RenderCamera& camera = frame.camera;
     const CameraSettings& cs = camera.settings;
     const Float4x4 view = RenderMath::inverse(camera.cameraToWorld);
     const Float3 eye = camera.cameraToWorld.column3(3);
+
+    // By rendering order; within one, opaque first, then see-through from far to near, since
+    // see-through surfaces write no depth and blend in the order they are drawn.
+    const Float3 viewAxis = normalize(camera.cameraToWorld.transformVector({0, 0, -1}));
+    for (DrawItem& item : items)
+        item.depth = dot((item.bounds.min + item.bounds.max) * 0.5f - eye, viewAxis);
+    std::sort(items.begin(), items.end(), [](const DrawItem& a, const DrawItem& b) {
+        if (a.order != b.order) return a.order < b.order;
+        if (a.seeThrough != b.seeThrough) return !a.seeThrough;
+        if (a.seeThrough && a.depth != b.depth) return a.depth > b.depth;
+        return a.sequence < b.sequence;
+    });
     const float aspect = float(w) / float(h);
     Bounds all, casters;
     for (const DrawItem& item : items) {
