@@ -7,6 +7,8 @@
 #include <string>
 #include <vector>
 
+#include "ShadingStyle.h"
+
 namespace vistrel::inspect {
 
 struct InspectOptions {
@@ -14,6 +16,11 @@ struct InspectOptions {
     bool help = false;
     // Write the vector PDF of the first view of the (one) file here.
     std::optional<std::filesystem::path> pdf;
+    // Render the first view of the (one) file headless into this PNG, at this size and style.
+    std::optional<std::filesystem::path> png;
+    int width = 1380;
+    int height = 820;
+    viewport::ShadingStyle style = viewport::ShadingStyle::textured;
 
     // Parses arguments without argument 0. Returns the options, or an English message for a
     // bad command line (an unknown option, no file).

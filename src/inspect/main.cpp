@@ -3,6 +3,7 @@
 #include <chrono>
 #include <iostream>
 
+#include "HeadlessSnapshot.h"
 #include "InspectOptions.h"
 #include "Localization.h"
 #include "ModelSummary.h"
@@ -25,6 +26,14 @@ bool summarize(const std::filesystem::path& path, const InspectOptions& options)
         double seconds =
             std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
         std::cout << modelSummary(model, seconds).dump(2) << std::endl;
+        if (options.png) {
+            std::string error;
+            if (!viewport::HeadlessSnapshot::writePNG(
+                    model, {options.width, options.height, options.style}, *options.png, error)) {
+                std::cerr << "vistrel-inspect: " << error << "\n";
+                return false;
+            }
+        }
         if (options.pdf) {
             if (auto failure =
                     viewport::VectorPDFExporter::exportInitialView(model, *options.pdf)) {

@@ -127,3 +127,45 @@ TEST(Inspect, pdfOfTheFirstViewIsWrittenOrFailsCleanly) {
               2);
     EXPECT_EQ(inspect((dir / "plan.dxf").string() + " --pdf").status, 2);
 }
+
+TEST(InspectOptions, pngSizeAndStyle) {
+    std::string error;
+    auto o = InspectOptions::parse(
+        {"--png", "a.png", "--size", "320x200", "--style", "clay", "m.dxf"}, error);
+    EXPECT_TRUE(error.empty()) << error;
+    EXPECT_EQ(o.png, std::filesystem::path("a.png"));
+    EXPECT_EQ(o.width, 320);
+    EXPECT_EQ(o.height, 200);
+    EXPECT_EQ(o.style, vistrel::viewport::ShadingStyle::clay);
+    for (const char* bad : {"320", "x200", "0x10", "20000x10", "12ax4", "-5x5"}) {
+        InspectOptions::parse({"--png", "a.png", "--size", bad, "m.dxf"}, error);
+        EXPECT_NE(error.find("--size"), std::string::npos) << bad;
+    }
+    InspectOptions::parse({"--style", "Clay", "m.dxf"}, error);
+    EXPECT_NE(error.find("--style"), std::string::npos);
+}
+
+TEST(Inspect, pngOfTheFirstViewIsRendered) {
+    TempDir dir;
+    {
+        std::ofstream f(dir / "plan.dxf");
+        f << "0\nSECTION\n2\nENTITIES\n0\n3DFACE\n8\n0\n10\n0\n20\n0\n30\n0\n11\n4\n21\n0\n31\n0\n"
+             "12\n4\n22\n3\n32\n2\n13\n0\n23\n3\n33\n2\n0\nENDSEC\n0\nEOF\n";
+    }
+    ScopedEnv nativeOnly("VISTREL_FORCE_NATIVE_DXF", "1");
+    ToolRun run = inspect("--png " + (dir / "view.png").string() + " --size 160x100 " +
+                          (dir / "plan.dxf").string());
+    if (run.status == 1 && !std::filesystem::exists(dir / "view.png"))
+        GTEST_SKIP() << "no headless GL context here";
+    ASSERT_EQ(run.status, 0);
+    std::ifstream png(dir / "view.png", std::ios::binary);
+    std::string head(8, '\0');
+    png.read(head.data(), 8);
+    EXPECT_EQ(head, "\x89PNG\r\n\x1a\n");
+    // PNG width and height sit in the IHDR chunk at bytes 16 to 23.
+    std::string ihdr(8, '\0');
+    png.seekg(16);
+    png.read(ihdr.data(), 8);
+    EXPECT_EQ(uint8_t(ihdr[3]), 160);
+    EXPECT_EQ(uint8_t(ihdr[7]), 100);
+}

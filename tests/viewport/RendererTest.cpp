@@ -76,13 +76,6 @@ void addSunRig(SceneNode& parent, float sceneSize, bool shadows = true) {
     parent.addChild(skyNode);
 }
 
-bool hasLight(const SceneNode& n) {
-    if (n.light) return true;
-    for (const auto& c : n.children())
-        if (hasLight(*c)) return true;
-    return false;
-}
-
 std::shared_ptr<Geometry> quad(Float3 origin, Float3 u, Float3 v) {
     auto g = std::make_shared<Geometry>();
     g->positions = Buffer<Float3>(4);
@@ -145,12 +138,8 @@ class RendererTest : public ::testing::Test {
 
     // A frame of the scene from the model's own first view, lit by the sun rig.
     RenderFrame frameOf(ViewportScene& scene, int w = kWidth, int h = kHeight) {
-        // The scene's own rig once it has one; until then the same lights by hand.
-        if (!hasLight(*scene.rootNode()) && !scene.modelRoot()->children().empty())
-            addSunRig(*scene.modelRoot(), length(scene.model().size()));
-        camera_ = HeadlessSnapshot::initialCamera(scene.model(), float(w) / float(h));
-        fill_.type = Light::Type::ambient;
-        fill_.intensity = 140;
+        camera_ = HeadlessSnapshot::initialCamera(scene, w, h);
+        fill_ = *scene.fill()->light;
         RenderFrame frame;
         frame.root = scene.rootNode().get();
         frame.camera = RenderCamera::from(camera_, scene.modelRoot()->worldTransform());
@@ -766,13 +755,15 @@ TEST(HeadlessFramingTest, flatDrawingIsSeenFromTheTopAndModelCameraIsKept) {
     SKPModel flat;
     flat.boundsMin = {0, 0, 0};
     flat.boundsMax = {10, 5, 0};
-    const CameraNode top = HeadlessSnapshot::initialCamera(flat, 1.5f);
+    ViewportScene flatScene(flat);
+    const CameraNode top = HeadlessSnapshot::initialCamera(flatScene, 300, 200);
     const Float3 forward = RenderMath::rotation(top.orientation).transformVector({0, 0, -1});
     EXPECT_NEAR(forward.z, -1, 1e-4);
     EXPECT_GT(top.position.z, 5);
 
     const SKPModel cube = SyntheticModel::cube();
-    const CameraNode own = HeadlessSnapshot::initialCamera(cube, 1.5f);
+    ViewportScene cubeScene(cube);
+    const CameraNode own = HeadlessSnapshot::initialCamera(cubeScene, 300, 200);
     EXPECT_FLOAT_EQ(own.position.x, cube.camera->position.x);
     ASSERT_TRUE(own.camera);
     EXPECT_FLOAT_EQ(float(own.camera->fieldOfView), cube.camera->fovDegrees);

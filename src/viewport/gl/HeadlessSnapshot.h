@@ -30,8 +30,8 @@ std::optional<Image> render(const SKPModel& model, const Options& options, std::
 bool writePNG(const SKPModel& model, const Options& options, const std::filesystem::path& path,
               std::string& error);
 
-// The camera of the first view, in model space, for a view of width/height `aspect`.
-CameraNode initialCamera(const SKPModel& model, float aspect);
+// The camera of the first view of the scene, in model space, for a view of width x height.
+CameraNode initialCamera(ViewportScene& scene, int width, int height);
 
 }  // namespace HeadlessSnapshot
 }  // namespace vistrel::viewport
