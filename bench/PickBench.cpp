@@ -59,7 +59,7 @@ int main(int argc, char** argv) {
                 triangles / buildSeconds / 1e6);
     std::printf("  %d picks, %d hits: median %.3f ms, p99 %.3f ms, max %.3f ms\n", picks, hits,
                 times[times.size() / 2], times[times.size() * 99 / 100], times.back());
-    std::printf("  of which the face pass: median %.3f ms, p99 %.3f ms\n", faceTimes[faceTimes.size() / 2],
-                faceTimes[faceTimes.size() * 99 / 100]);
+    std::printf("  of which the face pass: median %.3f ms, p99 %.3f ms\n",
+                faceTimes[faceTimes.size() / 2], faceTimes[faceTimes.size() * 99 / 100]);
     return 0;
 }

@@ -65,8 +65,12 @@ inline Float3 normalize(Float3 a) {
 }
 // Lane-wise minimum and maximum where a NaN loses against a number, as fmin/fmax have it, but
 // inline: these sit in per-vertex loops, where a libm call per lane costs more than the loop.
-inline float minLane(float a, float b) { return (b < a || a != a) ? b : a; }
-inline float maxLane(float a, float b) { return (b > a || a != a) ? b : a; }
+inline float minLane(float a, float b) {
+    return (b < a || a != a) ? b : a;
+}
+inline float maxLane(float a, float b) {
+    return (b > a || a != a) ? b : a;
+}
 inline Float3 min(Float3 a, Float3 b) {
     return {minLane(a.x, b.x), minLane(a.y, b.y), minLane(a.z, b.z)};
 }

@@ -171,8 +171,8 @@ vec3 brdf(vec3 n, vec3 v, vec3 l, vec3 albedo, vec3 f0, float a) {
     float nv = max(dot(n, v), 1e-4);
     vec3 f = f0 + (1.0 - f0) * pow(1.0 - max(dot(v, h), 0.0), 5.0);
     // Lambert without 1/pi, so the specular lobe is scaled by pi to keep the balance.
-    vec3 spec = PI * ggx(max(dot(n, h), 0.0), a) * visibility(nl, nv, a) * f;
-    return (albedo * (1.0 - uMetalness) + spec) * nl;
+    vec3 specular = PI * ggx(max(dot(n, h), 0.0), a) * visibility(nl, nv, a) * f;
+    return (albedo * (1.0 - uMetalness) + specular) * nl;
 }
 
 void main() {
