@@ -8,6 +8,8 @@
 
 #include "ManualClock.h"
 #include "ManualTimer.h"
+#include "SKPReader.h"
+#include "TestEnv.h"
 
 using namespace vistrel;
 using namespace vistrel::viewport;
@@ -124,6 +126,48 @@ class ViewportViewTest : public testing::Test {
     void tick(double dt = 1.0 / 60) {
         clock.advance(dt);
         timer.fire();
+    }
+
+    // Pan, wheel zoom, option-turn, a momentum flick and a key flight over a flat drawing, with
+    // the pose each step should leave.
+    void playScriptedPlanSession(SKPModel plan) {
+        present(std::move(plan));
+        const Pose start = view.rig().pose();
+        const double startScale = view.orthographicScale();
+        const float u = view.visibleHeight() / viewSize.y;
+        EXPECT_NEAR(start.pitch, -pi / 2, 1e-6f);
+
+        // Pan 60 points right and 30 up with the left button.
+        leftDrag({200, 200}, {20, 10}, 3, 0.3);
+        // One wheel notch towards the drawing at the middle of the view.
+        WheelEvent wheel;
+        wheel.point = {viewSize.x / 2, viewSize.y / 2};
+        wheel.scrollingDelta = {0, 1};
+        wheel.time = 30;
+        view.scrollWheel(wheel);
+        // Option-drag 40 points left, released slowly: a quarter turn's worth, no inertia.
+        leftDrag({400, 300}, {-10, 3}, 4, 0.3, Modifiers{.option = true});
+        // A trackpad flick with momentum afterwards changes nothing.
+        wheel.hasPreciseDeltas = true;
+        wheel.momentumPhase = GesturePhase::changed;
+        wheel.scrollingDelta = {40, 40};
+        view.scrollWheel(wheel);
+        // The up key held for a tenth of a second moves up the screen.
+        const Pose beforeKey = view.rig().pose();
+        EXPECT_TRUE(view.keyDown(key(126, "")));
+        tick(0.1);
+        view.keyUp(key(126, ""));
+        tick();
+        EXPECT_FALSE(timer.isRunning());
+
+        const Float3 panned = start.position - start.right() * (60 * u) - start.up() * (30 * u);
+        // Turning about the vertical keeps a straight-down eye above its target.
+        const Float3 flown = panned + beforeKey.up() * (view.rig().baseSpeed * 0.1f);
+        const Pose& end = view.rig().pose();
+        EXPECT_NEAR(end.yaw, start.yaw + 40 * orbitPerPoint, 1e-5f);
+        EXPECT_EQ(end.pitch, -pi / 2);
+        expectNear(end.position, flown);
+        EXPECT_NEAR(view.orthographicScale(), startScale * 0.9, 1e-4);
     }
 
     test::ManualTimer timer;
@@ -477,43 +521,16 @@ TEST_F(ViewportViewTest, escapeAndReleaseInputEndFreeFlyAndGiveTheCursorBack) {
 
 // A user's session over a flat drawing, replayed event by event.
 TEST_F(ViewportViewTest, scriptedSessionOverAFlatPlanEndsAtTheExpectedPose) {
-    present(planModel());
-    const Pose start = view.rig().pose();
-    const double startScale = view.orthographicScale();
-    const float u = view.visibleHeight() / viewSize.y;
-    EXPECT_NEAR(start.pitch, -pi / 2, 1e-6f);
+    playScriptedPlanSession(planModel());
+}
 
-    // Pan 60 points right and 30 up with the left button.
-    leftDrag({200, 200}, {20, 10}, 3, 0.3);
-    // One wheel notch towards the drawing at the middle of the view.
-    WheelEvent wheel;
-    wheel.point = {viewSize.x / 2, viewSize.y / 2};
-    wheel.scrollingDelta = {0, 1};
-    wheel.time = 30;
-    view.scrollWheel(wheel);
-    // Option-drag 40 points left, released slowly: a quarter turn's worth, no inertia.
-    leftDrag({400, 300}, {-10, 3}, 4, 0.3, Modifiers{.option = true});
-    // A trackpad flick with momentum afterwards changes nothing.
-    wheel.hasPreciseDeltas = true;
-    wheel.momentumPhase = GesturePhase::changed;
-    wheel.scrollingDelta = {40, 40};
-    view.scrollWheel(wheel);
-    // The up key held for a tenth of a second moves up the screen.
-    const Pose beforeKey = view.rig().pose();
-    EXPECT_TRUE(view.keyDown(key(126, "")));
-    tick(0.1);
-    view.keyUp(key(126, ""));
-    tick();
-    EXPECT_FALSE(timer.isRunning());
-
-    const Float3 panned = start.position - start.right() * (60 * u) - start.up() * (30 * u);
-    // Turning about the vertical keeps a straight-down eye above its target.
-    const Float3 flown = panned + beforeKey.up() * (view.rig().baseSpeed * 0.1f);
-    const Pose& end = view.rig().pose();
-    EXPECT_NEAR(end.yaw, start.yaw + 40 * orbitPerPoint, 1e-5f);
-    EXPECT_EQ(end.pitch, -pi / 2);
-    expectNear(end.position, flown);
-    EXPECT_NEAR(view.orthographicScale(), startScale * 0.9, 1e-4);
+TEST_F(ViewportViewTest, scriptedSessionOverACorpusFloorPlanEndsAtTheExpectedPose) {
+    auto corpus = test::corpusDir();
+    if (!corpus) GTEST_SKIP() << "corpus not present";
+    test::ScopedEnv nativeOnly("VISTREL_FORCE_NATIVE_DXF", "1");
+    SKPModel plan = SKPReader::load(*corpus / "dxf" / "bnortierdxf__floorplan.dxf");
+    ASSERT_TRUE(plan.isPlanar2D());
+    playScriptedPlanSession(std::move(plan));
 }
 
 }  // namespace
