@@ -8,6 +8,11 @@ namespace vistrel::test {
 std::atomic<bool> counting{false};
 std::atomic<long> allocations{0};
 
+void allocateOnce() {
+    void* volatile p = ::operator new(16);
+    ::operator delete(p);
+}
+
 }  // namespace vistrel::test
 
 using vistrel::test::allocations;

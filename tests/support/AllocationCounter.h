@@ -9,4 +9,8 @@ namespace vistrel::test {
 extern std::atomic<bool> counting;
 extern std::atomic<long> allocations;
 
+// Exactly one heap allocation, out of the optimiser's reach (a new-expression whose result is
+// unused may be removed), to prove the counter counts before a zero from it is trusted.
+void allocateOnce();
+
 }  // namespace vistrel::test

@@ -13,12 +13,12 @@
 
 #include "Image.h"
 #include "PNGFile.h"
+#include "TestEnv.h"
 
 namespace vistrel::test {
 
 inline std::filesystem::path baselinePath(const std::string& name) {
-    const char* dir = std::getenv("VISTREL_BASELINES_DIR");
-    return std::filesystem::path(dir ? dir : "baselines") / (name + ".png");
+    return baselinesDir() / (name + ".png");
 }
 
 inline ::testing::AssertionResult matchesBaseline(const viewport::Image& actual,

@@ -2,6 +2,8 @@
 // baselines in tests/baselines/ (per channel within 5/255 for all but 0.1 % of pixels).
 #pragma once
 
+#include "TestEnv.h"
+
 #include <stb_image.h>
 #include <stb_image_write.h>
 
@@ -54,16 +56,6 @@ inline std::optional<Raster> rasterisePDF(const std::vector<std::uint8_t>& pdf,
                                 stem.string() + "' 2>/dev/null";
     if (std::system(command.c_str()) != 0) return std::nullopt;
     return readPNG(stem.string() + ".png");
-}
-
-// The environment's choice, else the folder the build names, else relative to the checkout.
-inline std::filesystem::path baselinesDir() {
-    if (const char* d = std::getenv("VISTREL_BASELINES_DIR")) return d;
-#ifdef VISTREL_BASELINES_SOURCE_DIR
-    return VISTREL_BASELINES_SOURCE_DIR;
-#else
-    return "tests/baselines";
-#endif
 }
 
 // Empty when `actual` matches the baseline `name`.png; otherwise what went wrong. A missing

@@ -53,11 +53,27 @@ class ScopedEnv {
     std::optional<std::string> old_;
 };
 
+// The environment's folder, else the one the build compiled in.
+inline std::filesystem::path configuredDir(const char* variable, const char* built) {
+    if (const char* d = std::getenv(variable); d && *d) return d;
+    return built;
+}
+
 // The shared corpus of real CAD files, or nothing when it is not beside the checkout.
 inline std::optional<std::filesystem::path> corpusDir() {
-    const char* d = std::getenv("VISTREL_CORPUS_DIR");
-    if (!d || !std::filesystem::is_directory(d)) return std::nullopt;
-    return std::filesystem::path(d);
+    auto d = configuredDir("VISTREL_CORPUS_DIR", VISTREL_TEST_CORPUS_DIR);
+    if (!std::filesystem::is_directory(d)) return std::nullopt;
+    return d;
+}
+
+// Picture baselines, kept in the source tree (tests/baselines).
+inline std::filesystem::path baselinesDir() {
+    return configuredDir("VISTREL_BASELINES_DIR", VISTREL_TEST_BASELINES_DIR);
+}
+
+// Sample files the project ships for its tests (tests/fixtures).
+inline std::filesystem::path fixturesDir() {
+    return configuredDir("VISTREL_FIXTURES_DIR", VISTREL_TEST_FIXTURES_DIR);
 }
 
 }  // namespace vistrel::test

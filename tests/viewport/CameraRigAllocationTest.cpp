@@ -29,7 +29,7 @@ TEST(CameraRigAllocationTest, ticksOfGlidesInertiaAndKeyFlightAllocateNothing) {
 
     // Proves the counter counts before trusting a zero from it.
     counting = true;
-    delete new int(1);
+    vistrel::test::allocateOnce();
     counting = false;
     ASSERT_EQ(allocations.exchange(0), 1);
 

@@ -71,7 +71,7 @@ long allocationsOfWalk(const SKPModel& model) {
 TEST(VectorPDFAllocationTest, modelWalkAllocatesNothingPerTriangle) {
     // Proves the counter counts before trusting a small number from it.
     counting = true;
-    delete new int(1);
+    vistrel::test::allocateOnce();
     counting = false;
     ASSERT_EQ(allocations.exchange(0), 1);
 

@@ -59,7 +59,7 @@ TEST(ViewportViewAllocationTest, dragsWheelHoverKeysAndTicksAllocateNothing) {
 
     // Proves the counter counts before trusting a zero from it.
     counting = true;
-    delete new int(1);
+    vistrel::test::allocateOnce();
     counting = false;
     ASSERT_EQ(allocations.exchange(0), 1);
 
