@@ -4,6 +4,7 @@
 #include <QString>
 
 #include <algorithm>
+#include <cassert>
 #include <cmath>
 #include <numbers>
 
@@ -92,6 +93,7 @@ void DocumentModel::setInfo(std::optional<SKPFileInfo> info) {
 }
 
 void DocumentModel::setState(State state) {
+    assert(!std::holds_alternative<Ready>(state) && "a document becomes ready through present()");
     write(state_, std::move(state), &DocumentModel::stateChanged);
     updateVisibleSize();
 }

@@ -68,7 +68,8 @@ class DocumentModel : public QObject {
     // toolkit's modifier keys (never held without a GUI application).
     std::function<bool()> isShiftHeld;
 
-    // Lifecycle.
+    // Lifecycle. setState reports loading progress and failures; only present() makes the
+    // document ready, and passing Ready here is a programming error.
     void setInfo(std::optional<SKPFileInfo> info);
     void setState(State state);
     void set(SKPModel model);
