@@ -230,9 +230,8 @@ std::string DocumentModel::statusText() const {
 }
 
 bool DocumentModel::isCAD() const {
-    if (skp_) return skp_->fileInfo.isCAD();
-    if (info_) return info_->isCAD();
-    return false;
+    if (skp_ && skp_->fileInfo.isCAD()) return true;
+    return info_ && info_->isCAD();
 }
 
 std::optional<std::string> DocumentModel::hoveredLayerName() const {

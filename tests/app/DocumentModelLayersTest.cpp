@@ -129,6 +129,8 @@ TEST_F(DocumentModelTest, nextAndPreviousSceneWrapAndStartFromTheEnds) {
     doc().set(test::groupedModel(threeScenes()));
     doc().nextScene(false);
     EXPECT_EQ(doc().selectedScene(), 0);
+    // While loading, the scene's layers are applied to the document alone.
+    EXPECT_EQ(doc().layerVisible(), (Visibility{true, false, false, true}));
     doc().nextScene(false);
     doc().nextScene(false);
     doc().nextScene(false);

@@ -199,6 +199,7 @@ TEST_F(DocumentModelTest, cameraMovesReachTheFieldsAndTheFeedback) {
 }
 
 TEST_F(DocumentModelTest, computedValuesFollowTheFields) {
+    EXPECT_FALSE(doc().isCAD());
     doc().set(test::groupedModel());
     EXPECT_FALSE(doc().isCAD());
     EXPECT_EQ(doc().visibleLayerCount(), 4);
@@ -211,6 +212,6 @@ TEST_F(DocumentModelTest, computedValuesFollowTheFields) {
     dxf.url = "/tmp/plan.dxf";
     dxf.version = "AC1032";
     doc().setInfo(dxf);
-    // The model's own file info outranks the header's.
-    EXPECT_FALSE(doc().isCAD());
+    // A model that does not say CAD defers to the header.
+    EXPECT_TRUE(doc().isCAD());
 }
