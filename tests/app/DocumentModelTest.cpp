@@ -215,3 +215,24 @@ TEST_F(DocumentModelTest, computedValuesFollowTheFields) {
     // A model that does not say CAD defers to the header.
     EXPECT_TRUE(doc().isCAD());
 }
+
+TEST_F(DocumentModelTest, viewportClicksHoversAndResetsReachTheDocument) {
+    present(test::groupedModel());
+    ASSERT_TRUE(doc().activeStandardView());
+    doc().viewport().onHoverLayer(2);
+    EXPECT_EQ(doc().hoveredLayerIndex(), 2);
+    doc().viewport().onSelectLayer(1);
+    EXPECT_EQ(doc().selectedLayerIndex(), 1);
+    EXPECT_EQ(doc().scrollToLayerTrigger(), 1);
+    doc().viewport().onResetView(false);
+    EXPECT_FALSE(doc().isPerspective());
+    EXPECT_FALSE(doc().activeStandardView());
+}
+
+TEST_F(DocumentModelTest, layerVisibilityStartsFromTheModel) {
+    auto m = modelWithLayers(3);
+    m.layers[1].isVisible = false;
+    doc().set(std::move(m));
+    EXPECT_EQ(doc().layerVisible(), (std::vector<bool>{true, false, true}));
+    EXPECT_EQ(doc().visibleLayerCount(), 2);
+}
