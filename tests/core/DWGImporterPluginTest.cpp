@@ -16,7 +16,7 @@
 #include "LoadedPlugin.h"
 #include "Localization.h"
 #include "SKPError.h"
-#include "SettingsStore.h"
+#include "ScopedLanguage.h"
 #include "TestEnv.h"
 
 using namespace vistrel;
@@ -51,14 +51,6 @@ class FakeConverter : public PluginConverter {
 
 class PluginTest : public ::testing::Test {
   protected:
-    void SetUp() override {
-        Localization::setStore(&store);
-        Localization::setCurrent(AppLanguage::en);
-    }
-    void TearDown() override {
-        Localization::setStore(nullptr);
-        Localization::resetForTesting();
-    }
     fs::path write(const std::string& name, const std::string& text) {
         fs::path file = dir / name;
         std::ofstream(file) << text;
@@ -89,7 +81,7 @@ class PluginTest : public ::testing::Test {
     test::TempDir tmp;
     test::ScopedEnv tmpdir{"TMPDIR", tmp.path().c_str()};
     test::ScopedEnv sdk{"VISTREL_SKETCHUP_SDK", (kStandIns / "full/SketchUpAPI.framework").c_str()};
-    SettingsStore store{dir / "settings.json"};
+    test::ScopedLanguage english{AppLanguage::en};
 };
 
 }  // namespace

@@ -12,7 +12,7 @@
 #include "SKPConverter.h"
 #include "SKPError.h"
 #include "SKPReader.h"
-#include "SettingsStore.h"
+#include "ScopedLanguage.h"
 #include "SketchUpAPI.h"
 #include "TestEnv.h"
 
@@ -29,15 +29,6 @@ fs::path fixture(const std::string& name) {
 
 class SKPReaderTest : public ::testing::Test {
   protected:
-    void SetUp() override {
-        Localization::setStore(&store);
-        Localization::setCurrent(AppLanguage::en);
-    }
-    void TearDown() override {
-        Localization::setStore(nullptr);
-        Localization::resetForTesting();
-    }
-
     SKPModel load(const fs::path& file, const SKPReader::ProgressCallback& progress = {},
                   const SKPReader::CancelCheck& cancel = {}) {
         return SKPReader::load(file, progress, cancel);
@@ -69,7 +60,7 @@ class SKPReaderTest : public ::testing::Test {
     test::TempDir tmp;
     test::ScopedEnv sdk{"VISTREL_SKETCHUP_SDK", kStandIn.c_str()};
     test::ScopedEnv tmpdir{"TMPDIR", tmp.path().c_str()};
-    SettingsStore store{dir / "settings.json"};
+    test::ScopedLanguage english{AppLanguage::en};
 };
 
 void expectNear(Float3 actual, Float3 expected) {

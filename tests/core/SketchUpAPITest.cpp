@@ -10,7 +10,7 @@
 #include "Localization.h"
 #include "SKPError.h"
 #include "SKPReader.h"
-#include "SettingsStore.h"
+#include "ScopedLanguage.h"
 #include "TestEnv.h"
 
 using namespace vistrel;
@@ -33,14 +33,6 @@ void makeApp(const fs::path& app, const std::optional<std::string>& version) {
 
 class SketchUpAPITest : public ::testing::Test {
   protected:
-    void SetUp() override {
-        Localization::setStore(&store);
-        Localization::setCurrent(AppLanguage::en);
-    }
-    void TearDown() override {
-        Localization::setStore(nullptr);
-        Localization::resetForTesting();
-    }
     SearchRoots roots() const {
         SearchRoots r;
         r.ownLibraryDir = dir / "prefix/lib/vistrel";
@@ -55,7 +47,7 @@ class SketchUpAPITest : public ::testing::Test {
     }
 
     test::TempDir dir;
-    SettingsStore store{dir / "settings.json"};
+    test::ScopedLanguage english{AppLanguage::en};
     test::ScopedEnv noSdk{"VISTREL_SKETCHUP_SDK", nullptr};
     test::ScopedEnv noBundledOnly{"VISTREL_BUNDLED_SDK_ONLY", nullptr};
 };
