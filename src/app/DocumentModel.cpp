@@ -11,6 +11,7 @@
 #include "Format.h"
 #include "Localization.h"
 #include "Preferences.h"
+#include "QtRepeatingTimer.h"
 
 namespace vistrel::app {
 
@@ -42,7 +43,7 @@ DocumentModel::DocumentModel(viewport::RepeatingTimer& timer, const viewport::Cl
     : QObject(parent),
       isShiftHeld(shiftFromToolkit),
       state_(Loading{}),
-      viewport_(timer, clock),
+      viewport_(timer, clock, maximumScreenFramesPerSecond),
       showsEdges_(Preferences::boolValue("showsEdges")),
       showsGrid_(Preferences::boolValue("showsGrid")),
       isPerspective_(Preferences::boolValue("isPerspective")),

@@ -17,6 +17,7 @@
 #include "CameraRig.h"
 #include "Clock.h"
 #include "CursorControl.h"
+#include "Image.h"
 #include "Math.h"
 #include "RepeatingTimer.h"
 #include "SKPModel.h"
@@ -51,6 +52,17 @@ class ViewportView {
     std::function<void(bool)> onResetView;  // with isPerspective
     std::function<void(std::optional<int>)> onHoverLayer;
     std::function<void(int)> onSelectLayer;
+
+    // The picture of the view at its size in pixels (points times backing scale), or absent
+    // without a scene or a GL context. The on-screen adapter sets `snapshotter` so that the
+    // picture comes from its own context; otherwise the view renders in an offscreen context of
+    // its own, made at the first call and kept.
+    std::function<std::optional<Image>()> snapshotter;
+    std::optional<Image> snapshot();
+
+    // The pointer the view hides and holds for look and free fly; may be null. Set by the
+    // toolkit adapter, which must outlive its use or set null first.
+    void setCursorControl(CursorControl* cursor) { cursor_ = cursor; }
 
     // Size of the view in points, and device pixels per point.
     void setSize(Float2 points) { size_ = points; }
@@ -172,6 +184,11 @@ class ViewportView {
     void undoCursorHide();
     ViewportScene::Bounds bounds() const;
 
+    struct Offscreen;
+    struct OffscreenDeleter {
+        void operator()(Offscreen* offscreen) const;
+    };
+    std::unique_ptr<Offscreen, OffscreenDeleter> offscreen_;
     std::shared_ptr<ViewportScene> scene_;
     CameraNode cameraNode_;
     std::shared_ptr<SceneNode> carrier_;

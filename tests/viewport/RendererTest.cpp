@@ -12,12 +12,15 @@
 #include "HeadlessSnapshot.h"
 #include "ImageCompare.h"
 #include "LightColor.h"
+#include "ManualClock.h"
+#include "ManualTimer.h"
 #include "OffscreenContext.h"
 #include "RenderMath.h"
 #include "Rendering.h"
 #include "SyntheticModel.h"
 #include "TestEnv.h"
 #include "ViewportScene.h"
+#include "ViewportView.h"
 
 using namespace vistrel;
 using namespace vistrel::viewport;
@@ -770,6 +773,61 @@ TEST(HeadlessFramingTest, flatDrawingIsSeenFromTheTopAndModelCameraIsKept) {
     const Float3 look = RenderMath::rotation(own.orientation).transformVector({0, 0, -1});
     const Float3 expected = normalize(cube.camera->target - cube.camera->position);
     EXPECT_NEAR(dot(look, expected), 1, 1e-4);
+}
+
+}  // namespace
+
+namespace {
+
+// What a presented view snapshots is what the headless snapshot shows for the same model and
+// size: the fill light is counted once and the camera is the view's.
+TEST_F(RendererTest, viewSnapshotMatchesTheHeadlessPictureAtThePixelSize) {
+    test::ManualTimer timer;
+    test::ManualClock clock;
+    ViewportView view(timer, clock);
+    view.setSize({float(kWidth), float(kHeight)});
+    EXPECT_FALSE(view.snapshot()) << "no scene, no picture";
+
+    view.present(std::make_shared<ViewportScene>(SyntheticModel::cube()));
+    const auto picture = view.snapshot();
+    context_->makeCurrent();  // the view rendered in a context of its own
+    ASSERT_TRUE(picture);
+    ASSERT_EQ(picture->width, kWidth);
+    ASSERT_EQ(picture->height, kHeight);
+
+    std::string error;
+    HeadlessSnapshot::Options options;
+    options.width = kWidth;
+    options.height = kHeight;
+    const auto headless = HeadlessSnapshot::render(SyntheticModel::cube(), options, error);
+    context_->makeCurrent();
+    ASSERT_TRUE(headless) << error;
+    size_t differing = 0;
+    for (size_t i = 0; i < picture->pixels.size(); i += 4)
+        for (size_t c = 0; c < 3; ++c)
+            if (std::abs(int(picture->pixels[i + c]) - int(headless->pixels[i + c])) > 6) {
+                ++differing;
+                break;
+            }
+    EXPECT_LT(double(differing) / double(kWidth * kHeight), 0.01);
+
+    // Pixels, not points: a doubled backing scale doubles the picture.
+    view.setBackingScale(2);
+    const auto retina = view.snapshot();
+    context_->makeCurrent();
+    ASSERT_TRUE(retina);
+    EXPECT_EQ(retina->width, 2 * kWidth);
+    EXPECT_EQ(retina->height, 2 * kHeight);
+
+    int calls = 0;
+    view.snapshotter = [&]() -> std::optional<Image> {
+        ++calls;
+        return Image{2, 1, true, std::vector<std::uint8_t>(8, 7)};
+    };
+    const auto fromToolkit = view.snapshot();
+    ASSERT_TRUE(fromToolkit);
+    EXPECT_EQ(fromToolkit->width, 2);
+    EXPECT_EQ(calls, 1);
 }
 
 }  // namespace

@@ -1,0 +1,16 @@
+// Test main for suites that need a Qt GUI application: clipboard, images, widgets, event loop.
+// Without a display the offscreen platform stands in, so the suites run on any machine.
+#include <gtest/gtest.h>
+
+#include <QApplication>
+#include <cstdlib>
+
+int main(int argc, char** argv) {
+    testing::InitGoogleTest(&argc, argv);
+    const char* display = std::getenv("DISPLAY");
+    if (!std::getenv("QT_QPA_PLATFORM") && !(display && *display))
+        ::setenv("QT_QPA_PLATFORM", "offscreen", 1);
+    QApplication application(argc, argv);
+    application.setQuitOnLastWindowClosed(false);
+    return RUN_ALL_TESTS();
+}
