@@ -80,9 +80,15 @@ void DesktopWorkspace::presentError(const std::string& message) {
 std::vector<Workspace::Application> DesktopWorkspace::applicationsOpening(
     const std::filesystem::path& file) {
     const QMimeType type = QMimeDatabase().mimeTypeForFile(qstring(file));
-    std::vector<std::string> types{type.name().toStdString()};
-    for (const QString& alias : type.aliases()) types.push_back(alias.toStdString());
-    for (const QString& parent : type.allAncestors()) types.push_back(parent.toStdString());
+    std::vector<std::string> types;
+    // Without a MIME database (XDG_DATA_DIRS missing /usr/share) every file is plain bytes.
+    if (type.isValid()) {
+        types.push_back(type.name().toStdString());
+        for (const QString& alias : type.aliases()) types.push_back(alias.toStdString());
+        for (const QString& parent : type.allAncestors()) types.push_back(parent.toStdString());
+    } else {
+        types.push_back("application/octet-stream");
+    }
     std::vector<Application> applications;
     const auto dirs = DesktopEntries::SearchDirs::fromEnvironment();
     for (auto& entry : DesktopEntries::applicationsFor(types, dirs))

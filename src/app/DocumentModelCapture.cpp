@@ -1,13 +1,13 @@
 // Pictures of the view and hand-over of the file to other applications.
 #include <QFileInfo>
 #include <QPointer>
-#include <QSaveFile>
 #include <QString>
 #include <QTimer>
 
 #include <chrono>
 #include <cmath>
 
+#include "AtomicFile.h"
 #include "DocumentModel.h"
 #include "Localization.h"
 #include "PNGBytes.h"
@@ -23,29 +23,13 @@ namespace {
 
 constexpr double kFlashSeconds = 2.0;
 
-// Through a temporary file beside `path` and a rename, so that a failure part way leaves the
-// old file whole. The reason on failure, in the system's words.
-std::optional<QString> writeAtomically(const std::vector<std::uint8_t>& bytes,
-                                       const fs::path& path) {
-    QSaveFile file(QString::fromStdString(path.string()));
-    if (!file.open(QIODevice::WriteOnly)) return file.errorString();
-    const auto size = qint64(bytes.size());
-    if (file.write(reinterpret_cast<const char*>(bytes.data()), size) != size) {
-        QString reason = file.errorString();
-        file.cancelWriting();
-        return reason;
-    }
-    if (!file.commit()) return file.errorString();
-    return std::nullopt;
-}
-
-std::string failedWriteMessage(const fs::path& path, const QString& reason) {
+std::string failedWriteMessage(const fs::path& path, const std::string& reason) {
     const QString name = QString::fromStdString(path.filename().string());
     const QString folder = QFileInfo(QString::fromStdString(path.string())).absolutePath();
     const QString text = QString::fromStdString(
         L("Le fichier « %1 » n’a pas pu être enregistré dans le dossier « %2 » : %3",
           "The file “%1” couldn’t be saved in the folder “%2”: %3"));
-    return text.arg(name, folder, reason).toStdString();
+    return text.arg(name, folder, QString::fromStdString(reason)).toStdString();
 }
 
 }  // namespace
@@ -120,7 +104,7 @@ void DocumentModel::saveExport(const std::vector<std::uint8_t>& bytes, const std
     QPointer<DocumentModel> self(this);
     auto path = workspace.runSavePanel({extension, suggestedExportName(extension), title});
     if (!path) return;
-    if (auto failure = writeAtomically(bytes, *path)) {
+    if (auto failure = AtomicFile::write(bytes, *path)) {
         workspace.presentError(failedWriteMessage(*path, *failure));
         return;
     }
