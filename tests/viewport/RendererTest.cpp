@@ -784,6 +784,7 @@ namespace {
 TEST_F(RendererTest, frameWithoutSceneOnlyClearsToTheViewBackground) {
     // Regression: a view shown before its scene arrives must draw its dark background, not
     // black and not a pipeline pass over a null graph.
+    context_->makeCurrent();  // earlier headless snapshots made contexts of their own
     const Image image = renderer_->snapshot(RenderFrame{}, kWidth, kHeight);
     const Float3 c = Rendering::viewBackgroundColor;
     const Rgb expected{int(std::lround(c.x * 255)), int(std::lround(c.y * 255)),
