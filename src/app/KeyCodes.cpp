@@ -153,130 +153,285 @@ constexpr std::array<std::uint16_t, 256> evdevTable = [] {
 // The evdev code a character of the US layout sits on, for the Qt-key fallback.
 constexpr std::uint16_t usLayoutEvdev(int key) {
     switch (key) {
-        case Qt::Key_A: return 30;
-        case Qt::Key_B: return 48;
-        case Qt::Key_C: return 46;
-        case Qt::Key_D: return 32;
-        case Qt::Key_E: return 18;
-        case Qt::Key_F: return 33;
-        case Qt::Key_G: return 34;
-        case Qt::Key_H: return 35;
-        case Qt::Key_I: return 23;
-        case Qt::Key_J: return 36;
-        case Qt::Key_K: return 37;
-        case Qt::Key_L: return 38;
-        case Qt::Key_M: return 50;
-        case Qt::Key_N: return 49;
-        case Qt::Key_O: return 24;
-        case Qt::Key_P: return 25;
-        case Qt::Key_Q: return 16;
-        case Qt::Key_R: return 19;
-        case Qt::Key_S: return 31;
-        case Qt::Key_T: return 20;
-        case Qt::Key_U: return 22;
-        case Qt::Key_V: return 47;
-        case Qt::Key_W: return 17;
-        case Qt::Key_X: return 45;
-        case Qt::Key_Y: return 21;
-        case Qt::Key_Z: return 44;
-        case Qt::Key_1: case Qt::Key_Exclam: return 2;
-        case Qt::Key_2: case Qt::Key_At: return 3;
-        case Qt::Key_3: case Qt::Key_NumberSign: return 4;
-        case Qt::Key_4: case Qt::Key_Dollar: return 5;
-        case Qt::Key_5: case Qt::Key_Percent: return 6;
-        case Qt::Key_6: case Qt::Key_AsciiCircum: return 7;
-        case Qt::Key_7: case Qt::Key_Ampersand: return 8;
-        case Qt::Key_8: case Qt::Key_Asterisk: return 9;
-        case Qt::Key_9: case Qt::Key_ParenLeft: return 10;
-        case Qt::Key_0: case Qt::Key_ParenRight: return 11;
-        case Qt::Key_Minus: case Qt::Key_Underscore: return 12;
-        case Qt::Key_Equal: case Qt::Key_Plus: return 13;
-        case Qt::Key_BracketLeft: case Qt::Key_BraceLeft: return 26;
-        case Qt::Key_BracketRight: case Qt::Key_BraceRight: return 27;
-        case Qt::Key_Semicolon: case Qt::Key_Colon: return 39;
-        case Qt::Key_Apostrophe: case Qt::Key_QuoteDbl: return 40;
-        case Qt::Key_QuoteLeft: case Qt::Key_AsciiTilde: return 41;
-        case Qt::Key_Backslash: case Qt::Key_Bar: return 43;
-        case Qt::Key_Comma: case Qt::Key_Less: return 51;
-        case Qt::Key_Period: case Qt::Key_Greater: return 52;
-        case Qt::Key_Slash: case Qt::Key_Question: return 53;
-        case Qt::Key_Escape: return 1;
-        case Qt::Key_Backspace: return 14;
-        case Qt::Key_Tab: case Qt::Key_Backtab: return 15;
-        case Qt::Key_Return: return 28;
-        case Qt::Key_Enter: return 96;
-        case Qt::Key_Space: return 57;
-        case Qt::Key_Control: return 29;
-        case Qt::Key_Shift: return 42;
-        case Qt::Key_Alt: return 56;
-        case Qt::Key_AltGr: return 100;
-        case Qt::Key_Meta: case Qt::Key_Super_L: return 125;
-        case Qt::Key_Super_R: return 126;
-        case Qt::Key_CapsLock: return 58;
-        case Qt::Key_NumLock: return 69;
-        case Qt::Key_ScrollLock: return 70;
-        case Qt::Key_Print: case Qt::Key_SysReq: return 99;
-        case Qt::Key_Pause: return 119;
-        case Qt::Key_F1: return 59;
-        case Qt::Key_F2: return 60;
-        case Qt::Key_F3: return 61;
-        case Qt::Key_F4: return 62;
-        case Qt::Key_F5: return 63;
-        case Qt::Key_F6: return 64;
-        case Qt::Key_F7: return 65;
-        case Qt::Key_F8: return 66;
-        case Qt::Key_F9: return 67;
-        case Qt::Key_F10: return 68;
-        case Qt::Key_F11: return 87;
-        case Qt::Key_F12: return 88;
-        case Qt::Key_F13: return 183;
-        case Qt::Key_F14: return 184;
-        case Qt::Key_F15: return 185;
-        case Qt::Key_F16: return 186;
-        case Qt::Key_F17: return 187;
-        case Qt::Key_F18: return 188;
-        case Qt::Key_F19: return 189;
-        case Qt::Key_F20: return 190;
-        case Qt::Key_Home: return 102;
-        case Qt::Key_Up: return 103;
-        case Qt::Key_PageUp: return 104;
-        case Qt::Key_Left: return 105;
-        case Qt::Key_Right: return 106;
-        case Qt::Key_End: return 107;
-        case Qt::Key_Down: return 108;
-        case Qt::Key_PageDown: return 109;
-        case Qt::Key_Insert: return 110;
-        case Qt::Key_Delete: return 111;
-        case Qt::Key_VolumeMute: return 113;
-        case Qt::Key_VolumeDown: return 114;
-        case Qt::Key_VolumeUp: return 115;
-        case Qt::Key_Help: return 138;
-        case Qt::Key_Menu: return 139;
-        default: return 0;
+        case Qt::Key_A:
+            return 30;
+        case Qt::Key_B:
+            return 48;
+        case Qt::Key_C:
+            return 46;
+        case Qt::Key_D:
+            return 32;
+        case Qt::Key_E:
+            return 18;
+        case Qt::Key_F:
+            return 33;
+        case Qt::Key_G:
+            return 34;
+        case Qt::Key_H:
+            return 35;
+        case Qt::Key_I:
+            return 23;
+        case Qt::Key_J:
+            return 36;
+        case Qt::Key_K:
+            return 37;
+        case Qt::Key_L:
+            return 38;
+        case Qt::Key_M:
+            return 50;
+        case Qt::Key_N:
+            return 49;
+        case Qt::Key_O:
+            return 24;
+        case Qt::Key_P:
+            return 25;
+        case Qt::Key_Q:
+            return 16;
+        case Qt::Key_R:
+            return 19;
+        case Qt::Key_S:
+            return 31;
+        case Qt::Key_T:
+            return 20;
+        case Qt::Key_U:
+            return 22;
+        case Qt::Key_V:
+            return 47;
+        case Qt::Key_W:
+            return 17;
+        case Qt::Key_X:
+            return 45;
+        case Qt::Key_Y:
+            return 21;
+        case Qt::Key_Z:
+            return 44;
+        case Qt::Key_1:
+        case Qt::Key_Exclam:
+            return 2;
+        case Qt::Key_2:
+        case Qt::Key_At:
+            return 3;
+        case Qt::Key_3:
+        case Qt::Key_NumberSign:
+            return 4;
+        case Qt::Key_4:
+        case Qt::Key_Dollar:
+            return 5;
+        case Qt::Key_5:
+        case Qt::Key_Percent:
+            return 6;
+        case Qt::Key_6:
+        case Qt::Key_AsciiCircum:
+            return 7;
+        case Qt::Key_7:
+        case Qt::Key_Ampersand:
+            return 8;
+        case Qt::Key_8:
+        case Qt::Key_Asterisk:
+            return 9;
+        case Qt::Key_9:
+        case Qt::Key_ParenLeft:
+            return 10;
+        case Qt::Key_0:
+        case Qt::Key_ParenRight:
+            return 11;
+        case Qt::Key_Minus:
+        case Qt::Key_Underscore:
+            return 12;
+        case Qt::Key_Equal:
+        case Qt::Key_Plus:
+            return 13;
+        case Qt::Key_BracketLeft:
+        case Qt::Key_BraceLeft:
+            return 26;
+        case Qt::Key_BracketRight:
+        case Qt::Key_BraceRight:
+            return 27;
+        case Qt::Key_Semicolon:
+        case Qt::Key_Colon:
+            return 39;
+        case Qt::Key_Apostrophe:
+        case Qt::Key_QuoteDbl:
+            return 40;
+        case Qt::Key_QuoteLeft:
+        case Qt::Key_AsciiTilde:
+            return 41;
+        case Qt::Key_Backslash:
+        case Qt::Key_Bar:
+            return 43;
+        case Qt::Key_Comma:
+        case Qt::Key_Less:
+            return 51;
+        case Qt::Key_Period:
+        case Qt::Key_Greater:
+            return 52;
+        case Qt::Key_Slash:
+        case Qt::Key_Question:
+            return 53;
+        case Qt::Key_Escape:
+            return 1;
+        case Qt::Key_Backspace:
+            return 14;
+        case Qt::Key_Tab:
+        case Qt::Key_Backtab:
+            return 15;
+        case Qt::Key_Return:
+            return 28;
+        case Qt::Key_Enter:
+            return 96;
+        case Qt::Key_Space:
+            return 57;
+        case Qt::Key_Control:
+            return 29;
+        case Qt::Key_Shift:
+            return 42;
+        case Qt::Key_Alt:
+            return 56;
+        case Qt::Key_AltGr:
+            return 100;
+        case Qt::Key_Meta:
+        case Qt::Key_Super_L:
+            return 125;
+        case Qt::Key_Super_R:
+            return 126;
+        case Qt::Key_CapsLock:
+            return 58;
+        case Qt::Key_NumLock:
+            return 69;
+        case Qt::Key_ScrollLock:
+            return 70;
+        case Qt::Key_Print:
+        case Qt::Key_SysReq:
+            return 99;
+        case Qt::Key_Pause:
+            return 119;
+        case Qt::Key_F1:
+            return 59;
+        case Qt::Key_F2:
+            return 60;
+        case Qt::Key_F3:
+            return 61;
+        case Qt::Key_F4:
+            return 62;
+        case Qt::Key_F5:
+            return 63;
+        case Qt::Key_F6:
+            return 64;
+        case Qt::Key_F7:
+            return 65;
+        case Qt::Key_F8:
+            return 66;
+        case Qt::Key_F9:
+            return 67;
+        case Qt::Key_F10:
+            return 68;
+        case Qt::Key_F11:
+            return 87;
+        case Qt::Key_F12:
+            return 88;
+        case Qt::Key_F13:
+            return 183;
+        case Qt::Key_F14:
+            return 184;
+        case Qt::Key_F15:
+            return 185;
+        case Qt::Key_F16:
+            return 186;
+        case Qt::Key_F17:
+            return 187;
+        case Qt::Key_F18:
+            return 188;
+        case Qt::Key_F19:
+            return 189;
+        case Qt::Key_F20:
+            return 190;
+        case Qt::Key_Home:
+            return 102;
+        case Qt::Key_Up:
+            return 103;
+        case Qt::Key_PageUp:
+            return 104;
+        case Qt::Key_Left:
+            return 105;
+        case Qt::Key_Right:
+            return 106;
+        case Qt::Key_End:
+            return 107;
+        case Qt::Key_Down:
+            return 108;
+        case Qt::Key_PageDown:
+            return 109;
+        case Qt::Key_Insert:
+            return 110;
+        case Qt::Key_Delete:
+            return 111;
+        case Qt::Key_VolumeMute:
+            return 113;
+        case Qt::Key_VolumeDown:
+            return 114;
+        case Qt::Key_VolumeUp:
+            return 115;
+        case Qt::Key_Help:
+            return 138;
+        case Qt::Key_Menu:
+            return 139;
+        default:
+            return 0;
     }
 }
 
 // The same keys on the numeric keypad, with Num Lock on or off.
 constexpr std::uint16_t keypadEvdev(int key) {
     switch (key) {
-        case Qt::Key_0: case Qt::Key_Insert: return 82;
-        case Qt::Key_1: case Qt::Key_End: return 79;
-        case Qt::Key_2: case Qt::Key_Down: return 80;
-        case Qt::Key_3: case Qt::Key_PageDown: return 81;
-        case Qt::Key_4: case Qt::Key_Left: return 75;
-        case Qt::Key_5: case Qt::Key_Clear: return 76;
-        case Qt::Key_6: case Qt::Key_Right: return 77;
-        case Qt::Key_7: case Qt::Key_Home: return 71;
-        case Qt::Key_8: case Qt::Key_Up: return 72;
-        case Qt::Key_9: case Qt::Key_PageUp: return 73;
-        case Qt::Key_Period: case Qt::Key_Comma: case Qt::Key_Delete: return 83;
-        case Qt::Key_Plus: return 78;
-        case Qt::Key_Minus: return 74;
-        case Qt::Key_Asterisk: return 55;
-        case Qt::Key_Slash: return 98;
-        case Qt::Key_Equal: return 117;
-        case Qt::Key_Enter: case Qt::Key_Return: return 96;
-        default: return 0;
+        case Qt::Key_0:
+        case Qt::Key_Insert:
+            return 82;
+        case Qt::Key_1:
+        case Qt::Key_End:
+            return 79;
+        case Qt::Key_2:
+        case Qt::Key_Down:
+            return 80;
+        case Qt::Key_3:
+        case Qt::Key_PageDown:
+            return 81;
+        case Qt::Key_4:
+        case Qt::Key_Left:
+            return 75;
+        case Qt::Key_5:
+        case Qt::Key_Clear:
+            return 76;
+        case Qt::Key_6:
+        case Qt::Key_Right:
+            return 77;
+        case Qt::Key_7:
+        case Qt::Key_Home:
+            return 71;
+        case Qt::Key_8:
+        case Qt::Key_Up:
+            return 72;
+        case Qt::Key_9:
+        case Qt::Key_PageUp:
+            return 73;
+        case Qt::Key_Period:
+        case Qt::Key_Comma:
+        case Qt::Key_Delete:
+            return 83;
+        case Qt::Key_Plus:
+            return 78;
+        case Qt::Key_Minus:
+            return 74;
+        case Qt::Key_Asterisk:
+            return 55;
+        case Qt::Key_Slash:
+            return 98;
+        case Qt::Key_Equal:
+            return 117;
+        case Qt::Key_Enter:
+        case Qt::Key_Return:
+            return 96;
+        default:
+            return 0;
     }
 }
 

@@ -18,12 +18,12 @@ namespace vistrel::app::KeyCodes {
 inline constexpr std::uint16_t unknown = 0xFFFF;
 
 // A few Apple codes by name (Carbon's kVK_… values), for callers and tests.
-inline constexpr std::uint16_t ansiA = 0x00, ansiS = 0x01, ansiD = 0x02, ansiZ = 0x06,
-                               ansiX = 0x07, ansiC = 0x08, ansiQ = 0x0C, ansiW = 0x0D,
-                               ansiE = 0x0E, returnKey = 0x24, tab = 0x30, space = 0x31,
-                               deleteKey = 0x33, escape = 0x35, command = 0x37, shift = 0x38,
-                               option = 0x3A, control = 0x3B, leftArrow = 0x7B,
-                               rightArrow = 0x7C, downArrow = 0x7D, upArrow = 0x7E;
+inline constexpr std::uint16_t ansiA = 0x00, ansiS = 0x01, ansiD = 0x02, ansiZ = 0x06, ansiX = 0x07,
+                               ansiC = 0x08, ansiQ = 0x0C, ansiW = 0x0D, ansiE = 0x0E,
+                               returnKey = 0x24, tab = 0x30, space = 0x31, deleteKey = 0x33,
+                               escape = 0x35, command = 0x37, shift = 0x38, option = 0x3A,
+                               control = 0x3B, leftArrow = 0x7B, rightArrow = 0x7C,
+                               downArrow = 0x7D, upArrow = 0x7E;
 
 // X11/XKB keycode, as QKeyEvent::nativeScanCode gives it on xcb and wayland (the evdev code
 // plus 8), to the Apple code of that position. Absent for 0 and for keys without one.

@@ -82,7 +82,9 @@ WheelRecords wheelEvents(const QWheelEvent& event, double viewHeight, double tim
     }
 
     WheelRecords out;
-    auto push = [&out](const viewport::WheelEvent& record) { out.events[size_t(out.count++)] = record; };
+    auto push = [&out](const viewport::WheelEvent& record) {
+        out.events[size_t(out.count++)] = record;
+    };
     switch (qtPhase) {
         case Qt::NoScrollPhase:
             state = {};

@@ -58,9 +58,7 @@ class ViewportWidget::Cursor final : public viewport::CursorControl {
 };
 
 ViewportWidget::ViewportWidget(DocumentModel& model, QWidget* parent)
-    : QOpenGLWidget(parent),
-      view_(model.viewport()),
-      cursor_(std::make_unique<Cursor>(*this)) {
+    : QOpenGLWidget(parent), view_(model.viewport()), cursor_(std::make_unique<Cursor>(*this)) {
     setFocusPolicy(Qt::StrongFocus);
     setMouseTracking(true);
     setAttribute(Qt::WA_AcceptTouchEvents, false);
@@ -112,14 +110,15 @@ void ViewportWidget::initializeGL() {
     // scene's GPU copies of the old one are told apart by owner and made again.
     releaseGL();
     QObject::disconnect(contextGone_);
-    contextGone_ = connect(context(), &QOpenGLContext::aboutToBeDestroyed, this,
-                           [this] { releaseGL(); }, Qt::DirectConnection);
+    contextGone_ = connect(
+        context(), &QOpenGLContext::aboutToBeDestroyed, this, [this] { releaseGL(); },
+        Qt::DirectConnection);
     const QSurfaceFormat format = context()->format();
     if (format.majorVersion() * 10 + format.minorVersion() < 33) {
-        showFailure("OpenGL " + std::to_string(format.majorVersion()) + "." +
-                    std::to_string(format.minorVersion()) +
-                    L(" est trop ancien : il faut OpenGL 3.3.",
-                      " is too old: OpenGL 3.3 is needed."));
+        showFailure(
+            "OpenGL " + std::to_string(format.majorVersion()) + "." +
+            std::to_string(format.minorVersion()) +
+            L(" est trop ancien : il faut OpenGL 3.3.", " is too old: OpenGL 3.3 is needed."));
         return;
     }
     auto renderer = std::make_unique<viewport::Renderer>();
@@ -169,8 +168,8 @@ void ViewportWidget::paintEvent(QPaintEvent* event) {
     QOpenGLWidget::paintEvent(event);
     // Qt tried to make the context when the widget was shown; without one nothing draws.
     if (!renderer_ && glError_.empty() && (!context() || !context()->isValid()))
-        showFailure(L("aucun contexte OpenGL n’a pu être créé.",
-                      "no OpenGL context could be created."));
+        showFailure(
+            L("aucun contexte OpenGL n’a pu être créé.", "no OpenGL context could be created."));
 }
 
 void ViewportWidget::showFailure(const std::string& reason) {
@@ -189,9 +188,8 @@ void ViewportWidget::showFailure(const std::string& reason) {
         failure_->setPalette(palette);
         failure_->setAttribute(Qt::WA_TransparentForMouseEvents);
     }
-    failure_->setText(QString::fromStdString(L("La vue 3D ne peut pas s’afficher : ",
-                                               "The 3D view cannot be shown: ") +
-                                             reason));
+    failure_->setText(QString::fromStdString(
+        L("La vue 3D ne peut pas s’afficher : ", "The 3D view cannot be shown: ") + reason));
     failure_->setGeometry(rect());
     failure_->show();
 }
@@ -216,8 +214,8 @@ double ViewportWidget::seconds(std::uint64_t timestampMs) {
 void ViewportWidget::press(QMouseEvent* event, int clickCount) {
     clickCount_ = clickCount;
     ViewportInput::pointerDelta(pointer_, event->globalPosition());
-    const viewport::MouseEvent record = ViewportInput::mouseEvent(
-        *event, height(), {}, clickCount_, seconds(event->timestamp()));
+    const viewport::MouseEvent record =
+        ViewportInput::mouseEvent(*event, height(), {}, clickCount_, seconds(event->timestamp()));
     switch (event->button()) {
         case Qt::LeftButton:
             view_.mouseDown(record);
@@ -241,8 +239,8 @@ void ViewportWidget::mouseDoubleClickEvent(QMouseEvent* event) {
 }
 
 void ViewportWidget::mouseReleaseEvent(QMouseEvent* event) {
-    const viewport::MouseEvent record = ViewportInput::mouseEvent(
-        *event, height(), {}, clickCount_, seconds(event->timestamp()));
+    const viewport::MouseEvent record =
+        ViewportInput::mouseEvent(*event, height(), {}, clickCount_, seconds(event->timestamp()));
     switch (event->button()) {
         case Qt::LeftButton:
             view_.mouseUp(record);

@@ -16,9 +16,8 @@ using vistrel::viewport::CameraRig;
 namespace {
 
 // XKB keycodes of some physical keys (evdev code + 8).
-constexpr std::uint32_t xkbW = 17 + 8, xkbA = 30 + 8, xkbQ = 16 + 8, xkbS = 31 + 8,
-                        xkbD = 32 + 8, xkbZ = 44 + 8, xkbEsc = 1 + 8, xkbUp = 103 + 8,
-                        xkbSpace = 57 + 8;
+constexpr std::uint32_t xkbW = 17 + 8, xkbA = 30 + 8, xkbQ = 16 + 8, xkbS = 31 + 8, xkbD = 32 + 8,
+                        xkbZ = 44 + 8, xkbEsc = 1 + 8, xkbUp = 103 + 8, xkbSpace = 57 + 8;
 
 std::uint16_t codeOf(const QKeyEvent& event) {
     std::string characters;
@@ -73,14 +72,14 @@ TEST(KeyCodesTest, xkbKeycodesOfNamedKeys) {
         std::uint16_t apple;
     };
     const Case cases[] = {
-        {30, 0x00}, {31, 0x01}, {32, 0x02}, {33, 0x03}, {35, 0x04}, {34, 0x05}, {44, 0x06},
-        {45, 0x07}, {46, 0x08}, {47, 0x09}, {48, 0x0B}, {16, 0x0C}, {17, 0x0D}, {18, 0x0E},
-        {19, 0x0F}, {21, 0x10}, {20, 0x11}, {2, 0x12},  {3, 0x13},  {4, 0x14},  {5, 0x15},
-        {6, 0x17},  {7, 0x16},  {8, 0x1A},  {9, 0x1C},  {10, 0x19}, {11, 0x1D}, {28, 0x24},
-        {15, 0x30}, {57, 0x31}, {14, 0x33}, {1, 0x35},  {105, 0x7B}, {106, 0x7C},
-        {108, 0x7D}, {103, 0x7E}, {42, 0x38}, {54, 0x3C}, {29, 0x37}, {56, 0x3A},
-        {125, 0x3B}, {59, 0x7A}, {60, 0x78}, {88, 0x6F}, {102, 0x73}, {107, 0x77},
-        {104, 0x74}, {109, 0x79}, {111, 0x75}, {82, 0x52}, {79, 0x53}, {96, 0x4C},
+        {30, 0x00},  {31, 0x01}, {32, 0x02},  {33, 0x03},  {35, 0x04},  {34, 0x05},  {44, 0x06},
+        {45, 0x07},  {46, 0x08}, {47, 0x09},  {48, 0x0B},  {16, 0x0C},  {17, 0x0D},  {18, 0x0E},
+        {19, 0x0F},  {21, 0x10}, {20, 0x11},  {2, 0x12},   {3, 0x13},   {4, 0x14},   {5, 0x15},
+        {6, 0x17},   {7, 0x16},  {8, 0x1A},   {9, 0x1C},   {10, 0x19},  {11, 0x1D},  {28, 0x24},
+        {15, 0x30},  {57, 0x31}, {14, 0x33},  {1, 0x35},   {105, 0x7B}, {106, 0x7C}, {108, 0x7D},
+        {103, 0x7E}, {42, 0x38}, {54, 0x3C},  {29, 0x37},  {56, 0x3A},  {125, 0x3B}, {59, 0x7A},
+        {60, 0x78},  {88, 0x6F}, {102, 0x73}, {107, 0x77}, {104, 0x74}, {109, 0x79}, {111, 0x75},
+        {82, 0x52},  {79, 0x53}, {96, 0x4C},
     };
     for (const Case& c : cases)
         EXPECT_EQ(KeyCodes::fromXkbKeycode(c.evdev + 8), c.apple) << "evdev " << c.evdev;
@@ -105,26 +104,26 @@ TEST(KeyCodesTest, withoutAScanCodeTheQtKeyIsReadAsOnAUsLayout) {
         std::uint16_t apple;
     };
     const Case cases[] = {
-        {Qt::Key_W, false, 0x0D},        {Qt::Key_A, false, 0x00},
-        {Qt::Key_S, false, 0x01},        {Qt::Key_D, false, 0x02},
-        {Qt::Key_E, false, 0x0E},        {Qt::Key_C, false, 0x08},
-        {Qt::Key_Z, false, 0x06},        {Qt::Key_Space, false, 0x31},
-        {Qt::Key_Escape, false, 0x35},   {Qt::Key_Return, false, 0x24},
-        {Qt::Key_Tab, false, 0x30},      {Qt::Key_Backspace, false, 0x33},
-        {Qt::Key_Left, false, 0x7B},     {Qt::Key_Right, false, 0x7C},
-        {Qt::Key_Down, false, 0x7D},     {Qt::Key_Up, false, 0x7E},
-        {Qt::Key_Exclam, false, 0x12},   {Qt::Key_1, false, 0x12},
-        {Qt::Key_Shift, false, 0x38},    {Qt::Key_Control, false, 0x37},
-        {Qt::Key_Alt, false, 0x3A},      {Qt::Key_Meta, false, 0x3B},
-        {Qt::Key_F1, false, 0x7A},       {Qt::Key_F12, false, 0x6F},
-        {Qt::Key_PageUp, false, 0x74},   {Qt::Key_Home, false, 0x73},
-        {Qt::Key_1, true, 0x53},         {Qt::Key_Enter, true, 0x4C},
-        {Qt::Key_Up, true, 0x5B},        {Qt::Key_Asterisk, true, 0x43},
+        {Qt::Key_W, false, 0x0D},      {Qt::Key_A, false, 0x00},
+        {Qt::Key_S, false, 0x01},      {Qt::Key_D, false, 0x02},
+        {Qt::Key_E, false, 0x0E},      {Qt::Key_C, false, 0x08},
+        {Qt::Key_Z, false, 0x06},      {Qt::Key_Space, false, 0x31},
+        {Qt::Key_Escape, false, 0x35}, {Qt::Key_Return, false, 0x24},
+        {Qt::Key_Tab, false, 0x30},    {Qt::Key_Backspace, false, 0x33},
+        {Qt::Key_Left, false, 0x7B},   {Qt::Key_Right, false, 0x7C},
+        {Qt::Key_Down, false, 0x7D},   {Qt::Key_Up, false, 0x7E},
+        {Qt::Key_Exclam, false, 0x12}, {Qt::Key_1, false, 0x12},
+        {Qt::Key_Shift, false, 0x38},  {Qt::Key_Control, false, 0x37},
+        {Qt::Key_Alt, false, 0x3A},    {Qt::Key_Meta, false, 0x3B},
+        {Qt::Key_F1, false, 0x7A},     {Qt::Key_F12, false, 0x6F},
+        {Qt::Key_PageUp, false, 0x74}, {Qt::Key_Home, false, 0x73},
+        {Qt::Key_1, true, 0x53},       {Qt::Key_Enter, true, 0x4C},
+        {Qt::Key_Up, true, 0x5B},      {Qt::Key_Asterisk, true, 0x43},
     };
     for (const Case& c : cases) {
         EXPECT_EQ(KeyCodes::fromQtKey(c.key, c.keypad), c.apple) << "Qt key " << c.key;
-        QKeyEvent event(QEvent::KeyPress, c.key,
-                        c.keypad ? Qt::KeypadModifier : Qt::NoModifier, 0, 0, 0);
+        QKeyEvent event(QEvent::KeyPress, c.key, c.keypad ? Qt::KeypadModifier : Qt::NoModifier, 0,
+                        0, 0);
         EXPECT_EQ(codeOf(event), c.apple) << "Qt key " << c.key;
     }
 }
@@ -139,9 +138,8 @@ TEST(KeyCodesTest, everyKeyTheViewReactsToHasAPhysicalKeyAndAQtKey) {
     std::set<std::uint16_t> fromKeycodes, fromQtKeys;
     for (std::uint32_t keycode = 8; keycode < 264; ++keycode)
         if (auto code = KeyCodes::fromXkbKeycode(keycode)) fromKeycodes.insert(*code);
-    for (int key : {Qt::Key_W, Qt::Key_A, Qt::Key_S, Qt::Key_D, Qt::Key_E, Qt::Key_C,
-                    Qt::Key_Space, Qt::Key_Up, Qt::Key_Down, Qt::Key_Left, Qt::Key_Right,
-                    Qt::Key_Escape})
+    for (int key : {Qt::Key_W, Qt::Key_A, Qt::Key_S, Qt::Key_D, Qt::Key_E, Qt::Key_C, Qt::Key_Space,
+                    Qt::Key_Up, Qt::Key_Down, Qt::Key_Left, Qt::Key_Right, Qt::Key_Escape})
         if (auto code = KeyCodes::fromQtKey(key, false)) fromQtKeys.insert(*code);
     for (std::uint16_t code : used) {
         EXPECT_TRUE(fromKeycodes.contains(code)) << "no physical key gives " << code;

@@ -21,14 +21,13 @@ constexpr double kHeight = 300;
 
 QWheelEvent wheel(QPoint pixels, QPoint angle, Qt::ScrollPhase phase = Qt::NoScrollPhase,
                   Qt::KeyboardModifiers modifiers = Qt::NoModifier, bool inverted = false) {
-    return QWheelEvent(QPointF(40, 100), QPointF(140, 200), pixels, angle, Qt::NoButton,
-                       modifiers, phase, inverted);
+    return QWheelEvent(QPointF(40, 100), QPointF(140, 200), pixels, angle, Qt::NoButton, modifiers,
+                       phase, inverted);
 }
 
 QNativeGestureEvent gesture(Qt::NativeGestureType type, double value = 0) {
-    return QNativeGestureEvent(type, QPointingDevice::primaryPointingDevice(), 2,
-                               QPointF(50, 60), QPointF(50, 60), QPointF(150, 160), value,
-                               QPointF());
+    return QNativeGestureEvent(type, QPointingDevice::primaryPointingDevice(), 2, QPointF(50, 60),
+                               QPointF(50, 60), QPointF(150, 160), value, QPointF());
 }
 
 struct Phases {
@@ -43,7 +42,8 @@ std::vector<Phases> phasesOf(std::initializer_list<Qt::ScrollPhase> sequence) {
         const auto records =
             ViewportInput::wheelEvents(wheel({0, 4}, {0, 48}, phase), kHeight, 0, state);
         for (int i = 0; i < records.count; ++i)
-            out.push_back({records.events[size_t(i)].phase, records.events[size_t(i)].momentumPhase});
+            out.push_back(
+                {records.events[size_t(i)].phase, records.events[size_t(i)].momentumPhase});
     }
     return out;
 }
@@ -66,8 +66,8 @@ TEST(ViewportInputTest, pointsAreFlippedToABottomLeftOrigin) {
     EXPECT_EQ(ViewportInput::viewPoint(QPointF(0, 0), 100), (Float2{0, 100}));
     EXPECT_EQ(ViewportInput::viewPoint(QPointF(2.5, 100), 100), (Float2{2.5f, 0}));
 
-    QMouseEvent press(QEvent::MouseButtonPress, QPointF(10, 30), QPointF(110, 130),
-                      Qt::LeftButton, Qt::LeftButton, Qt::ShiftModifier | Qt::AltModifier);
+    QMouseEvent press(QEvent::MouseButtonPress, QPointF(10, 30), QPointF(110, 130), Qt::LeftButton,
+                      Qt::LeftButton, Qt::ShiftModifier | Qt::AltModifier);
     const auto record = ViewportInput::mouseEvent(press, 100, {3, -4}, 2, 12.5);
     EXPECT_EQ(record.point, (Float2{10, 70}));
     EXPECT_EQ(record.delta, (Float2{3, -4}));
@@ -136,9 +136,8 @@ TEST(ViewportInputTest, invertedScrollingPassesTheDeliveredDirection) {
     // them as macOS would hand them over, so both events zoom the same way.
     ViewportInput::WheelState state;
     auto plain = ViewportInput::wheelEvents(wheel({}, {0, 120}), kHeight, 0, state);
-    auto inverted = ViewportInput::wheelEvents(wheel({}, {0, 120}, Qt::NoScrollPhase,
-                                                     Qt::NoModifier, true),
-                                               kHeight, 0, state);
+    auto inverted = ViewportInput::wheelEvents(
+        wheel({}, {0, 120}, Qt::NoScrollPhase, Qt::NoModifier, true), kHeight, 0, state);
     EXPECT_EQ(plain.events[0].scrollingDelta, inverted.events[0].scrollingDelta);
 }
 
@@ -159,8 +158,8 @@ TEST(ViewportInputTest, scrollPhasesBecomeGesturePhases) {
 TEST(ViewportInputTest, momentumIsMarkedAndTheLiftEndsTheFingersGesture) {
     using P = Phases;
     const auto none = GesturePhase::none;
-    EXPECT_EQ(phasesOf({Qt::ScrollBegin, Qt::ScrollUpdate, Qt::ScrollMomentum,
-                        Qt::ScrollMomentum, Qt::ScrollEnd}),
+    EXPECT_EQ(phasesOf({Qt::ScrollBegin, Qt::ScrollUpdate, Qt::ScrollMomentum, Qt::ScrollMomentum,
+                        Qt::ScrollEnd}),
               (std::vector<P>{{GesturePhase::began, none},
                               {GesturePhase::changed, none},
                               {GesturePhase::ended, none},  // the lift, before the momentum
@@ -188,7 +187,8 @@ TEST(ViewportInputTest, pinchAndRotateCarryTheirPhases) {
     EXPECT_TRUE(std::holds_alternative<std::monostate>(
         ViewportInput::gestureEvent(gesture(Qt::BeginNativeGesture), kHeight, 0, state)));
 
-    auto first = ViewportInput::gestureEvent(gesture(Qt::ZoomNativeGesture, 0.1), kHeight, 2, state);
+    auto first =
+        ViewportInput::gestureEvent(gesture(Qt::ZoomNativeGesture, 0.1), kHeight, 2, state);
     ASSERT_TRUE(std::holds_alternative<viewport::MagnifyEvent>(first));
     const auto& m = std::get<viewport::MagnifyEvent>(first);
     EXPECT_FLOAT_EQ(m.magnification, 0.1f);
@@ -196,7 +196,8 @@ TEST(ViewportInputTest, pinchAndRotateCarryTheirPhases) {
     EXPECT_EQ(m.point, (Float2{50, 240}));
     EXPECT_EQ(m.time, 2);
 
-    auto second = ViewportInput::gestureEvent(gesture(Qt::ZoomNativeGesture, -0.05), kHeight, 2, state);
+    auto second =
+        ViewportInput::gestureEvent(gesture(Qt::ZoomNativeGesture, -0.05), kHeight, 2, state);
     EXPECT_EQ(std::get<viewport::MagnifyEvent>(second).phase, GesturePhase::changed);
     EXPECT_FLOAT_EQ(std::get<viewport::MagnifyEvent>(second).magnification, -0.05f);
 
@@ -207,7 +208,8 @@ TEST(ViewportInputTest, pinchAndRotateCarryTheirPhases) {
 
     // Qt turns clockwise-positive; the view counter-clockwise.
     ViewportInput::gestureEvent(gesture(Qt::BeginNativeGesture), kHeight, 0, state);
-    auto turn = ViewportInput::gestureEvent(gesture(Qt::RotateNativeGesture, 15), kHeight, 4, state);
+    auto turn =
+        ViewportInput::gestureEvent(gesture(Qt::RotateNativeGesture, 15), kHeight, 4, state);
     ASSERT_TRUE(std::holds_alternative<viewport::RotateEvent>(turn));
     EXPECT_FLOAT_EQ(std::get<viewport::RotateEvent>(turn).rotation, -15);
     EXPECT_EQ(std::get<viewport::RotateEvent>(turn).phase, GesturePhase::began);

@@ -7,17 +7,17 @@
 
 #include <QCoreApplication>
 #include <QCursor>
+#include <QElapsedTimer>
 #include <QFocusEvent>
 #include <QGuiApplication>
 #include <QHideEvent>
-#include <QResizeEvent>
 #include <QImage>
 #include <QKeyEvent>
 #include <QMouseEvent>
 #include <QNativeGestureEvent>
 #include <QPointingDevice>
+#include <QResizeEvent>
 #include <QWheelEvent>
-#include <QElapsedTimer>
 #include <QWindow>
 
 #include <cmath>
@@ -73,8 +73,8 @@ class ViewportWidgetTest : public test::DocumentModelTest {
         return event.isAccepted();
     }
 
-    void mouse(QEvent::Type type, QPointF local, Qt::MouseButton button,
-               Qt::MouseButtons buttons, Qt::KeyboardModifiers modifiers = Qt::NoModifier) {
+    void mouse(QEvent::Type type, QPointF local, Qt::MouseButton button, Qt::MouseButtons buttons,
+               Qt::KeyboardModifiers modifiers = Qt::NoModifier) {
         QMouseEvent event(type, local, widget().mapToGlobal(local), button, buttons, modifiers);
         send(event);
     }
@@ -94,8 +94,8 @@ class ViewportWidgetTest : public test::DocumentModelTest {
 
     bool wheel(QPoint pixels, QPoint angle, Qt::ScrollPhase phase) {
         const QPointF at(kWidth / 2.0, kHeight / 2.0);
-        QWheelEvent event(at, widget().mapToGlobal(at), pixels, angle, Qt::NoButton,
-                          Qt::NoModifier, phase, false);
+        QWheelEvent event(at, widget().mapToGlobal(at), pixels, angle, Qt::NoButton, Qt::NoModifier,
+                          phase, false);
         return send(event);
     }
 

@@ -789,7 +789,8 @@ TEST_F(RendererTest, frameWithoutSceneOnlyClearsToTheViewBackground) {
     const Float3 c = Rendering::viewBackgroundColor;
     const Rgb expected{int(std::lround(c.x * 255)), int(std::lround(c.y * 255)),
                        int(std::lround(c.z * 255))};
-    for (const auto& [x, y] : {std::pair{0, 0}, {kWidth / 2, kHeight / 2}, {kWidth - 1, kHeight - 1}})
+    for (const auto& [x, y] :
+         {std::pair{0, 0}, {kWidth / 2, kHeight / 2}, {kWidth - 1, kHeight - 1}})
         EXPECT_LE(at(image, x, y).distance(expected), 1) << x << "," << y;
     EXPECT_EQ(renderer_->statistics().drawCalls, 0);
 }
