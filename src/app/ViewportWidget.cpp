@@ -106,9 +106,9 @@ bool ViewportWidget::isGLReady() const {
 // GL.
 
 void ViewportWidget::initializeGL() {
-    // A new context (the widget moved to another window) needs a renderer of its own; the
-    // scene's GPU copies of the old one are told apart by owner and made again.
-    releaseGL();
+    // Called again with a new context when the widget moves to another window; the old
+    // renderer went with the old context (releaseGL), and the scene's GPU copies, told apart by
+    // owner, are made again by the new one.
     QObject::disconnect(contextGone_);
     contextGone_ = connect(
         context(), &QOpenGLContext::aboutToBeDestroyed, this, [this] { releaseGL(); },
