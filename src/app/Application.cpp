@@ -8,6 +8,7 @@
 #include "Localization.h"
 #include "Preferences.h"
 #include "SyntheticModel.h"
+#include "ViewportWidget.h"
 
 namespace vistrel::app {
 
@@ -40,6 +41,7 @@ int runApplication(int argc, char** argv) {
     std::vector<std::string> arguments(argv + 1, argv + argc);
     Localization::setCommandLine(arguments);
     chooseOffscreenWithoutDisplay();
+    ViewportWidget::configureDefaultSurfaceFormat();
     QApplication application(argc, argv);
     application.setApplicationName("Vistrel");
     application.setOrganizationDomain("vistrel.org");

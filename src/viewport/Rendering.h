@@ -14,6 +14,8 @@
 namespace vistrel::viewport::Rendering {
 
 inline constexpr double defaultAmbientOcclusionIntensity = 0.7;
+// What a view shows before a scene is presented (the dark theme's window colour).
+inline constexpr Float3 viewBackgroundColor{0.067f, 0.075f, 0.09f};
 inline constexpr Float3 defaultCustomBackdropColor{0.14f, 0.16f, 0.20f};
 inline constexpr float defaultAmbientIntensity = 1.0f;
 inline constexpr float defaultSunIntensity = 1.0f;

@@ -5,11 +5,15 @@
 #include <QApplication>
 #include <cstdlib>
 
+#include "ViewportWidget.h"
+
 int main(int argc, char** argv) {
     testing::InitGoogleTest(&argc, argv);
     const char* display = std::getenv("DISPLAY");
     if (!std::getenv("QT_QPA_PLATFORM") && !(display && *display))
         ::setenv("QT_QPA_PLATFORM", "offscreen", 1);
+    // As the program does: the GL format of the live view is fixed before the application.
+    vistrel::app::ViewportWidget::configureDefaultSurfaceFormat();
     QApplication application(argc, argv);
     application.setQuitOnLastWindowClosed(false);
     return RUN_ALL_TESTS();

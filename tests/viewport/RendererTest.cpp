@@ -781,6 +781,20 @@ namespace {
 
 // What a presented view snapshots is what the headless snapshot shows for the same model and
 // size: the fill light is counted once and the camera is the view's.
+TEST_F(RendererTest, frameWithoutSceneOnlyClearsToTheViewBackground) {
+    // Regression: a view shown before its scene arrives must draw its dark background, not
+    // black and not a pipeline pass over a null graph.
+    context_->makeCurrent();  // earlier headless snapshots made contexts of their own
+    const Image image = renderer_->snapshot(RenderFrame{}, kWidth, kHeight);
+    const Float3 c = Rendering::viewBackgroundColor;
+    const Rgb expected{int(std::lround(c.x * 255)), int(std::lround(c.y * 255)),
+                       int(std::lround(c.z * 255))};
+    for (const auto& [x, y] :
+         {std::pair{0, 0}, {kWidth / 2, kHeight / 2}, {kWidth - 1, kHeight - 1}})
+        EXPECT_LE(at(image, x, y).distance(expected), 1) << x << "," << y;
+    EXPECT_EQ(renderer_->statistics().drawCalls, 0);
+}
+
 TEST_F(RendererTest, viewSnapshotMatchesTheHeadlessPictureAtThePixelSize) {
     test::ManualTimer timer;
     test::ManualClock clock;

@@ -15,6 +15,7 @@
 #include "GLProgram.h"
 #include "LightColor.h"
 #include "RenderMath.h"
+#include "Rendering.h"
 #include "Shaders.h"
 #include "ShadowCascades.h"
 
@@ -581,6 +582,19 @@ void Renderer::Impl::render(const RenderFrame& frame, GLuint target, int w, int 
     *stats = {};
     while (glGetError() != GL_NO_ERROR) {
     }  // errors of whoever used the context before are not ours
+    if (!frame.root) {
+        // Nothing presented yet: the view's plain background, and no pass of the pipeline.
+        const Float3 c = Rendering::viewBackgroundColor;
+        glBindFramebuffer(GL_FRAMEBUFFER, target);
+        glViewport(0, 0, w, h);
+        glDisable(GL_SCISSOR_TEST);
+        glColorMask(GL_TRUE, GL_TRUE, GL_TRUE, GL_TRUE);
+        glDepthMask(GL_TRUE);
+        glClearColor(c.x, c.y, c.z, 1);
+        glClearDepth(1);
+        glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT | GL_STENCIL_BUFFER_BIT);
+        return;
+    }
     flushDeletions();
     resize(w, h);
     updateBackdrop(frame.backdrop);

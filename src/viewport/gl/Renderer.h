@@ -40,7 +40,8 @@ class Renderer {
     bool initialize(std::string& error);
 
     // Draws into `framebuffer` (0, or a toolkit's default framebuffer object) at that size in
-    // pixels. Leaves that framebuffer bound.
+    // pixels. Leaves that framebuffer bound. A frame with a null root (no scene yet) only
+    // clears to Rendering::viewBackgroundColor.
     void render(const RenderFrame& frame, unsigned framebuffer, int width, int height);
 
     // Draws into the renderer's own RGBA8 framebuffer of that size, for work without a window.
