@@ -115,6 +115,7 @@ class DocumentModel : public QObject {
 
     // Camera.
     void resetView();
+    void setActiveStandardView(std::optional<viewport::StandardView> view);
     void setPerspective(bool perspective);
     void setCameraFocalLength(float mm);
     void setCameraEyeHeight(float height);
