@@ -89,8 +89,8 @@ void DocumentModel::setInfo(std::optional<SKPFileInfo> info) {
         image = QImage::fromData(png.data(), int(png.size()), "PNG");
     }
     write(thumbnail_, image, &DocumentModel::thumbnailChanged);
-    // Finding an application that opens the file belongs to the hand-over commands.
-    write(sketchUpApp_, std::nullopt, &DocumentModel::sketchUpAppChanged);
+    write(sketchUpApp_, info_ ? sketchUpApp(info_->url) : std::nullopt,
+          &DocumentModel::sketchUpAppChanged);
 }
 
 void DocumentModel::setState(State state) {

@@ -13,6 +13,7 @@
 #include <QImage>
 #include <QObject>
 
+#include <cstdint>
 #include <filesystem>
 #include <functional>
 #include <memory>
@@ -147,6 +148,27 @@ class DocumentModel : public QObject {
     void setAmbientIntensity(float value);
     void resetSun();
 
+    // Capture and hand-over, through Workspace::current(). The picture or PDF is taken when the
+    // command is given, before any panel opens; writing is atomic, and a failed write is shown
+    // with presentError and leaves what was at the path. A snapshot that gives no image drops
+    // the command silently. These need the ready state; the hand-over ones need only info.
+    void copyImage();
+    void exportImage();
+    void exportVectorPDF();
+    // The view as vector PDF, on a page of `pageSize` points or the view's own; absent unless
+    // ready or when the exporter fails.
+    std::optional<std::vector<std::uint8_t>> renderVectorPDF(
+        std::optional<Float2> pageSize = std::nullopt);
+    // Shows `text` as flashMessage for 2 seconds; a newer different message keeps its own time.
+    void flash(std::string text);
+    void openInSketchUp();
+    void revealInFinder();
+    // Runs `action` once on the main thread `seconds` from now, after the model may be gone.
+    // QTimer::singleShot unless a test drives time by hand.
+    std::function<void(double seconds, std::function<void()> action)> scheduleAfter =
+        singleShotAfter;
+    static void singleShotAfter(double seconds, std::function<void()> action);
+
     // Fields.
     const std::optional<SKPFileInfo>& info() const { return info_; }
     const QImage& thumbnail() const { return thumbnail_; }  // null when absent
@@ -257,6 +279,12 @@ class DocumentModel : public QObject {
     void frameLayers(const std::set<int>& layers, bool animated);
     void pushPointLights();
     viewport::ViewportScene::Bounds referenceBounds();
+    // The SketchUp application that opens `url`: the one carrying the library in use, else the
+    // desktop's first whose name begins with "SketchUp".
+    std::optional<std::filesystem::path> sketchUpApp(const std::filesystem::path& url) const;
+    std::string suggestedExportName(const std::string& extension) const;
+    void saveExport(const std::vector<std::uint8_t>& bytes, const std::string& extension,
+                    const std::string& title, const std::string& doneMessage);
     // Where a new or re-centred light goes; absent without a model.
     std::optional<Float3> lightAnchor();
 
