@@ -65,7 +65,8 @@ DocumentWindow::DocumentWindow(SKPDocument& document)
     auto* area = new QWidget(central);
     auto* stack = new QGridLayout(area);
     stack->setContentsMargins(0, 0, 0, 0);
-    viewport_ = new ViewportWidget(model_, area);
+    // Qt cannot show a GL widget on its offscreen platform; the preview image stands in.
+    if (ViewportWidget::isSupported()) viewport_ = new ViewportWidget(model_, area);
     preview_ = new QLabel(area);
     preview_->setAlignment(Qt::AlignCenter);
     overlay_ = new LoadingOverlay(model_, area);
@@ -73,7 +74,7 @@ DocumentWindow::DocumentWindow(SKPDocument& document)
     flash_->setStyleSheet(QString("background: rgba(20,20,22,210); color: %1; padding: 8px 14px;"
                                   "border-radius: 8px;")
                               .arg(Theme::text));
-    stack->addWidget(viewport_, 0, 0);
+    if (viewport_) stack->addWidget(viewport_, 0, 0);
     stack->addWidget(preview_, 0, 0);
     stack->addWidget(overlay_, 0, 0);
     stack->addWidget(flash_, 0, 0, Qt::AlignHCenter | Qt::AlignBottom);

@@ -23,7 +23,8 @@ class DocumentWindow : public QMainWindow {
 
     explicit DocumentWindow(SKPDocument& document);
 
-    ViewportWidget& viewport() const { return *viewport_; }
+    // Null where the platform has no GL (offscreen): the snapshot preview stands in there.
+    ViewportWidget* viewport() const { return viewport_; }
     LoadingOverlay& overlay() const { return *overlay_; }
     LayerPanel& layerPanel() const { return *layers_; }
     QString statusLine() const;
@@ -42,7 +43,7 @@ class DocumentWindow : public QMainWindow {
 
     SKPDocument& document_;
     DocumentModel& model_;
-    ViewportWidget* viewport_;
+    ViewportWidget* viewport_ = nullptr;
     LoadingOverlay* overlay_;
     LayerPanel* layers_;
     QLabel* status_;

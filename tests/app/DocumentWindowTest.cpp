@@ -119,7 +119,8 @@ TEST_F(DocumentWindowTest, aCorpusDrawingOpensIsDrawnAnswersCommandsAndCloses) {
         << window->statusLine().toStdString();
     settle(0.5);
 
-    ViewportWidget& view = window->viewport();
+    ASSERT_NE(window->viewport(), nullptr);
+    ViewportWidget& view = *window->viewport();
     const QImage shown = view.grabFramebuffer();
     saveForPeople(window->grab().toImage(), "window-ready.png");
     ASSERT_FALSE(shown.isNull());
