@@ -1,13 +1,29 @@
 #include "Application.h"
 
+#include <QAction>
 #include <QApplication>
+#include <QIcon>
+#include <QMenu>
+#include <QSystemTrayIcon>
+#include <QSocketNotifier>
+#include <QTimer>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
+#include <system_error>
 
+#include "DocumentController.h"
 #include "LaunchOptions.h"
 #include "Localization.h"
 #include "Preferences.h"
-#include "SyntheticModel.h"
+#include "SKPDocument.h"
+#include "Theme.h"
+#include "ViewportView.h"
 #include "ViewportWidget.h"
 
 namespace vistrel::app {
@@ -25,14 +41,50 @@ void chooseOffscreenWithoutDisplay() {
         ::setenv("QT_QPA_PLATFORM", "offscreen", 1);
 }
 
-void printModelSummary(const SKPModel& m) {
-    std::printf("%s — %s: %zu %s, %zu %s, %lld %s, %lld %s, %lld %s\n",
-                m.fileInfo.url.filename().c_str(), m.fileInfo.versionLabel.value_or("?").c_str(),
-                m.layers.size(), L("calques", "layers").c_str(), m.layerGroups().size(),
-                L("groupes", "groups").c_str(), (long long)m.stats.faces,
-                L("faces", "faces").c_str(), (long long)m.stats.triangles,
-                L("triangles", "triangles").c_str(), (long long)m.stats.edges,
-                L("arêtes", "edges").c_str());
+// Texture files that earlier runs left behind when they did not end cleanly.
+void removeStaleTextures() {
+    std::error_code ignored;
+    const auto temp = std::filesystem::temp_directory_path(ignored);
+    if (!temp.empty()) std::filesystem::remove_all(temp / "Vistrel", ignored);
+}
+
+// Closing the last window leaves the process running, as a server for remote control must;
+// on a desktop without a global menu bar the tray icon is how a person reaches it again.
+void installTrayIcon(QApplication& application, DocumentController& controller) {
+    if (!QSystemTrayIcon::isSystemTrayAvailable()) return;
+    auto* tray = new QSystemTrayIcon(QIcon::fromTheme("image-x-generic"), &application);
+    auto* menu = new QMenu;
+    QObject::connect(tray, &QObject::destroyed, menu, &QObject::deleteLater);
+    QObject::connect(menu->addAction(QString::fromStdString(L("Ouvrir…", "Open…"))),
+                     &QAction::triggered, &controller, [&controller] { controller.openDocument(); });
+    menu->addSeparator();
+    QObject::connect(menu->addAction(QString::fromStdString(L("Quitter Vistrel", "Quit Vistrel"))),
+                     &QAction::triggered, &application, &QCoreApplication::quit);
+    tray->setContextMenu(menu);
+    tray->setToolTip("Vistrel");
+    tray->show();
+}
+
+int signalPipe[2] = {-1, -1};
+
+extern "C" void quitOnSignal(int) {
+    // Only async-signal-safe work here: the event loop reads the byte and quits.
+    const char byte = 1;
+    [[maybe_unused]] auto written = ::write(signalPipe[1], &byte, 1);
+}
+
+// Ctrl-C and a plain kill end the event loop, so documents close and loads are waited for.
+void quitOnTerminationSignals(QApplication& application) {
+    if (::pipe2(signalPipe, O_CLOEXEC | O_NONBLOCK) != 0) return;
+    auto* notifier = new QSocketNotifier(signalPipe[0], QSocketNotifier::Read, &application);
+    QObject::connect(notifier, &QSocketNotifier::activated, &application, [] {
+        char byte;
+        while (::read(signalPipe[0], &byte, 1) > 0) {
+        }
+        QCoreApplication::quit();
+    });
+    std::signal(SIGINT, quitOnSignal);
+    std::signal(SIGTERM, quitOnSignal);
 }
 
 }  // namespace
@@ -45,13 +97,39 @@ int runApplication(int argc, char** argv) {
     QApplication application(argc, argv);
     application.setApplicationName("Vistrel");
     application.setOrganizationDomain("vistrel.org");
+    application.setDesktopFileName("org.vistrel.viewer");
     application.setQuitOnLastWindowClosed(false);
     Preferences::registerDefaults();
-    LaunchOptions options = LaunchOptions::parse(arguments);
-    (void)options;
-    // Until the viewer window exists, a start summarises the built-in model.
-    printModelSummary(SyntheticModel::cube());
-    return 0;
+    viewport::ViewportView::twoFingerScrollZooms = Preferences::boolValue("twoFingerScrollZooms");
+    Theme::apply(application);
+    DocumentController controller;
+
+    const LaunchOptions options = LaunchOptions::parse(arguments);
+    if (!options.isNormal()) {
+        std::fprintf(stderr, "vistrel: %s\n",
+                     L("ce mode n'est pas encore disponible dans cette version.",
+                       "this mode is not available in this build yet.")
+                         .c_str());
+        return 1;
+    }
+
+    removeStaleTextures();
+    installTrayIcon(application, controller);
+    quitOnTerminationSignals(application);
+    QObject::connect(&application, &QCoreApplication::aboutToQuit, &controller,
+                     [&controller] { controller.closeAll(); });
+
+    const std::vector<std::string> files = filesToOpen(arguments);
+    QTimer::singleShot(0, &controller, [&controller, files] {
+        // A plain start shows the open panel instead of an empty window.
+        if (files.empty())
+            controller.openDocument();
+        else
+            controller.openFiles(files);
+    });
+    const int status = application.exec();
+    controller.closeAll();
+    return status;
 }
 
 }  // namespace vistrel::app

@@ -116,6 +116,7 @@ class DocumentModel : public QObject {
 
     // Camera.
     void resetView();
+    void setActiveStandardView(std::optional<viewport::StandardView> view);
     void setPerspective(bool perspective);
     void setCameraFocalLength(float mm);
     void setCameraEyeHeight(float height);

@@ -12,6 +12,7 @@ namespace vistrel::app {
 using viewport::BackdropStyle;
 using viewport::LightingMode;
 using viewport::ShadingStyle;
+using viewport::StandardView;
 using viewport::ViewportPointLight;
 using viewport::ViewportScene;
 
@@ -59,6 +60,10 @@ void DocumentModel::resetView() {
     write(activeStandardView_, std::nullopt, &DocumentModel::activeStandardViewChanged);
     viewport_.resetView(true);
     write(isPerspective_, viewport_.isPerspective(), &DocumentModel::isPerspectiveChanged);
+}
+
+void DocumentModel::setActiveStandardView(std::optional<StandardView> view) {
+    write(activeStandardView_, view, &DocumentModel::activeStandardViewChanged);
 }
 
 void DocumentModel::setPerspective(bool perspective) {

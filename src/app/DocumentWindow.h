@@ -1,0 +1,54 @@
+// The window of one document: the viewport with the loading overlay and failure banner over
+// it, a layer sidebar, the menus, and a status line bound to the model's status text. Files
+// dropped on it are opened. Closing it closes the document.
+#pragma once
+
+#include <QMainWindow>
+
+class QLabel;
+
+namespace vistrel::app {
+
+class DocumentModel;
+class LayerPanel;
+class LoadingOverlay;
+class SKPDocument;
+class ViewportWidget;
+
+class DocumentWindow : public QMainWindow {
+    Q_OBJECT
+
+  public:
+    static constexpr int contentWidth = 1380, contentHeight = 820;
+
+    explicit DocumentWindow(SKPDocument& document);
+
+    // Null where the platform has no GL (offscreen): the snapshot preview stands in there.
+    ViewportWidget* viewport() const { return viewport_; }
+    LoadingOverlay& overlay() const { return *overlay_; }
+    LayerPanel& layerPanel() const { return *layers_; }
+    QString statusLine() const;
+    QString flashText() const;
+
+  protected:
+    void closeEvent(QCloseEvent* event) override;
+    void dragEnterEvent(QDragEnterEvent* event) override;
+    void dropEvent(QDropEvent* event) override;
+
+  private:
+    void refreshStatus();
+    void refreshFlash();
+    void refreshPreview();
+    void placeOnScreen();
+
+    SKPDocument& document_;
+    DocumentModel& model_;
+    ViewportWidget* viewport_ = nullptr;
+    LoadingOverlay* overlay_;
+    LayerPanel* layers_;
+    QLabel* status_;
+    QLabel* flash_;
+    QLabel* preview_;
+};
+
+}  // namespace vistrel::app

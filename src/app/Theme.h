@@ -1,0 +1,17 @@
+// The palette of the dark interface. The program is dark at all times.
+#pragma once
+
+class QApplication;
+
+namespace vistrel::app::Theme {
+
+inline constexpr const char* background = "#1e1f22";
+inline constexpr const char* panel = "#26282c";
+inline constexpr const char* text = "#e8e8ea";
+inline constexpr const char* secondaryText = "#9a9ca3";
+inline constexpr const char* accent = "#4c8dff";
+
+// Fusion with the dark palette, whatever the desktop's theme.
+void apply(QApplication& application);
+
+}  // namespace vistrel::app::Theme
