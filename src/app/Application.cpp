@@ -4,8 +4,8 @@
 #include <QApplication>
 #include <QIcon>
 #include <QMenu>
-#include <QSystemTrayIcon>
 #include <QSocketNotifier>
+#include <QSystemTrayIcon>
 #include <QTimer>
 
 #include <fcntl.h>
@@ -56,7 +56,8 @@ void installTrayIcon(QApplication& application, DocumentController& controller) 
     auto* menu = new QMenu;
     QObject::connect(tray, &QObject::destroyed, menu, &QObject::deleteLater);
     QObject::connect(menu->addAction(QString::fromStdString(L("Ouvrir…", "Open…"))),
-                     &QAction::triggered, &controller, [&controller] { controller.openDocument(); });
+                     &QAction::triggered, &controller,
+                     [&controller] { controller.openDocument(); });
     menu->addSeparator();
     QObject::connect(menu->addAction(QString::fromStdString(L("Quitter Vistrel", "Quit Vistrel"))),
                      &QAction::triggered, &application, &QCoreApplication::quit);

@@ -28,9 +28,8 @@ LayerPanel::LayerPanel(DocumentModel& model, QWidget* parent)
     connect(showAll, &QPushButton::clicked, this, [this] { model_.setAllLayers(true); });
     connect(hideAll, &QPushButton::clicked, this, [this] { model_.setAllLayers(false); });
     connect(list_, &QListWidget::itemChanged, this, &LayerPanel::itemChanged);
-    connect(list_, &QListWidget::itemDoubleClicked, this, [this](QListWidgetItem* item) {
-        model_.zoomToLayer(list_->row(item), true);
-    });
+    connect(list_, &QListWidget::itemDoubleClicked, this,
+            [this](QListWidgetItem* item) { model_.zoomToLayer(list_->row(item), true); });
     connect(list_, &QListWidget::currentRowChanged, this, [this](int row) {
         if (!updating_ && row >= 0) model_.selectLayer(row);
     });

@@ -75,7 +75,8 @@ void LoadingOverlay::refresh() {
     name_->setText(name);
 
     if (auto* failed = std::get_if<DocumentModel::Failed>(&state)) {
-        heading_->setText(text(L("Impossible d'ouvrir le modèle", "The model could not be opened")));
+        heading_->setText(
+            text(L("Impossible d'ouvrir le modèle", "The model could not be opened")));
         detail_->setText(text(failed->description));
         progress_->hide();
         openInSketchUp_->setVisible(model_.sketchUpApp().has_value());
@@ -89,8 +90,8 @@ void LoadingOverlay::refresh() {
         detail_->setText(text(loading.progress->phase));
         if (loading.progress->fraction) {
             progress_->setRange(0, 1000);
-            progress_->setValue(int(std::lround(std::clamp(*loading.progress->fraction, 0.0, 1.0) *
-                                                1000)));
+            progress_->setValue(
+                int(std::lround(std::clamp(*loading.progress->fraction, 0.0, 1.0) * 1000)));
         } else {
             progress_->setRange(0, 0);  // busy
         }

@@ -46,9 +46,8 @@ class Builder {
         action->setCheckable(checkable);
         // The document is the window's owner: it outlives the window's actions.
         SKPDocument* document = &document_;
-        QObject::connect(action, &QAction::triggered, action, [document, command, tag] {
-            document->perform(command, tag);
-        });
+        QObject::connect(action, &QAction::triggered, action,
+                         [document, command, tag] { document->perform(command, tag); });
         items_->push_back({action, command, tag});
         return action;
     }
@@ -80,9 +79,9 @@ QKeySequence keys(QKeyCombination combination) {
 const std::vector<CameraView>& cameraViews() {
     using viewport::StandardView;
     static const std::vector<CameraView> views{
-        {StandardView::iso, "Iso", "Iso"},         {StandardView::top, "Dessus", "Top"},
-        {StandardView::front, "Face", "Front"},    {StandardView::right, "Droite", "Right"},
-        {StandardView::back, "Arrière", "Back"},   {StandardView::left, "Gauche", "Left"},
+        {StandardView::iso, "Iso", "Iso"},           {StandardView::top, "Dessus", "Top"},
+        {StandardView::front, "Face", "Front"},      {StandardView::right, "Droite", "Right"},
+        {StandardView::back, "Arrière", "Back"},     {StandardView::left, "Gauche", "Left"},
         {StandardView::bottom, "Dessous", "Bottom"},
     };
     return views;
@@ -127,21 +126,20 @@ void build(QMainWindow& window, SKPDocument& document) {
     b.add(view, "Barre latérale", "Sidebar", Action::toggleSidebarPanel,
           keys(alt | ctrl | Qt::Key_S), 0, true);
     b.add(view, "Arêtes", "Edges", Action::toggleEdges, keys(ctrl | Qt::Key_E), 0, true);
-    b.add(view, "Grille et axes", "Grid and Axes", Action::toggleGrid,
-          keys(alt | ctrl | Qt::Key_G), 0, true);
+    b.add(view, "Grille et axes", "Grid and Axes", Action::toggleGrid, keys(alt | ctrl | Qt::Key_G),
+          0, true);
     b.add(view, "Perspective / Parallèle", "Perspective / Parallel", Action::togglePerspective,
           keys(alt | ctrl | Qt::Key_P), 0, true);
-    b.add(view, "Ombres", "Shadows", Action::toggleShadows, keys(alt | ctrl | Qt::Key_O), 0,
-          true);
+    b.add(view, "Ombres", "Shadows", Action::toggleShadows, keys(alt | ctrl | Qt::Key_O), 0, true);
     b.add(view, "Éclairage ponctuel", "Point Lighting", Action::toggleLightingMode,
           keys(alt | ctrl | Qt::Key_L), 0, true);
     b.add(view, "Occlusion ambiante", "Ambient Occlusion", Action::toggleAmbientOcclusion,
           keys(alt | ctrl | Qt::Key_A), 0, true);
     view->addSeparator();
-    b.add(view, "Style : Texturé (PBR)", "Style: Textured (PBR)", Action::selectShadingStyle, {},
-          0, true);
-    b.add(view, "Style : Maquette blanche", "Style: White Clay", Action::selectShadingStyle, {},
-          1, true);
+    b.add(view, "Style : Texturé (PBR)", "Style: Textured (PBR)", Action::selectShadingStyle, {}, 0,
+          true);
+    b.add(view, "Style : Maquette blanche", "Style: White Clay", Action::selectShadingStyle, {}, 1,
+          true);
     b.add(view, "Style : Rayons X", "Style: X-Ray", Action::selectShadingStyle, {}, 2, true);
     b.add(view, "Style : Filaire", "Style: Wireframe", Action::selectShadingStyle, {}, 3, true);
     view->addSeparator();

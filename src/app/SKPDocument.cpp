@@ -184,35 +184,35 @@ bool SKPDocument::validate(Action action, int tag, bool focusInTextField) const 
     const bool ready = m.isReady();
     const bool hasScenes = ready && m.skp() && !m.skp()->scenes.empty();
     switch (action) {
-    case Action::openInSketchUp:
-        return !isHidden(action);
-    case Action::revealInFinder:
-        return true;
-    case Action::toggleSidebarPanel:
-        return m.skp() != nullptr;
-    case Action::toggleShadows:
-        return ready && m.lightingMode() == viewport::LightingMode::sun;
-    case Action::selectShadingStyle:
-    case Action::lookStandard:
-    case Action::toggleEdges:
-    case Action::toggleGrid:
-    case Action::togglePerspective:
-    case Action::toggleLightingMode:
-    case Action::toggleAmbientOcclusion:
-    case Action::toggleFreeFlight:
-    case Action::copyImage:
-    case Action::exportImage:
-    case Action::exportVectorPDF:
-        (void)tag;
-        return ready;
-    case Action::previousScene:
-    case Action::nextScene:
-    case Action::previousSceneSlow:
-    case Action::nextSceneSlow:
-        return hasScenes;
-    case Action::resetView:
-    case Action::zoomExtents:
-        return ready && !focusInTextField && !m.isFreeFlying();
+        case Action::openInSketchUp:
+            return !isHidden(action);
+        case Action::revealInFinder:
+            return true;
+        case Action::toggleSidebarPanel:
+            return m.skp() != nullptr;
+        case Action::toggleShadows:
+            return ready && m.lightingMode() == viewport::LightingMode::sun;
+        case Action::selectShadingStyle:
+        case Action::lookStandard:
+        case Action::toggleEdges:
+        case Action::toggleGrid:
+        case Action::togglePerspective:
+        case Action::toggleLightingMode:
+        case Action::toggleAmbientOcclusion:
+        case Action::toggleFreeFlight:
+        case Action::copyImage:
+        case Action::exportImage:
+        case Action::exportVectorPDF:
+            (void)tag;
+            return ready;
+        case Action::previousScene:
+        case Action::nextScene:
+        case Action::previousSceneSlow:
+        case Action::nextSceneSlow:
+            return hasScenes;
+        case Action::resetView:
+        case Action::zoomExtents:
+            return ready && !focusInTextField && !m.isFreeFlying();
     }
     return false;
 }
@@ -220,27 +220,27 @@ bool SKPDocument::validate(Action action, int tag, bool focusInTextField) const 
 bool SKPDocument::isChecked(Action action, int tag) const {
     const DocumentModel& m = *model_;
     switch (action) {
-    case Action::toggleSidebarPanel:
-        return m.showSidebar();
-    case Action::toggleEdges:
-        return m.showsEdges();
-    case Action::toggleGrid:
-        return m.showsGrid();
-    case Action::togglePerspective:
-        return m.isPerspective();
-    case Action::toggleShadows:
-        return m.shadowsEnabled();
-    case Action::toggleLightingMode:
-        return m.lightingMode() == viewport::LightingMode::point;
-    case Action::toggleAmbientOcclusion:
-        return m.ambientOcclusionEnabled();
-    case Action::toggleFreeFlight:
-        return m.isFreeFlying();
-    case Action::selectShadingStyle:
-        return tag >= 0 && size_t(tag) < viewport::allShadingStyles.size() &&
-               viewport::allShadingStyles[size_t(tag)] == m.shadingStyle();
-    default:
-        return false;
+        case Action::toggleSidebarPanel:
+            return m.showSidebar();
+        case Action::toggleEdges:
+            return m.showsEdges();
+        case Action::toggleGrid:
+            return m.showsGrid();
+        case Action::togglePerspective:
+            return m.isPerspective();
+        case Action::toggleShadows:
+            return m.shadowsEnabled();
+        case Action::toggleLightingMode:
+            return m.lightingMode() == viewport::LightingMode::point;
+        case Action::toggleAmbientOcclusion:
+            return m.ambientOcclusionEnabled();
+        case Action::toggleFreeFlight:
+            return m.isFreeFlying();
+        case Action::selectShadingStyle:
+            return tag >= 0 && size_t(tag) < viewport::allShadingStyles.size() &&
+                   viewport::allShadingStyles[size_t(tag)] == m.shadingStyle();
+        default:
+            return false;
     }
 }
 
@@ -248,76 +248,76 @@ void SKPDocument::perform(Action action, int tag) {
     DocumentModel& m = *model_;
     const bool ready = m.isReady();
     switch (action) {
-    case Action::openInSketchUp:
-        m.openInSketchUp();
-        break;
-    case Action::revealInFinder:
-        m.revealInFinder();
-        break;
-    case Action::toggleSidebarPanel:
-        m.toggleSidebar();
-        break;
-    case Action::toggleEdges:
-        m.toggleEdges();
-        break;
-    case Action::toggleGrid:
-        m.toggleGrid();
-        break;
-    case Action::togglePerspective:
-        m.setPerspective(!m.isPerspective());
-        break;
-    case Action::toggleShadows:
-        m.toggleShadows();
-        break;
-    case Action::toggleLightingMode:
-        m.setLightingMode(m.lightingMode() == viewport::LightingMode::sun
-                              ? viewport::LightingMode::point
-                              : viewport::LightingMode::sun);
-        break;
-    case Action::toggleAmbientOcclusion:
-        m.toggleAmbientOcclusion();
-        break;
-    case Action::toggleFreeFlight:
-        if (ready) m.viewport().setFreeFlying(!m.viewport().isFreeFlying());
-        break;
-    case Action::selectShadingStyle:
-        if (tag >= 0 && size_t(tag) < viewport::allShadingStyles.size())
-            m.setShadingStyle(viewport::allShadingStyles[size_t(tag)]);
-        break;
-    case Action::previousScene:
-        m.previousScene();
-        break;
-    case Action::nextScene:
-        m.nextScene();
-        break;
-    case Action::previousSceneSlow:
-        m.previousScene(true);
-        break;
-    case Action::nextSceneSlow:
-        m.nextScene(true);
-        break;
-    case Action::resetView:
-        m.resetView();
-        break;
-    case Action::zoomExtents:
-        if (ready) m.viewport().zoomExtents(true);
-        break;
-    case Action::copyImage:
-        m.copyImage();
-        break;
-    case Action::exportImage:
-        m.exportImage();
-        break;
-    case Action::exportVectorPDF:
-        m.exportVectorPDF();
-        break;
-    case Action::lookStandard:
-        if (ready && tag >= 0 && size_t(tag) < MainMenu::cameraViews().size()) {
-            const auto view = MainMenu::cameraViews()[size_t(tag)].view;
-            m.setActiveStandardView(view);
-            m.viewport().look(view, true);
-        }
-        break;
+        case Action::openInSketchUp:
+            m.openInSketchUp();
+            break;
+        case Action::revealInFinder:
+            m.revealInFinder();
+            break;
+        case Action::toggleSidebarPanel:
+            m.toggleSidebar();
+            break;
+        case Action::toggleEdges:
+            m.toggleEdges();
+            break;
+        case Action::toggleGrid:
+            m.toggleGrid();
+            break;
+        case Action::togglePerspective:
+            m.setPerspective(!m.isPerspective());
+            break;
+        case Action::toggleShadows:
+            m.toggleShadows();
+            break;
+        case Action::toggleLightingMode:
+            m.setLightingMode(m.lightingMode() == viewport::LightingMode::sun
+                                  ? viewport::LightingMode::point
+                                  : viewport::LightingMode::sun);
+            break;
+        case Action::toggleAmbientOcclusion:
+            m.toggleAmbientOcclusion();
+            break;
+        case Action::toggleFreeFlight:
+            if (ready) m.viewport().setFreeFlying(!m.viewport().isFreeFlying());
+            break;
+        case Action::selectShadingStyle:
+            if (tag >= 0 && size_t(tag) < viewport::allShadingStyles.size())
+                m.setShadingStyle(viewport::allShadingStyles[size_t(tag)]);
+            break;
+        case Action::previousScene:
+            m.previousScene();
+            break;
+        case Action::nextScene:
+            m.nextScene();
+            break;
+        case Action::previousSceneSlow:
+            m.previousScene(true);
+            break;
+        case Action::nextSceneSlow:
+            m.nextScene(true);
+            break;
+        case Action::resetView:
+            m.resetView();
+            break;
+        case Action::zoomExtents:
+            if (ready) m.viewport().zoomExtents(true);
+            break;
+        case Action::copyImage:
+            m.copyImage();
+            break;
+        case Action::exportImage:
+            m.exportImage();
+            break;
+        case Action::exportVectorPDF:
+            m.exportVectorPDF();
+            break;
+        case Action::lookStandard:
+            if (ready && tag >= 0 && size_t(tag) < MainMenu::cameraViews().size()) {
+                const auto view = MainMenu::cameraViews()[size_t(tag)].view;
+                m.setActiveStandardView(view);
+                m.viewport().look(view, true);
+            }
+            break;
     }
 }
 

@@ -32,9 +32,9 @@ class SKPDocument : public QObject {
 
   public:
     // Reads a file into a model on the worker thread; throws SKPError.
-    using Loader = std::function<SKPModel(const std::filesystem::path&,
-                                          const SKPReader::ProgressCallback&,
-                                          const SKPReader::CancelCheck&)>;
+    using Loader =
+        std::function<SKPModel(const std::filesystem::path&, const SKPReader::ProgressCallback&,
+                               const SKPReader::CancelCheck&)>;
 
     // The menu commands a document answers, with the rule of when each applies.
     enum class Action {

@@ -14,6 +14,7 @@
 
 #include <chrono>
 #include <cstdlib>
+#include <fstream>
 
 #include "DocumentController.h"
 #include "DocumentModel.h"
@@ -26,6 +27,7 @@
 #include "SettingsStore.h"
 #include "TestEnv.h"
 #include "ViewportWidget.h"
+#include "Workspace.h"
 
 using namespace vistrel;
 using namespace vistrel::app;
@@ -38,6 +40,7 @@ bool waitUntil(Predicate done, double seconds = 20) {
     while (!done()) {
         if (std::chrono::steady_clock::now() > end) return false;
         QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     }
     return true;
 }
@@ -77,6 +80,26 @@ void saveForPeople(const QImage& image, const std::string& name) {
         image.save(QString::fromStdString(std::string(dir) + "/" + name));
 }
 
+// Answers save panels with a path in a test folder and records errors.
+class SavingWorkspace final : public Workspace {
+  public:
+    explicit SavingWorkspace(std::filesystem::path folder) : folder_(std::move(folder)) {}
+    std::vector<std::string> errors;
+    void copyPNG(const std::vector<std::uint8_t>&) override {}
+    std::optional<std::filesystem::path> runSavePanel(const SavePanel& panel) override {
+        return folder_ / panel.suggestedName;
+    }
+    void presentError(const std::string& message) override { errors.push_back(message); }
+    std::vector<Application> applicationsOpening(const std::filesystem::path&) override {
+        return {};
+    }
+    void open(const std::filesystem::path&, const std::filesystem::path&) override {}
+    void reveal(const std::filesystem::path&) override {}
+
+  private:
+    std::filesystem::path folder_;
+};
+
 class DocumentWindowTest : public testing::Test {
   protected:
     void SetUp() override {
@@ -98,8 +121,9 @@ class DocumentWindowTest : public testing::Test {
 };
 
 TEST_F(DocumentWindowTest, aCorpusDrawingOpensIsDrawnAnswersCommandsAndCloses) {
-    const auto file = test::corpusDir() / "dxf" / "bnortierdxf__Ceco.NET-Architecture-Tm-53.dxf";
-    if (!std::filesystem::exists(file)) GTEST_SKIP() << "corpus absent: " << file;
+    const auto corpus = test::corpusDir();
+    if (!corpus) GTEST_SKIP() << "corpus absent";
+    const auto file = *corpus / "dxf" / "bnortierdxf__Ceco.NET-Architecture-Tm-53.dxf";
 
     DocumentController controller;
     SKPDocument* document = nullptr;
@@ -126,6 +150,27 @@ TEST_F(DocumentWindowTest, aCorpusDrawingOpensIsDrawnAnswersCommandsAndCloses) {
     ASSERT_FALSE(shown.isNull());
     const int drawn = drawnPixels(shown);
     EXPECT_GT(drawn, 500) << "the drawing's lines are on screen";
+
+    // Exports through the menus: the PNG is the picture on screen, the PDF a vector page.
+    SavingWorkspace workspace(dir.path());
+    Workspace::setCurrent(&workspace);
+    QAction* exportPNG = findAction(*window, "Export PNG Image…");
+    QAction* exportPDF = findAction(*window, "Export Vector PDF…");
+    ASSERT_TRUE(exportPNG && exportPDF);
+    exportPNG->trigger();
+    EXPECT_EQ(window->flashText(), "PNG image exported");
+    exportPDF->trigger();
+    Workspace::setCurrent(nullptr);
+    EXPECT_TRUE(workspace.errors.empty());
+    const QImage exported(
+        QString::fromStdString((dir / "bnortierdxf__Ceco.NET-Architecture-Tm-53.png").string()));
+    ASSERT_FALSE(exported.isNull());
+    EXPECT_EQ(exported.size(), shown.size());
+    EXPECT_GT(drawnPixels(exported), drawn / 2);
+    std::ifstream pdf(dir / "bnortierdxf__Ceco.NET-Architecture-Tm-53.pdf", std::ios::binary);
+    std::string magic(5, '\0');
+    pdf.read(magic.data(), 5);
+    EXPECT_EQ(magic, "%PDF-");
 
     // Styles through the menu.
     QAction* wireframe = findAction(*window, "Style: Wireframe");

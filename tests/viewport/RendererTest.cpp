@@ -17,6 +17,7 @@
 #include "OffscreenContext.h"
 #include "RenderMath.h"
 #include "Rendering.h"
+#include "SKPReader.h"
 #include "SyntheticModel.h"
 #include "TestEnv.h"
 #include "ViewportScene.h"
@@ -842,6 +843,35 @@ TEST_F(RendererTest, viewSnapshotMatchesTheHeadlessPictureAtThePixelSize) {
     ASSERT_TRUE(fromToolkit);
     EXPECT_EQ(fromToolkit->width, 2);
     EXPECT_EQ(calls, 1);
+}
+
+}  // namespace
+
+namespace {
+
+// A real plan with no depth of its own: lines only, all at z = 0, seen from the top in parallel
+// projection. The edges' depth bias must not carry them out of the depth range.
+TEST_F(RendererTest, flatLineDrawingIsVisibleFromTheTop) {
+    const auto corpus = test::corpusDir();
+    if (!corpus) GTEST_SKIP() << "corpus absent";
+    const SKPModel plan = SKPReader::load(*corpus / "dxf" / "bnortierdxf__entities.dxf");
+    ASSERT_TRUE(plan.isPlanar2D());
+    ASSERT_EQ(plan.stats.faces, 0);
+    std::string error;
+    HeadlessSnapshot::Options options;
+    options.width = kWidth;
+    options.height = kHeight;
+    const auto image = HeadlessSnapshot::render(plan, options, error);
+    context_->makeCurrent();
+    ASSERT_TRUE(image) << error;
+    int lineRows = 0;
+    for (int y = 0; y < image->height; ++y) {
+        int dark = 0;
+        for (int x = 0; x < image->width; ++x)
+            if (std::abs(int(image->pixel(x, y)[0]) - int(image->pixel(0, y)[0])) > 30) ++dark;
+        if (dark > 0) ++lineRows;
+    }
+    EXPECT_GE(lineRows, kHeight / 3) << "the plan's lines are drawn";
 }
 
 }  // namespace

@@ -646,9 +646,12 @@ void Renderer::Impl::render(const RenderFrame& frame, GLuint target, int w, int 
     Float4x4 projection;
     if (ortho) {
         const float depth = std::max(zNear - zFar, 1e-3f);
-        nearPlane = -zNear - depth * 0.05f - 0.01f;
-        farPlane = -zFar + depth * 0.05f + 0.01f;
         const float hh = float(cs.orthographicScale);
+        // Edges are drawn 0.001 of the visible height nearer (the shader's edge bias); a flat
+        // drawing has no depth of its own, so the margin must hold them or they are clipped.
+        const float edgeBias = 0.002f * hh;
+        nearPlane = -zNear - depth * 0.05f - 0.01f - edgeBias;
+        farPlane = -zFar + depth * 0.05f + 0.01f + edgeBias;
         projection = RenderMath::orthographic(hh * aspect, hh, nearPlane, farPlane);
     } else {
         farPlane = std::max(-zFar * 1.02f, 0.1f);
