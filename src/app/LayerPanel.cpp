@@ -30,9 +30,9 @@ LayerPanel::LayerPanel(DocumentModel& model, QWidget* parent)
     connect(list_, &QListWidget::itemChanged, this, &LayerPanel::itemChanged);
     connect(list_, &QListWidget::itemDoubleClicked, this,
             [this](QListWidgetItem* item) { model_.zoomToLayer(list_->row(item), true); });
-    connect(list_, &QListWidget::currentRowChanged, this, [this](int row) {
-        if (!updating_ && row >= 0) model_.selectLayer(row);
-    });
+    // Clicks only: the list makes its first row current on focus, which is no choice.
+    connect(list_, &QListWidget::itemClicked, this,
+            [this](QListWidgetItem* item) { model_.selectLayer(list_->row(item)); });
     connect(&model_, &DocumentModel::skpChanged, this, &LayerPanel::rebuild);
     connect(&model_, &DocumentModel::layerVisibleChanged, this, &LayerPanel::updateChecks);
     rebuild();
