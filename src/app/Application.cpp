@@ -3,10 +3,12 @@
 #include <QAction>
 #include <QApplication>
 #include <QIcon>
+#include <QLibraryInfo>
 #include <QMenu>
 #include <QSocketNotifier>
 #include <QSystemTrayIcon>
 #include <QTimer>
+#include <QTranslator>
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -66,6 +68,14 @@ void installTrayIcon(QApplication& application, DocumentController& controller) 
     tray->show();
 }
 
+// Qt's own dialogs (the open and save panels) speak the interface's language.
+void installToolkitTranslation(QApplication& application) {
+    if (Localization::isEnglish()) return;
+    auto* translator = new QTranslator(&application);
+    if (translator->load("qtbase_fr", QLibraryInfo::path(QLibraryInfo::TranslationsPath)))
+        application.installTranslator(translator);
+}
+
 int signalPipe[2] = {-1, -1};
 
 extern "C" void quitOnSignal(int) {
@@ -103,6 +113,7 @@ int runApplication(int argc, char** argv) {
     Preferences::registerDefaults();
     viewport::ViewportView::twoFingerScrollZooms = Preferences::boolValue("twoFingerScrollZooms");
     Theme::apply(application);
+    installToolkitTranslation(application);
     DocumentController controller;
 
     const LaunchOptions options = LaunchOptions::parse(arguments);

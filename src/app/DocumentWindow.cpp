@@ -155,11 +155,15 @@ void DocumentWindow::dragEnterEvent(QDragEnterEvent* event) {
     if (!droppedFiles(event->mimeData()).empty()) event->acceptProposedAction();
 }
 
-void DocumentWindow::dropEvent(QDropEvent* event) {
-    const auto files = droppedFiles(event->mimeData());
-    if (files.empty()) return;
-    event->acceptProposedAction();
+bool DocumentWindow::openDropped(const QMimeData* data) {
+    const auto files = droppedFiles(data);
+    if (files.empty()) return false;
     if (auto* controller = DocumentController::shared()) controller->openFiles(files);
+    return true;
+}
+
+void DocumentWindow::dropEvent(QDropEvent* event) {
+    if (openDropped(event->mimeData())) event->acceptProposedAction();
 }
 
 }  // namespace vistrel::app

@@ -6,6 +6,7 @@
 #include <QMainWindow>
 
 class QLabel;
+class QMimeData;
 
 namespace vistrel::app {
 
@@ -28,6 +29,8 @@ class DocumentWindow : public QMainWindow {
     LoadingOverlay& overlay() const { return *overlay_; }
     LayerPanel& layerPanel() const { return *layers_; }
     QString statusLine() const;
+    // What a drop does: opens the local files among the data's URLs; false when there is none.
+    bool openDropped(const QMimeData* data);
     QString flashText() const;
 
   protected:

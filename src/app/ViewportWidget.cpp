@@ -165,7 +165,10 @@ void ViewportWidget::resizeGL(int, int) {
 }
 
 void ViewportWidget::paintEvent(QPaintEvent* event) {
-    QOpenGLWidget::paintEvent(event);
+    if (isSupported())
+        QOpenGLWidget::paintEvent(event);
+    else
+        QWidget::paintEvent(event);
     // Qt tried to make the context when the widget was shown; without one nothing draws.
     if (!renderer_ && glError_.empty() && (!context() || !context()->isValid()))
         showFailure(
@@ -202,7 +205,11 @@ void ViewportWidget::syncSize() {
 void ViewportWidget::resizeEvent(QResizeEvent* event) {
     syncSize();
     if (failure_) failure_->setGeometry(rect());
-    QOpenGLWidget::resizeEvent(event);
+    // Where no context can be made, Qt would try anyway and leak the failed one.
+    if (isSupported())
+        QOpenGLWidget::resizeEvent(event);
+    else
+        QWidget::resizeEvent(event);
 }
 
 // Input.

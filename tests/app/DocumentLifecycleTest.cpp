@@ -4,7 +4,9 @@
 #include <gtest/gtest.h>
 
 #include <QCoreApplication>
+#include <QMimeData>
 #include <QPointer>
+#include <QUrl>
 
 #include <atomic>
 #include <chrono>
@@ -16,6 +18,8 @@
 #include "DXFPlanGenerator.h"
 #include "DocumentController.h"
 #include "DocumentModel.h"
+#include "DocumentWindow.h"
+#include "LoadingOverlay.h"
 #include "Preferences.h"
 #include "SKPDocument.h"
 #include "SKPError.h"
@@ -358,6 +362,56 @@ TEST_F(DocumentLifecycleTest, menuCommandsFollowTheDocumentsState) {
     EXPECT_FALSE(document->validate(Action::zoomExtents)) << "no zoom extents in free fly";
     document->perform(Action::toggleFreeFlight);
     EXPECT_FALSE(m.isFreeFlying());
+}
+
+TEST_F(DocumentLifecycleTest, theWindowShowsProgressThenTheFailureAndKeepsTheHeader) {
+    // The offscreen platform has no GL: the window stands without its live view.
+    Gate gate;
+    std::unique_ptr<SKPDocument> document(
+        heldDocument(gate, []() -> SKPModel { throw SKPError::api("SUModelCreateFromFile", 7); }));
+    document->makeWindowControllers();
+    auto* window = qobject_cast<DocumentWindow*>(document->window());
+    ASSERT_NE(window, nullptr);
+    EXPECT_EQ(window->windowTitle(), "plan.dxf");
+    document->showWindows();
+    ASSERT_TRUE(waitUntil([&] { return window->overlay().detail() == "Lecture"; }));
+    EXPECT_EQ(window->overlay().heading(), "Opening model…");
+    EXPECT_TRUE(window->overlay().showsProgress());
+    EXPECT_NE(window->statusLine().toStdString().find("Loading…"), std::string::npos);
+
+    gate.release();
+    ASSERT_TRUE(waitUntil([&] { return isFailed(document->model()); }));
+    EXPECT_TRUE(window->overlay().isVisibleTo(window));
+    EXPECT_EQ(window->overlay().heading(), "The model could not be opened");
+    EXPECT_FALSE(window->overlay().detail().isEmpty());
+    EXPECT_FALSE(window->overlay().showsProgress());
+    EXPECT_FALSE(window->overlay().offersOpenInSketchUp()) << "no SketchUp on this machine";
+    EXPECT_EQ(window->statusLine(), window->overlay().detail());
+    EXPECT_TRUE(document->model().info()) << "the header stays";
+}
+
+TEST_F(DocumentLifecycleTest, droppedFilesOpenButWebLinksDoNot) {
+    DocumentController controller;
+    std::unique_ptr<SKPDocument> document(new SKPDocument);
+    document->read(dxf);
+    document->makeWindowControllers();
+    auto* window = qobject_cast<DocumentWindow*>(document->window());
+    ASSERT_NE(window, nullptr);
+    const auto other = dir / "other.dxf";
+    std::filesystem::copy_file(dxf, other);
+
+    QMimeData links;
+    links.setUrls({QUrl("https://example.com/plan.dxf")});
+    EXPECT_FALSE(window->openDropped(&links));
+    EXPECT_TRUE(controller.documents().empty());
+
+    QMimeData files;
+    files.setUrls({QUrl("https://example.com/plan.dxf"),
+                   QUrl::fromLocalFile(QString::fromStdString(other.string()))});
+    EXPECT_TRUE(window->openDropped(&files));
+    ASSERT_EQ(controller.documents().size(), 1u);
+    EXPECT_EQ(controller.documents()[0]->fileURL(), other);
+    controller.closeAll();
 }
 
 }  // namespace
