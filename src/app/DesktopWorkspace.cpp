@@ -20,6 +20,7 @@
 #include <cstdio>
 
 #include "DesktopEntries.h"
+#include "KeepActiveWindow.h"
 
 namespace vistrel::app {
 
@@ -58,8 +59,9 @@ std::optional<std::filesystem::path> DesktopWorkspace::runSavePanel(const SavePa
     QString folder = lastFolder_;
     if (folder.isEmpty() || !QDir(folder).exists()) folder = QDir::homePath();
     const QString filter = extension.toUpper() + " (*." + extension + ")";
+    KeepActiveWindow keep;
     QString chosen = QFileDialog::getSaveFileName(
-        QApplication::activeWindow(), QString::fromStdString(panel.title),
+        keep.window(), QString::fromStdString(panel.title),
         QDir(folder).filePath(QString::fromStdString(panel.suggestedName)), filter);
     if (chosen.isEmpty()) return std::nullopt;
     if (!chosen.endsWith("." + extension, Qt::CaseInsensitive)) chosen += "." + extension;
@@ -72,7 +74,8 @@ void DesktopWorkspace::presentError(const std::string& message) {
         std::fprintf(stderr, "%s\n", message.c_str());
         return;
     }
-    QMessageBox::critical(QApplication::activeWindow(), QGuiApplication::applicationDisplayName(),
+    KeepActiveWindow keep;
+    QMessageBox::critical(keep.window(), QGuiApplication::applicationDisplayName(),
                           QString::fromStdString(message));
 }
 

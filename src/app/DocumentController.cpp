@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cassert>
 
+#include "KeepActiveWindow.h"
 #include "Localization.h"
 #include "SKPDocument.h"
 #include "SKPError.h"
@@ -121,11 +122,13 @@ QString DocumentController::panelNameFilter() {
 }
 
 void DocumentController::openDocument(QWidget* parent) {
-    QFileDialog dialog(parent, QString::fromStdString(panelMessage()));
+    KeepActiveWindow keep;
+    QFileDialog dialog(parent ? parent : keep.window(), QString::fromStdString(panelMessage()));
     dialog.setFileMode(QFileDialog::ExistingFiles);
     dialog.setAcceptMode(QFileDialog::AcceptOpen);
     dialog.setNameFilter(panelNameFilter());
     if (dialog.exec() != QDialog::Accepted) return;
+    keep.release();
     std::vector<std::string> paths;
     for (const QString& file : dialog.selectedFiles()) paths.push_back(file.toStdString());
     openFiles(paths);
