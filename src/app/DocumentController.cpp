@@ -11,6 +11,7 @@
 #include "Localization.h"
 #include "SKPDocument.h"
 #include "SKPError.h"
+#include "SKPFileInfo.h"
 #include "Workspace.h"
 
 namespace vistrel::app {
@@ -18,12 +19,6 @@ namespace vistrel::app {
 namespace {
 
 DocumentController* sharedController = nullptr;
-
-std::string lowercase(std::string text) {
-    for (char& c : text)
-        if (c >= 'A' && c <= 'Z') c = char(c - 'A' + 'a');
-    return text;
-}
 
 std::filesystem::path absolutePath(const std::filesystem::path& url) {
     std::error_code ignored;
@@ -48,10 +43,10 @@ DocumentController* DocumentController::shared() {
 
 std::optional<std::string> DocumentController::typeForContents(const std::filesystem::path& url,
                                                                std::string* error) {
-    std::string extension = lowercase(url.extension().string());
-    if (extension == ".skp") return contentType;
-    if (extension == ".dwg") return dwgContentType;
-    if (extension == ".dxf") return dxfContentType;
+    const std::string extension = lowercaseExtension(url);
+    if (extension == "skp") return contentType;
+    if (extension == "dwg") return dwgContentType;
+    if (extension == "dxf") return dxfContentType;
     if (error) {
         const std::string name = url.filename().string();
         *error = L("Le document « " + name +

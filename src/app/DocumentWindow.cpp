@@ -124,7 +124,7 @@ QString DocumentWindow::statusLine() const {
 }
 
 QString DocumentWindow::flashText() const {
-    return flash_->isVisibleTo(const_cast<DocumentWindow*>(this)) ? flash_->text() : QString();
+    return flash_->isVisibleTo(this) ? flash_->text() : QString();
 }
 
 void DocumentWindow::refreshStatus() {

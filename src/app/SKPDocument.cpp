@@ -179,7 +179,7 @@ bool SKPDocument::isHidden(Action action) const {
     return action == Action::openInSketchUp && !model_->sketchUpApp();
 }
 
-bool SKPDocument::validate(Action action, int tag, bool focusInTextField) const {
+bool SKPDocument::validate(Action action, int, bool focusInTextField) const {
     const DocumentModel& m = *model_;
     const bool ready = m.isReady();
     const bool hasScenes = ready && m.skp() && !m.skp()->scenes.empty();
@@ -203,7 +203,6 @@ bool SKPDocument::validate(Action action, int tag, bool focusInTextField) const 
         case Action::copyImage:
         case Action::exportImage:
         case Action::exportVectorPDF:
-            (void)tag;
             return ready;
         case Action::previousScene:
         case Action::nextScene:

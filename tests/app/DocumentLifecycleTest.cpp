@@ -19,6 +19,7 @@
 #include "DocumentController.h"
 #include "DocumentModel.h"
 #include "DocumentWindow.h"
+#include "EventLoop.h"
 #include "LoadingOverlay.h"
 #include "Preferences.h"
 #include "SKPDocument.h"
@@ -34,18 +35,7 @@ using vistrel::test::TempDir;
 
 namespace {
 
-// Runs the event loop until `done` holds or ten seconds pass.
-template <class Predicate>
-bool waitUntil(Predicate done) {
-    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(10);
-    while (!done()) {
-        if (std::chrono::steady_clock::now() > end) return false;
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
-        // The event loop proper would run these; processEvents alone does not.
-        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-    }
-    return true;
-}
+using test::waitUntil;
 
 // A door the loader waits at until the test opens it.
 struct Gate {

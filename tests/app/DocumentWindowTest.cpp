@@ -19,6 +19,7 @@
 #include "DocumentController.h"
 #include "DocumentModel.h"
 #include "DocumentWindow.h"
+#include "EventLoop.h"
 #include "LayerPanel.h"
 #include "LoadingOverlay.h"
 #include "Preferences.h"
@@ -34,16 +35,7 @@ using namespace vistrel::app;
 
 namespace {
 
-template <class Predicate>
-bool waitUntil(Predicate done, double seconds = 20) {
-    const auto end = std::chrono::steady_clock::now() + std::chrono::duration<double>(seconds);
-    while (!done()) {
-        if (std::chrono::steady_clock::now() > end) return false;
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
-        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-    }
-    return true;
-}
+using test::waitUntil;
 
 void settle(double seconds) {
     waitUntil([] { return false; }, seconds);
@@ -137,7 +129,7 @@ TEST_F(DocumentWindowTest, aCorpusDrawingOpensIsDrawnAnswersCommandsAndCloses) {
     EXPECT_TRUE(window->isVisible());
     EXPECT_EQ(window->windowTitle(), "bnortierdxf__Ceco.NET-Architecture-Tm-53.dxf");
     DocumentModel& m = document->model();
-    ASSERT_TRUE(waitUntil([&] { return m.isReady(); })) << m.statusText();
+    ASSERT_TRUE(waitUntil([&] { return m.isReady(); }, 20)) << m.statusText();
     EXPECT_FALSE(window->overlay().isVisible());
     EXPECT_NE(window->statusLine().toStdString().find("faces"), std::string::npos)
         << window->statusLine().toStdString();
