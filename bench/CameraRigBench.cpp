@@ -2,9 +2,9 @@
 // as a busy navigation session would keep them.
 #include <benchmark/benchmark.h>
 
-#include "CameraRig.h"
 #include "ManualClock.h"
 #include "ManualTimer.h"
+#include "camera/CameraRig.h"
 
 using namespace vistrel;
 using namespace vistrel::viewport;

@@ -19,10 +19,10 @@
 #include <string>
 #include <vector>
 
-#include "DXFNativeParser.h"
 #include "DXFPlanGenerator.h"
-#include "MappedFile.h"
-#include "SKPReader.h"
+#include "dxf/DXFNativeParser.h"
+#include "dxf/MappedFile.h"
+#include "sketchup/SKPReader.h"
 
 using namespace vistrel;
 namespace fs = std::filesystem;

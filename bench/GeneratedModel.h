@@ -3,7 +3,7 @@
 // on a grid, with layers, materials and some mirrored instances.
 #pragma once
 
-#include "SKPModel.h"
+#include "model/SKPModel.h"
 
 namespace vistrel::bench {
 

@@ -11,8 +11,8 @@
 #include <chrono>
 #include <thread>
 
-#include "OSCCodec.h"
-#include "OSCUDPServer.h"
+#include "osc/OSCCodec.h"
+#include "osc/OSCUDPServer.h"
 
 using namespace vistrel;
 using OSCCodec::Message;

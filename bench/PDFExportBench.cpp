@@ -13,8 +13,8 @@
 #include <fstream>
 #include <string>
 
-#include "SKPModel.h"
-#include "VectorPDFExporter.h"
+#include "model/SKPModel.h"
+#include "pdf/VectorPDFExporter.h"
 
 using namespace vistrel;
 using namespace vistrel::viewport;

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "GeneratedModel.h"
-#include "ViewportScene.h"
+#include "scene/ViewportScene.h"
 
 using namespace vistrel;
 using namespace vistrel::viewport;

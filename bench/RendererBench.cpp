@@ -11,10 +11,10 @@
 #include <numbers>
 #include <string>
 
-#include "OffscreenContext.h"
-#include "RenderMath.h"
-#include "Renderer.h"
-#include "Rendering.h"
+#include "gl/OffscreenContext.h"
+#include "gl/RenderMath.h"
+#include "gl/Renderer.h"
+#include "vocabulary/Rendering.h"
 
 using namespace vistrel;
 using namespace vistrel::viewport;

@@ -6,8 +6,8 @@
 #include <fstream>
 #include <nlohmann/json.hpp>
 
-#include "SKPConverter.h"
-#include "SketchUpAPI.h"
+#include "sketchup/SKPConverter.h"
+#include "sketchup/SketchUpAPI.h"
 
 using namespace vistrel;
 namespace fs = std::filesystem;

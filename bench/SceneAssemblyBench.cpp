@@ -8,7 +8,7 @@
 #include <string>
 
 #include "GeneratedModel.h"
-#include "ViewportScene.h"
+#include "scene/ViewportScene.h"
 
 using namespace vistrel;
 using namespace vistrel::viewport;

@@ -5,8 +5,8 @@
 #include <cstdlib>
 #include <span>
 
-#include "DXFNativeParser.h"
-#include "SKPError.h"
+#include "dxf/DXFNativeParser.h"
+#include "model/SKPError.h"
 
 using namespace vistrel;
 

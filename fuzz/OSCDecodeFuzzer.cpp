@@ -3,7 +3,7 @@
 #include <cmath>
 #include <cstdint>
 
-#include "OSCCodec.h"
+#include "osc/OSCCodec.h"
 
 using namespace vistrel::OSCCodec;
 

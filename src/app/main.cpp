@@ -3,8 +3,8 @@
 #include <string>
 #include <vector>
 
-#include "Application.h"
-#include "LaunchOptions.h"
+#include "shell/Application.h"
+#include "shell/LaunchOptions.h"
 
 int main(int argc, char** argv) {
     std::vector<std::string> arguments(argv + 1, argv + argc);

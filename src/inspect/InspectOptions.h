@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "ShadingStyle.h"
+#include "vocabulary/ShadingStyle.h"
 
 namespace vistrel::inspect {
 

@@ -5,8 +5,8 @@
 #include <filesystem>
 #include <nlohmann/json.hpp>
 
-#include "SKPError.h"
-#include "SKPModel.h"
+#include "model/SKPError.h"
+#include "model/SKPModel.h"
 
 namespace vistrel::inspect {
 

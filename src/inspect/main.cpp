@@ -3,14 +3,14 @@
 #include <chrono>
 #include <iostream>
 
-#include "HeadlessSnapshot.h"
 #include "InspectOptions.h"
-#include "Localization.h"
 #include "ModelSummary.h"
-#include "SKPError.h"
-#include "SKPFileInfo.h"
-#include "SKPReader.h"
-#include "VectorPDFExporter.h"
+#include "gl/HeadlessSnapshot.h"
+#include "identify/SKPFileInfo.h"
+#include "model/SKPError.h"
+#include "pdf/VectorPDFExporter.h"
+#include "settings/Localization.h"
+#include "sketchup/SKPReader.h"
 
 using namespace vistrel;
 using namespace vistrel::inspect;

@@ -19,7 +19,7 @@
 #include <type_traits>
 #include <vector>
 
-#include "SketchUpFunctions.h"
+#include "sketchup/SketchUpFunctions.h"
 
 using nlohmann::json;
 

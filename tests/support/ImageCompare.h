@@ -11,9 +11,9 @@
 #include <filesystem>
 #include <string>
 
-#include "Image.h"
-#include "PNGFile.h"
 #include "TestEnv.h"
+#include "image/Image.h"
+#include "image/PNGFile.h"
 
 namespace vistrel::test {
 

@@ -1,7 +1,7 @@
 // A clock that moves only when the test says so.
 #pragma once
 
-#include "Clock.h"
+#include "timing/Clock.h"
 
 namespace vistrel::test {
 

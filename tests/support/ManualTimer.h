@@ -4,7 +4,7 @@
 #include <cassert>
 #include <functional>
 
-#include "RepeatingTimer.h"
+#include "timing/RepeatingTimer.h"
 
 namespace vistrel::test {
 

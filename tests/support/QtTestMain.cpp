@@ -5,7 +5,7 @@
 #include <QApplication>
 #include <cstdlib>
 
-#include "ViewportWidget.h"
+#include "ui/ViewportWidget.h"
 
 int main(int argc, char** argv) {
     testing::InitGoogleTest(&argc, argv);

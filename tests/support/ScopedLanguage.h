@@ -1,9 +1,9 @@
 // Fixes the interface language for a scope, keeping the choice in a throw-away settings file.
 #pragma once
 
-#include "Localization.h"
-#include "SettingsStore.h"
 #include "TestEnv.h"
+#include "settings/Localization.h"
+#include "settings/SettingsStore.h"
 
 namespace vistrel::test {
 

@@ -1,11 +1,11 @@
-#include "FrameLights.h"
+#include "gl/FrameLights.h"
 
 #include <algorithm>
 #include <cmath>
 #include <numbers>
 
-#include "LightColor.h"
-#include "RenderMath.h"
+#include "gl/LightColor.h"
+#include "gl/RenderMath.h"
 
 namespace vistrel::viewport {
 

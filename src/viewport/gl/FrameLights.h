@@ -7,8 +7,8 @@
 
 #include <array>
 
-#include "Light.h"
-#include "Math.h"
+#include "model/Math.h"
+#include "scene/Light.h"
 
 namespace vistrel::viewport {
 

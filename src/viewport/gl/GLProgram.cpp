@@ -1,4 +1,4 @@
-#include "GLProgram.h"
+#include "gl/GLProgram.h"
 
 #include <epoxy/gl.h>
 

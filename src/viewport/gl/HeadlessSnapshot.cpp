@@ -1,18 +1,18 @@
-#include "HeadlessSnapshot.h"
+#include "gl/HeadlessSnapshot.h"
 
 #include <cmath>
 #include <numbers>
 
-#include "CameraRig.h"
-#include "Light.h"
-#include "OffscreenContext.h"
-#include "PNGFile.h"
-#include "RenderMath.h"
-#include "Renderer.h"
-#include "Rendering.h"
-#include "StandardView.h"
-#include "ViewFraming.h"
-#include "ViewportScene.h"
+#include "camera/CameraRig.h"
+#include "camera/ViewFraming.h"
+#include "gl/OffscreenContext.h"
+#include "gl/RenderMath.h"
+#include "gl/Renderer.h"
+#include "image/PNGFile.h"
+#include "scene/Light.h"
+#include "scene/ViewportScene.h"
+#include "vocabulary/Rendering.h"
+#include "vocabulary/StandardView.h"
 
 namespace vistrel::viewport::HeadlessSnapshot {
 

@@ -7,10 +7,10 @@
 #include <optional>
 #include <string>
 
-#include "CameraNode.h"
-#include "Image.h"
-#include "SKPModel.h"
-#include "ShadingStyle.h"
+#include "camera/CameraNode.h"
+#include "image/Image.h"
+#include "model/SKPModel.h"
+#include "vocabulary/ShadingStyle.h"
 
 namespace vistrel::viewport {
 

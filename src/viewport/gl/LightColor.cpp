@@ -1,4 +1,4 @@
-#include "LightColor.h"
+#include "gl/LightColor.h"
 
 #include <algorithm>
 #include <cmath>

@@ -3,8 +3,8 @@
 
 #include <array>
 
-#include "Image.h"
-#include "Math.h"
+#include "image/Image.h"
+#include "model/Math.h"
 
 namespace vistrel::viewport::LightColor {
 

@@ -1,4 +1,4 @@
-#include "OffscreenContext.h"
+#include "gl/OffscreenContext.h"
 
 #include <epoxy/egl.h>
 #include <epoxy/gl.h>

@@ -1,7 +1,7 @@
-#include "RenderCamera.h"
+#include "gl/RenderCamera.h"
 
-#include "RenderMath.h"
-#include "Rendering.h"
+#include "gl/RenderMath.h"
+#include "vocabulary/Rendering.h"
 
 namespace vistrel::viewport {
 

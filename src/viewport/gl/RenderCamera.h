@@ -2,9 +2,9 @@
 // (projection, exposure, grading, ambient occlusion). A view fills it from its CameraNode.
 #pragma once
 
-#include "CameraNode.h"
-#include "CameraSettings.h"
-#include "Math.h"
+#include "camera/CameraNode.h"
+#include "camera/CameraSettings.h"
+#include "model/Math.h"
 
 namespace vistrel::viewport {
 

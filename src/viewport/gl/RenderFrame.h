@@ -2,10 +2,10 @@
 // pointer into it.
 #pragma once
 
-#include "Image.h"
-#include "Light.h"
-#include "RenderCamera.h"
-#include "SceneNode.h"
+#include "gl/RenderCamera.h"
+#include "image/Image.h"
+#include "scene/Light.h"
+#include "scene/SceneNode.h"
 
 namespace vistrel::viewport {
 

@@ -1,4 +1,4 @@
-#include "RenderMath.h"
+#include "gl/RenderMath.h"
 
 #include <cmath>
 

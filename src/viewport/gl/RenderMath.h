@@ -2,7 +2,7 @@
 // clip depth -1...1, eye looking down -Z.
 #pragma once
 
-#include "Math.h"
+#include "model/Math.h"
 
 namespace vistrel::viewport::RenderMath {
 

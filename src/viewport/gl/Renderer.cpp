@@ -1,4 +1,4 @@
-#include "Renderer.h"
+#include "gl/Renderer.h"
 
 #include <epoxy/gl.h>
 
@@ -11,13 +11,13 @@
 #include <numbers>
 #include <vector>
 
-#include "FrameLights.h"
-#include "GLProgram.h"
-#include "LightColor.h"
-#include "RenderMath.h"
-#include "Rendering.h"
-#include "Shaders.h"
-#include "ShadowCascades.h"
+#include "gl/FrameLights.h"
+#include "gl/GLProgram.h"
+#include "gl/LightColor.h"
+#include "gl/RenderMath.h"
+#include "gl/Shaders.h"
+#include "gl/ShadowCascades.h"
+#include "vocabulary/Rendering.h"
 
 namespace vistrel::viewport {
 

@@ -17,8 +17,8 @@
 #include <memory>
 #include <string>
 
-#include "Image.h"
-#include "RenderFrame.h"
+#include "gl/RenderFrame.h"
+#include "image/Image.h"
 
 namespace vistrel::viewport {
 

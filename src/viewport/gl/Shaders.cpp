@@ -1,4 +1,4 @@
-#include "Shaders.h"
+#include "gl/Shaders.h"
 
 namespace vistrel::viewport::Shaders {
 

@@ -1,10 +1,10 @@
-#include "ShadowCascades.h"
+#include "gl/ShadowCascades.h"
 
 #include <algorithm>
 #include <cmath>
 #include <numbers>
 
-#include "RenderMath.h"
+#include "gl/RenderMath.h"
 
 namespace vistrel::viewport {
 

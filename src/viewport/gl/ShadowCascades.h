@@ -6,9 +6,9 @@
 
 #include <array>
 
-#include "Light.h"
-#include "Math.h"
-#include "RenderCamera.h"
+#include "gl/RenderCamera.h"
+#include "model/Math.h"
+#include "scene/Light.h"
 
 namespace vistrel::viewport {
 

@@ -1,6 +1,6 @@
-#include "ViewFrame.h"
+#include "gl/ViewFrame.h"
 
-#include "ViewportView.h"
+#include "view/ViewportView.h"
 
 namespace vistrel::viewport {
 

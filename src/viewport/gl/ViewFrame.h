@@ -2,7 +2,7 @@
 // in model space, the fill light unless the graph already carries it, and the backdrop and sky.
 #pragma once
 
-#include "RenderFrame.h"
+#include "gl/RenderFrame.h"
 
 namespace vistrel::viewport {
 

@@ -1,10 +1,10 @@
 // ViewportView's pictures without a window: an EGL context and a renderer of the view's own.
 #include <cmath>
 
-#include "OffscreenContext.h"
-#include "Renderer.h"
-#include "ViewFrame.h"
-#include "ViewportView.h"
+#include "gl/OffscreenContext.h"
+#include "gl/Renderer.h"
+#include "gl/ViewFrame.h"
+#include "view/ViewportView.h"
 
 namespace vistrel::viewport {
 

@@ -1,0 +1,147 @@
+#include "shell/Application.h"
+
+#include <QAction>
+#include <QApplication>
+#include <QIcon>
+#include <QLibraryInfo>
+#include <QMenu>
+#include <QSocketNotifier>
+#include <QSystemTrayIcon>
+#include <QTimer>
+#include <QTranslator>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <system_error>
+
+#include "documents/DocumentController.h"
+#include "documents/SKPDocument.h"
+#include "settings/Localization.h"
+#include "shell/LaunchOptions.h"
+#include "shell/Preferences.h"
+#include "ui/Theme.h"
+#include "ui/ViewportWidget.h"
+#include "view/ViewportView.h"
+
+namespace vistrel::app {
+
+namespace {
+
+// With no display to talk to, Qt still starts on its offscreen platform, so headless
+// machines get a snapshot instead of an abort.
+void chooseOffscreenWithoutDisplay() {
+    auto set = [](const char* name) {
+        const char* v = std::getenv(name);
+        return v && *v;
+    };
+    if (!set("DISPLAY") && !set("WAYLAND_DISPLAY") && !set("QT_QPA_PLATFORM"))
+        ::setenv("QT_QPA_PLATFORM", "offscreen", 1);
+}
+
+// Texture files that earlier runs left behind when they did not end cleanly.
+void removeStaleTextures() {
+    std::error_code ignored;
+    const auto temp = std::filesystem::temp_directory_path(ignored);
+    if (!temp.empty()) std::filesystem::remove_all(temp / "Vistrel", ignored);
+}
+
+// Closing the last window leaves the process running, as a server for remote control must;
+// on a desktop without a global menu bar the tray icon is how a person reaches it again.
+void installTrayIcon(QApplication& application, DocumentController& controller) {
+    if (!QSystemTrayIcon::isSystemTrayAvailable()) return;
+    auto* tray = new QSystemTrayIcon(QIcon::fromTheme("image-x-generic"), &application);
+    auto* menu = new QMenu;
+    QObject::connect(tray, &QObject::destroyed, menu, &QObject::deleteLater);
+    QObject::connect(menu->addAction(QString::fromStdString(L("Ouvrir…", "Open…"))),
+                     &QAction::triggered, &controller,
+                     [&controller] { controller.openDocument(); });
+    menu->addSeparator();
+    QObject::connect(menu->addAction(QString::fromStdString(L("Quitter Vistrel", "Quit Vistrel"))),
+                     &QAction::triggered, &application, &QCoreApplication::quit);
+    tray->setContextMenu(menu);
+    tray->setToolTip("Vistrel");
+    tray->show();
+}
+
+// Qt's own dialogs (the open and save panels) speak the interface's language.
+void installToolkitTranslation(QApplication& application) {
+    if (Localization::isEnglish()) return;
+    auto* translator = new QTranslator(&application);
+    if (translator->load("qtbase_fr", QLibraryInfo::path(QLibraryInfo::TranslationsPath)))
+        application.installTranslator(translator);
+}
+
+int signalPipe[2] = {-1, -1};
+
+extern "C" void quitOnSignal(int) {
+    // Only async-signal-safe work here: the event loop reads the byte and quits.
+    const char byte = 1;
+    [[maybe_unused]] auto written = ::write(signalPipe[1], &byte, 1);
+}
+
+// Ctrl-C and a plain kill end the event loop, so documents close and loads are waited for.
+void quitOnTerminationSignals(QApplication& application) {
+    if (::pipe2(signalPipe, O_CLOEXEC | O_NONBLOCK) != 0) return;
+    auto* notifier = new QSocketNotifier(signalPipe[0], QSocketNotifier::Read, &application);
+    QObject::connect(notifier, &QSocketNotifier::activated, &application, [] {
+        char byte;
+        while (::read(signalPipe[0], &byte, 1) > 0) {
+        }
+        QCoreApplication::quit();
+    });
+    std::signal(SIGINT, quitOnSignal);
+    std::signal(SIGTERM, quitOnSignal);
+}
+
+}  // namespace
+
+int runApplication(int argc, char** argv) {
+    std::vector<std::string> arguments(argv + 1, argv + argc);
+    Localization::setCommandLine(arguments);
+    chooseOffscreenWithoutDisplay();
+    ViewportWidget::configureDefaultSurfaceFormat();
+    QApplication application(argc, argv);
+    application.setApplicationName("Vistrel");
+    application.setOrganizationDomain("vistrel.org");
+    application.setDesktopFileName("org.vistrel.viewer");
+    application.setQuitOnLastWindowClosed(false);
+    Preferences::registerDefaults();
+    viewport::ViewportView::twoFingerScrollZooms = Preferences::boolValue("twoFingerScrollZooms");
+    Theme::apply(application);
+    installToolkitTranslation(application);
+    DocumentController controller;
+
+    const LaunchOptions options = LaunchOptions::parse(arguments);
+    if (!options.isNormal()) {
+        std::fprintf(stderr, "vistrel: %s\n",
+                     L("ce mode n'est pas encore disponible dans cette version.",
+                       "this mode is not available in this build yet.")
+                         .c_str());
+        return 1;
+    }
+
+    removeStaleTextures();
+    installTrayIcon(application, controller);
+    quitOnTerminationSignals(application);
+    QObject::connect(&application, &QCoreApplication::aboutToQuit, &controller,
+                     [&controller] { controller.closeAll(); });
+
+    const std::vector<std::string> files = filesToOpen(arguments);
+    QTimer::singleShot(0, &controller, [&controller, files] {
+        // A plain start shows the open panel instead of an empty window.
+        if (files.empty())
+            controller.openDocument();
+        else
+            controller.openFiles(files);
+    });
+    const int status = application.exec();
+    controller.closeAll();
+    return status;
+}
+
+}  // namespace vistrel::app

@@ -1,0 +1,407 @@
+// Documents from path to presented scene, without a display: the header first, the load on a
+// worker, its hand-over to the main thread, cancellation by close, failures, and the
+// controller's acceptance rules. Loads are real files or loaders that the test holds back.
+#include <gtest/gtest.h>
+
+#include <QCoreApplication>
+#include <QMimeData>
+#include <QPointer>
+#include <QUrl>
+
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <fstream>
+#include <mutex>
+#include <thread>
+
+#include "DXFPlanGenerator.h"
+#include "EventLoop.h"
+#include "ScopedLanguage.h"
+#include "TestEnv.h"
+#include "documents/DocumentController.h"
+#include "documents/DocumentModel.h"
+#include "documents/SKPDocument.h"
+#include "model/SKPError.h"
+#include "model/SyntheticModel.h"
+#include "settings/SettingsStore.h"
+#include "shell/Preferences.h"
+#include "ui/DocumentWindow.h"
+#include "ui/LoadingOverlay.h"
+
+using namespace vistrel;
+using namespace vistrel::app;
+using vistrel::test::TempDir;
+
+namespace {
+
+using test::waitUntil;
+
+// A door the loader waits at until the test opens it.
+struct Gate {
+    std::mutex lock;
+    std::condition_variable changed;
+    bool open = false;
+    bool reached = false;
+    void arrive() {
+        std::unique_lock guard(lock);
+        reached = true;
+        changed.notify_all();
+        changed.wait(guard, [this] { return open; });
+    }
+    void release() {
+        std::lock_guard guard(lock);
+        open = true;
+        changed.notify_all();
+    }
+    // A loader never outlives the gate it waits at.
+    ~Gate() {
+        release();
+        SKPDocument::waitForLoads();
+    }
+    bool wasReached() {
+        std::lock_guard guard(lock);
+        return reached;
+    }
+};
+
+SKPModel modelWithLayers(int count, std::optional<std::filesystem::path> textures = {}) {
+    std::vector<Layer> layers;
+    for (int i = 0; i < count; ++i) layers.push_back({"Mur " + std::to_string(i), true, "Murs"});
+    SKPModel m(Definition{}, {}, {}, std::move(layers), {}, std::nullopt, {0, 0, 0}, {1, 1, 1},
+               Stats{}, SKPFileInfo{}, std::nullopt, std::nullopt);
+    m.textureDirectory = std::move(textures);
+    return m;
+}
+
+bool isReady(const DocumentModel& m) {
+    return std::holds_alternative<DocumentModel::Ready>(m.state());
+}
+bool isFailed(const DocumentModel& m) {
+    return std::holds_alternative<DocumentModel::Failed>(m.state());
+}
+
+class DocumentLifecycleTest : public testing::Test {
+  protected:
+    void SetUp() override {
+        Preferences::setStore(&store);
+        Preferences::registerDefaults();
+        dxf = dir / "plan.dxf";
+        tools::writeDXFPlan(dxf, 200'000);
+        textures = dir / "textures";
+        std::filesystem::create_directories(textures);
+        std::ofstream(textures / "wood.png") << "png";
+    }
+    void TearDown() override {
+        SKPDocument::waitForLoads();
+        QCoreApplication::processEvents();
+        Preferences::setStore(nullptr);
+    }
+
+    // A document on `dxf` whose loader waits at `gate`, then returns `result`.
+    SKPDocument* heldDocument(Gate& gate, std::function<SKPModel()> result) {
+        auto* document = new SKPDocument;
+        document->read(dxf);
+        document->loader = [&gate, result](const std::filesystem::path&,
+                                           const SKPReader::ProgressCallback& progress,
+                                           const SKPReader::CancelCheck&) {
+            progress({"Lecture", 10, 0.1});
+            gate.arrive();
+            return result();
+        };
+        return document;
+    }
+
+    TempDir dir;
+    SettingsStore store{dir / "settings.json"};
+    test::ScopedLanguage english{AppLanguage::en};
+    std::filesystem::path dxf, textures;
+};
+
+TEST_F(DocumentLifecycleTest, aDrawingShowsItsHeaderThenLoadsThroughProgressToReadyOnce) {
+    SKPDocument document;
+    document.read(dxf);
+    DocumentModel& m = document.model();
+    ASSERT_TRUE(m.info());
+    EXPECT_TRUE(m.info()->isCAD());
+    EXPECT_FALSE(std::get<DocumentModel::Loading>(m.state()).progress);
+
+    std::atomic<int> loads = 0;
+    auto real = document.loader;
+    document.loader = [&](const std::filesystem::path& url, const SKPReader::ProgressCallback& p,
+                          const SKPReader::CancelCheck& c) {
+        ++loads;
+        return real(url, p, c);
+    };
+    std::vector<std::string> phases;
+    QObject::connect(&m, &DocumentModel::stateChanged, [&] {
+        if (auto* loading = std::get_if<DocumentModel::Loading>(&m.state());
+            loading && loading->progress)
+            phases.push_back(loading->progress->phase);
+    });
+    document.showWindows();
+    document.showWindows();
+    ASSERT_TRUE(
+        waitUntil([&] { return !std::holds_alternative<DocumentModel::Loading>(m.state()); }));
+    ASSERT_TRUE(isReady(m)) << m.statusText();
+    EXPECT_EQ(loads, 1);
+    ASSERT_FALSE(phases.empty());
+    EXPECT_EQ(phases.back(), "Assembling GPU geometry…");
+    ASSERT_TRUE(m.loadSeconds());
+    EXPECT_GT(*m.loadSeconds(), 0);
+    ASSERT_TRUE(m.skp());
+    EXPECT_GT(m.skp()->stats.edges, 0);
+    EXPECT_NE(m.statusText().find(" m"), std::string::npos);
+    EXPECT_TRUE(m.viewport().viewportScene());
+}
+
+TEST_F(DocumentLifecycleTest, closingWhileTheReaderRunsPresentsNothingAndRemovesTheTextures) {
+    Gate gate;
+    QPointer<SKPDocument> document =
+        heldDocument(gate, [this] { return modelWithLayers(2, textures); });
+    bool sawReady = false;
+    QObject::connect(&document->model(), &DocumentModel::stateChanged,
+                     [&] { sawReady |= isReady(document->model()); });
+    document->showWindows();
+    ASSERT_TRUE(waitUntil([&] { return gate.wasReached(); }));
+    ASSERT_TRUE(waitUntil([&] {
+        auto* loading = std::get_if<DocumentModel::Loading>(&document->model().state());
+        return loading && loading->progress;
+    }));
+    document->close();
+    gate.release();
+    SKPDocument::waitForLoads();
+    waitUntil([&] { return document.isNull(); });
+    EXPECT_TRUE(document.isNull()) << "a closed document is deleted";
+    EXPECT_FALSE(sawReady);
+    EXPECT_FALSE(std::filesystem::exists(textures));
+}
+
+TEST_F(DocumentLifecycleTest, closingAfterAssemblyButBeforeTheFinishStillRemovesTheTextures) {
+    Gate gate;
+    gate.release();
+    QPointer<SKPDocument> document =
+        heldDocument(gate, [this] { return modelWithLayers(2, textures); });
+    bool sawReady = false;
+    QObject::connect(&document->model(), &DocumentModel::stateChanged,
+                     [&] { sawReady |= isReady(document->model()); });
+    document->showWindows();
+    // The worker ends with the finish queued; the event loop has not run it yet.
+    SKPDocument::waitForLoads();
+    EXPECT_TRUE(std::filesystem::exists(textures));
+    document->close();
+    waitUntil([&] { return document.isNull(); });
+    EXPECT_FALSE(sawReady);
+    EXPECT_FALSE(std::filesystem::exists(textures));
+}
+
+TEST_F(DocumentLifecycleTest, reportsAfterTheEndAreDroppedAndAFailureKeepsTheHeader) {
+    // Failure: the reader throws, the window keeps the header.
+    SKPReader::ProgressCallback lateProgress;
+    SKPDocument failing;
+    failing.read(dxf);
+    failing.loader = [&](const std::filesystem::path& url, const SKPReader::ProgressCallback& p,
+                         const SKPReader::CancelCheck&) -> SKPModel {
+        lateProgress = p;
+        throw SKPError::unreadable(url);
+    };
+    failing.showWindows();
+    ASSERT_TRUE(waitUntil([&] { return isFailed(failing.model()); }));
+    SKPDocument::waitForLoads();
+    const std::string failure = failing.model().statusText();
+    EXPECT_NE(failure.find("plan.dxf"), std::string::npos) << failure;
+    EXPECT_TRUE(failing.model().info());
+    lateProgress({"Lecture", 1, 0.5});
+    QCoreApplication::processEvents();
+    EXPECT_TRUE(isFailed(failing.model()));
+
+    // Ready: a late report does not take the document back to loading.
+    SKPDocument ready;
+    ready.read(dxf);
+    ready.loader = [&](const std::filesystem::path&, const SKPReader::ProgressCallback& p,
+                       const SKPReader::CancelCheck&) {
+        lateProgress = p;
+        return modelWithLayers(33);
+    };
+    ready.showWindows();
+    ASSERT_TRUE(waitUntil([&] { return isReady(ready.model()); }));
+    lateProgress({"Lecture", 1, 0.5});
+    QCoreApplication::processEvents();
+    EXPECT_TRUE(isReady(ready.model()));
+    EXPECT_TRUE(ready.model().expandedLayerGroups().empty()) << "33 layers: every group closed";
+}
+
+TEST_F(DocumentLifecycleTest, aTruncatedDrawingOpensWithWhatCouldBeReadAndStaysUntouched) {
+    const auto fullSize = std::filesystem::file_size(dxf);
+    const auto truncated = dir / "cut.dxf";
+    {
+        std::ifstream in(dxf, std::ios::binary);
+        std::string bytes(fullSize * 4 / 5, '\0');
+        in.read(bytes.data(), std::streamsize(bytes.size()));
+        std::ofstream(truncated, std::ios::binary) << bytes;
+    }
+    const auto sizeBefore = std::filesystem::file_size(truncated);
+    const auto timeBefore = std::filesystem::last_write_time(truncated);
+    SKPDocument whole, cut;
+    whole.read(dxf);
+    cut.read(truncated);
+    whole.showWindows();
+    cut.showWindows();
+    ASSERT_TRUE(waitUntil([&] { return isReady(whole.model()) && isReady(cut.model()); }))
+        << cut.model().statusText();
+    EXPECT_GT(cut.model().skp()->stats.edges, 0);
+    EXPECT_LT(cut.model().skp()->stats.edges, whole.model().skp()->stats.edges);
+    EXPECT_EQ(std::filesystem::file_size(truncated), sizeBefore);
+    EXPECT_EQ(std::filesystem::last_write_time(truncated), timeBefore);
+}
+
+TEST_F(DocumentLifecycleTest, severalDocumentsLoadAtTheSameTime) {
+    Gate first, second;
+    std::unique_ptr<SKPDocument> a(heldDocument(first, [] { return modelWithLayers(1); }));
+    std::unique_ptr<SKPDocument> b(heldDocument(second, [] { return modelWithLayers(1); }));
+    a->showWindows();
+    b->showWindows();
+    // Both loaders are inside their reader at once: neither waits for the other.
+    ASSERT_TRUE(waitUntil([&] { return first.wasReached() && second.wasReached(); }));
+    first.release();
+    second.release();
+    EXPECT_TRUE(waitUntil([&] { return isReady(a->model()) && isReady(b->model()); }));
+}
+
+TEST_F(DocumentLifecycleTest, controllerAcceptsTheThreeTypesByExtensionAndOpensAFileOnce) {
+    EXPECT_EQ(DocumentController::typeForContents("/x/A.SKP"), "com.sketchup.skp");
+    EXPECT_EQ(DocumentController::typeForContents("plan.Dwg"), "com.autodesk.dwg");
+    EXPECT_EQ(DocumentController::typeForContents("plan.dxf"), "com.autodesk.dxf");
+    std::string error;
+    EXPECT_FALSE(DocumentController::typeForContents("notes.txt", &error));
+    EXPECT_NE(error.find("notes.txt"), std::string::npos);
+
+    DocumentController controller;
+    std::optional<std::string> failure;
+    SKPDocument* opened = nullptr;
+    auto completion = [&](SKPDocument* d, const std::optional<std::string>& e) {
+        opened = d;
+        failure = e;
+    };
+    controller.openDocument(dir / "missing.dxf", false, completion);
+    EXPECT_EQ(opened, nullptr);
+    ASSERT_TRUE(failure);
+    EXPECT_NE(failure->find("missing.dxf"), std::string::npos) << *failure;
+    EXPECT_TRUE(controller.documents().empty());
+
+    controller.openDocument(dxf, false, completion);
+    ASSERT_NE(opened, nullptr);
+    EXPECT_FALSE(failure);
+    SKPDocument* first = opened;
+    controller.openDocument(dir / "." / "plan.dxf", false, completion);
+    EXPECT_EQ(opened, first) << "the same file is not opened twice";
+    EXPECT_EQ(controller.documents().size(), 1u);
+    ASSERT_TRUE(waitUntil([&] { return isReady(first->model()); }));
+    EXPECT_TRUE(SKPDocument::writableTypes().empty());
+    EXPECT_FALSE(SKPDocument::isDocumentEdited());
+
+    first->close();
+    EXPECT_TRUE(controller.documents().empty());
+}
+
+TEST_F(DocumentLifecycleTest, menuCommandsFollowTheDocumentsState) {
+    using Action = SKPDocument::Action;
+    Gate gate;
+    std::unique_ptr<SKPDocument> document(
+        heldDocument(gate, [] { return SyntheticModel::cube(); }));
+    document->showWindows();
+    ASSERT_TRUE(waitUntil([&] { return gate.wasReached(); }));
+    EXPECT_FALSE(document->validate(Action::toggleEdges));
+    EXPECT_FALSE(document->validate(Action::exportImage));
+    EXPECT_TRUE(document->validate(Action::revealInFinder));
+    EXPECT_TRUE(document->isHidden(Action::openInSketchUp)) << "no SketchUp on this machine";
+    gate.release();
+    ASSERT_TRUE(waitUntil([&] { return isReady(document->model()); }));
+
+    DocumentModel& m = document->model();
+    EXPECT_TRUE(document->validate(Action::toggleEdges));
+    EXPECT_TRUE(document->validate(Action::toggleShadows));
+    EXPECT_TRUE(document->validate(Action::nextScene)) << "the cube has one scene";
+    document->perform(Action::nextScene);
+    EXPECT_EQ(m.selectedScene(), 0);
+    EXPECT_TRUE(document->validate(Action::resetView));
+    EXPECT_FALSE(document->validate(Action::resetView, 0, true)) << "Z types in a text field";
+
+    document->perform(Action::selectShadingStyle, 3);
+    EXPECT_EQ(m.shadingStyle(), viewport::ShadingStyle::wireframe);
+    EXPECT_TRUE(document->isChecked(Action::selectShadingStyle, 3));
+    EXPECT_FALSE(document->isChecked(Action::selectShadingStyle, 0));
+    document->perform(Action::selectShadingStyle, 9);  // out of range: ignored
+    EXPECT_EQ(m.shadingStyle(), viewport::ShadingStyle::wireframe);
+
+    document->perform(Action::toggleLightingMode);
+    EXPECT_EQ(m.lightingMode(), viewport::LightingMode::point);
+    EXPECT_TRUE(document->isChecked(Action::toggleLightingMode));
+    EXPECT_FALSE(document->validate(Action::toggleShadows)) << "shadows belong to the sun";
+
+    const bool edges = m.showsEdges();
+    document->perform(Action::toggleEdges);
+    EXPECT_NE(m.showsEdges(), edges);
+    EXPECT_EQ(document->isChecked(Action::toggleEdges), m.showsEdges());
+
+    document->perform(Action::lookStandard, 6);
+    EXPECT_EQ(m.activeStandardView(), viewport::StandardView::bottom);
+
+    document->perform(Action::toggleFreeFlight);
+    EXPECT_TRUE(m.isFreeFlying());
+    EXPECT_FALSE(document->validate(Action::zoomExtents)) << "no zoom extents in free fly";
+    document->perform(Action::toggleFreeFlight);
+    EXPECT_FALSE(m.isFreeFlying());
+}
+
+TEST_F(DocumentLifecycleTest, theWindowShowsProgressThenTheFailureAndKeepsTheHeader) {
+    // The offscreen platform has no GL: the window stands without its live view.
+    Gate gate;
+    std::unique_ptr<SKPDocument> document(
+        heldDocument(gate, []() -> SKPModel { throw SKPError::api("SUModelCreateFromFile", 7); }));
+    document->makeWindowControllers();
+    auto* window = qobject_cast<DocumentWindow*>(document->window());
+    ASSERT_NE(window, nullptr);
+    EXPECT_EQ(window->windowTitle(), "plan.dxf");
+    document->showWindows();
+    ASSERT_TRUE(waitUntil([&] { return window->overlay().detail() == "Lecture"; }));
+    EXPECT_EQ(window->overlay().heading(), "Opening model…");
+    EXPECT_TRUE(window->overlay().showsProgress());
+    EXPECT_NE(window->statusLine().toStdString().find("Loading…"), std::string::npos);
+
+    gate.release();
+    ASSERT_TRUE(waitUntil([&] { return isFailed(document->model()); }));
+    EXPECT_TRUE(window->overlay().isVisibleTo(window));
+    EXPECT_EQ(window->overlay().heading(), "The model could not be opened");
+    EXPECT_FALSE(window->overlay().detail().isEmpty());
+    EXPECT_FALSE(window->overlay().showsProgress());
+    EXPECT_FALSE(window->overlay().offersOpenInSketchUp()) << "no SketchUp on this machine";
+    EXPECT_EQ(window->statusLine(), window->overlay().detail());
+    EXPECT_TRUE(document->model().info()) << "the header stays";
+}
+
+TEST_F(DocumentLifecycleTest, droppedFilesOpenButWebLinksDoNot) {
+    DocumentController controller;
+    std::unique_ptr<SKPDocument> document(new SKPDocument);
+    document->read(dxf);
+    document->makeWindowControllers();
+    auto* window = qobject_cast<DocumentWindow*>(document->window());
+    ASSERT_NE(window, nullptr);
+    const auto other = dir / "other.dxf";
+    std::filesystem::copy_file(dxf, other);
+
+    QMimeData links;
+    links.setUrls({QUrl("https://example.com/plan.dxf")});
+    EXPECT_FALSE(window->openDropped(&links));
+    EXPECT_TRUE(controller.documents().empty());
+
+    QMimeData files;
+    files.setUrls({QUrl("https://example.com/plan.dxf"),
+                   QUrl::fromLocalFile(QString::fromStdString(other.string()))});
+    EXPECT_TRUE(window->openDropped(&files));
+    ASSERT_EQ(controller.documents().size(), 1u);
+    EXPECT_EQ(controller.documents()[0]->fileURL(), other);
+    controller.closeAll();
+}
+
+}  // namespace

@@ -1,0 +1,165 @@
+#include "platform/DesktopEntries.h"
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+
+#include "TestEnv.h"
+
+namespace vistrel::test {
+namespace {
+
+namespace fs = std::filesystem;
+using app::DesktopEntries::commandLine;
+using app::DesktopEntries::parseEntry;
+using app::DesktopEntries::SearchDirs;
+
+void writeFile(const fs::path& path, const std::string& text) {
+    fs::create_directories(path.parent_path());
+    std::ofstream(path) << text;
+}
+
+std::string entryText(const std::string& name, const std::string& mimeTypes,
+                      const std::string& extra = "") {
+    return "[Desktop Entry]\nType=Application\nName=" + name + "\nExec=" + name +
+           " %f\nMimeType=" + mimeTypes + "\n" + extra;
+}
+
+TEST(DesktopEntriesTest, execFieldCodesBecomeTheFileAndQuotingIsUndone) {
+    const fs::path file = "/tmp/Plans & coupes/r+1.dxf";
+    const std::string path = file.string();
+    const std::string url = "file:///tmp/Plans%20%26%20coupes/r%2B1.dxf";
+    struct Case {
+        std::string exec;
+        std::vector<std::string> expected;
+    };
+    const std::vector<Case> cases{
+        {"viewer %f", {"viewer", path}},
+        {"viewer %F", {"viewer", path}},
+        {"viewer --new-window %U", {"viewer", "--new-window", url}},
+        {"viewer %i %c %k --open=%u", {"viewer", "--open=" + url}},
+        {R"("/opt/My Viewer/run" "--title=a \"b\" \\ \$HOME" %f)",
+         {"/opt/My Viewer/run", R"(--title=a "b" \ $HOME)", path}},
+        {"viewer --zoom=100%% %f", {"viewer", "--zoom=100%", path}},
+        {"viewer \"\" %f", {"viewer", "", path}},
+        {"viewer %d %D %n %N %v %m", {"viewer", path}},
+        // No code for the file: it goes at the end.
+        {"viewer --flag", {"viewer", "--flag", path}},
+        {"  viewer\t%f  ", {"viewer", path}},
+        // Malformed: nothing to start.
+        {"\"viewer %f", {}},
+        {"viewer %", {}},
+        {"viewer \\", {}},
+        {"%k", {}},
+        {"", {}},
+    };
+    for (const Case& c : cases) EXPECT_EQ(commandLine(c.exec, file), c.expected) << c.exec;
+}
+
+TEST(DesktopEntriesTest, entryKeepsTheUntranslatedNameOfItsOwnGroup) {
+    auto entry = parseEntry(
+        "# comment\n"
+        "[Desktop Entry]\n"
+        "Version=1.5\n"
+        "Type=Application\n"
+        "Name[fr]=Visionneuse\n"
+        "Name = SketchUp\\sViewer\n"
+        "Name=Second Name\n"
+        "Exec=viewer\\s--flag %f\n"
+        "MimeType=application/vnd.sketchup.skp;image/vnd\\;odd;\n"
+        "NoDisplay=true\n"
+        "[Desktop Action new-window]\n"
+        "Name=New Window\n"
+        "Exec=other\n");
+    ASSERT_TRUE(entry);
+    EXPECT_EQ(entry->name, "SketchUp Viewer");
+    EXPECT_EQ(entry->exec, "viewer --flag %f");
+    EXPECT_EQ(entry->mimeTypes,
+              (std::vector<std::string>{"application/vnd.sketchup.skp", "image/vnd;odd"}));
+    EXPECT_TRUE(entry->noDisplay);
+    EXPECT_FALSE(entry->hidden);
+
+    EXPECT_FALSE(parseEntry("[Desktop Entry]\nType=Link\nName=Web\nURL=https://example.org\n"));
+    EXPECT_FALSE(parseEntry("[Desktop Entry]\nType=Application\nName=No command\n"));
+    EXPECT_FALSE(parseEntry("[Desktop Action x]\nType=Application\nName=A\nExec=a\n"));
+    EXPECT_FALSE(parseEntry("not an entry\n\xff\xfe=\n["));
+    // A hidden entry needs nothing else: it only masks.
+    auto hidden = parseEntry("[Desktop Entry]\nType=Application\nHidden=true\n");
+    ASSERT_TRUE(hidden);
+    EXPECT_TRUE(hidden->hidden);
+}
+
+TEST(DesktopEntriesTest, applicationsComeInMimeappsOrderThenByFolder) {
+    TempDir dir;
+    const fs::path configHome = dir / "config", configDir = dir / "xdg";
+    const fs::path dataHome = dir / "home-data", dataDir = dir / "share";
+    const std::string dxf = "image/vnd.dxf";
+    writeFile(dataDir / "applications/a-viewer.desktop", entryText("Zed", dxf + ";"));
+    writeFile(dataHome / "applications/a-viewer.desktop", entryText("A", dxf + ";"));
+    writeFile(dataDir / "applications/b-viewer.desktop", entryText("B", dxf + ";"));
+    writeFile(dataDir / "applications/c-viewer.desktop", entryText("C", "text/plain;"));
+    writeFile(dataDir / "applications/vendor/d.desktop", entryText("D", ""));
+    writeFile(dataDir / "applications/e-viewer.desktop", entryText("E", dxf));
+    writeFile(dataDir / "applications/nodisplay.desktop",
+              entryText("NoDisplay", dxf, "NoDisplay=true\n"));
+    writeFile(dataDir / "applications/masked.desktop", entryText("Masked", dxf));
+    writeFile(dataHome / "applications/masked.desktop", "[Desktop Entry]\nHidden=true\n");
+    writeFile(dataDir / "applications/removed.desktop", entryText("Removed", dxf));
+    writeFile(dataDir / "applications/text.desktop", entryText("Text", "text/plain;"));
+    writeFile(configHome / "mimeapps.list",
+              "[Default Applications]\n"
+              "image/vnd.dxf=not-installed.desktop;c-viewer.desktop;\n"
+              "[Added Associations]\n"
+              "image/vnd.dxf=vendor-d.desktop;\n"
+              "[Removed Associations]\n"
+              "image/vnd.dxf=removed.desktop;\n");
+    writeFile(dataDir / "applications/mimeapps.list",
+              "[Default Applications]\nimage/vnd.dxf=e-viewer.desktop;c-viewer.desktop\n");
+
+    SearchDirs dirs{{configHome, configDir}, {dataHome, dataDir}, {}};
+    auto names = [&] {
+        std::vector<std::string> result;
+        for (const auto& entry : app::DesktopEntries::applicationsFor({dxf, "text/plain"}, dirs))
+            result.push_back(entry.name);
+        return result;
+    };
+    // Defaults by file precedence, added, then the listing entries: the home folder's copy of
+    // a-viewer first, the others by id; the parent type's own application last.
+    EXPECT_EQ(names(), (std::vector<std::string>{"C", "E", "D", "A", "B", "Text"}));
+
+    // A desktop's own list outranks the plain one of the same folder.
+    writeFile(configHome / "kde-mimeapps.list",
+              "[Default Applications]\nimage/vnd.dxf=b-viewer.desktop\n");
+    dirs.desktops = {"kde"};
+    EXPECT_EQ(names(), (std::vector<std::string>{"B", "C", "E", "D", "A", "Text"}));
+
+    auto entries = app::DesktopEntries::applicationsFor({dxf}, dirs);
+    ASSERT_FALSE(entries.empty());
+    EXPECT_EQ(entries.front().id, "b-viewer.desktop");
+    EXPECT_EQ(entries.front().file, dataDir / "applications/b-viewer.desktop");
+}
+
+TEST(DesktopEntriesTest, searchFoldersFollowTheBaseDirectoryRules) {
+    ScopedEnv home("HOME", "/home/ada");
+    {
+        ScopedEnv dataHome("XDG_DATA_HOME", nullptr);
+        ScopedEnv dataDirs("XDG_DATA_DIRS", "");
+        ScopedEnv configHome("XDG_CONFIG_HOME", "relative/config");
+        ScopedEnv configDirs("XDG_CONFIG_DIRS", nullptr);
+        ScopedEnv desktop("XDG_CURRENT_DESKTOP", nullptr);
+        auto dirs = SearchDirs::fromEnvironment();
+        EXPECT_EQ(dirs.data, (std::vector<fs::path>{"/home/ada/.local/share", "/usr/local/share/",
+                                                    "/usr/share/"}));
+        EXPECT_EQ(dirs.config, (std::vector<fs::path>{"/home/ada/.config", "/etc/xdg"}));
+        EXPECT_TRUE(dirs.desktops.empty());
+    }
+    ScopedEnv dataHome("XDG_DATA_HOME", "/data");
+    ScopedEnv dataDirs("XDG_DATA_DIRS", "/a:relative::/b");
+    ScopedEnv desktop("XDG_CURRENT_DESKTOP", "ubuntu:GNOME");
+    auto dirs = SearchDirs::fromEnvironment();
+    EXPECT_EQ(dirs.data, (std::vector<fs::path>{"/data", "/a", "/b"}));
+    EXPECT_EQ(dirs.desktops, (std::vector<std::string>{"ubuntu", "gnome"}));
+}
+
+}  // namespace
+}  // namespace vistrel::test

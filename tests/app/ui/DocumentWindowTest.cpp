@@ -1,0 +1,195 @@
+// The viewer window on a real display (Xvfb in CI): a corpus drawing opened through the
+// controller, drawn by the on-screen renderer, changed through the menus and the layer panel,
+// and closed, with screenshots judged as pictures. Skips without a display.
+#include <gtest/gtest.h>
+
+#include <QAction>
+#include <QApplication>
+#include <QCoreApplication>
+#include <QImage>
+#include <QMenuBar>
+#include <QPointer>
+#include <QPushButton>
+#include <QWidget>
+
+#include <chrono>
+#include <cstdlib>
+#include <fstream>
+
+#include "EventLoop.h"
+#include "ScopedLanguage.h"
+#include "TestEnv.h"
+#include "capture/Workspace.h"
+#include "documents/DocumentController.h"
+#include "documents/DocumentModel.h"
+#include "documents/SKPDocument.h"
+#include "settings/SettingsStore.h"
+#include "shell/Preferences.h"
+#include "ui/DocumentWindow.h"
+#include "ui/LayerPanel.h"
+#include "ui/LoadingOverlay.h"
+#include "ui/ViewportWidget.h"
+
+using namespace vistrel;
+using namespace vistrel::app;
+
+namespace {
+
+using test::waitUntil;
+
+void settle(double seconds) {
+    waitUntil([] { return false; }, seconds);
+}
+
+// Pixels of the picture's middle area that differ clearly from the same rows' left edge: the
+// backdrop is a vertical gradient, so anything drawn stands out against its row's border.
+int drawnPixels(const QImage& image) {
+    int count = 0;
+    for (int y = image.height() / 8; y < image.height() * 7 / 8; ++y) {
+        const QColor border = image.pixelColor(2, y);
+        for (int x = image.width() / 8; x < image.width() * 7 / 8; ++x) {
+            const QColor c = image.pixelColor(x, y);
+            if (std::abs(c.red() - border.red()) + std::abs(c.green() - border.green()) +
+                    std::abs(c.blue() - border.blue()) >
+                60)
+                ++count;
+        }
+    }
+    return count;
+}
+
+QAction* findAction(QWidget& window, const QString& text) {
+    for (QAction* menu : window.findChild<QMenuBar*>()->actions())
+        if (menu->menu())
+            for (QAction* action : menu->menu()->actions())
+                if (action->text() == text) return action;
+    return nullptr;
+}
+
+void saveForPeople(const QImage& image, const std::string& name) {
+    // Screenshots for a person to look at when VISTREL_SCREENSHOT_DIR is set.
+    if (const char* dir = std::getenv("VISTREL_SCREENSHOT_DIR"))
+        image.save(QString::fromStdString(std::string(dir) + "/" + name));
+}
+
+// Answers save panels with a path in a test folder and records errors.
+class SavingWorkspace final : public Workspace {
+  public:
+    explicit SavingWorkspace(std::filesystem::path folder) : folder_(std::move(folder)) {}
+    std::vector<std::string> errors;
+    void copyPNG(const std::vector<std::uint8_t>&) override {}
+    std::optional<std::filesystem::path> runSavePanel(const SavePanel& panel) override {
+        return folder_ / panel.suggestedName;
+    }
+    void presentError(const std::string& message) override { errors.push_back(message); }
+    std::vector<Application> applicationsOpening(const std::filesystem::path&) override {
+        return {};
+    }
+    void open(const std::filesystem::path&, const std::filesystem::path&) override {}
+    void reveal(const std::filesystem::path&) override {}
+
+  private:
+    std::filesystem::path folder_;
+};
+
+class DocumentWindowTest : public testing::Test {
+  protected:
+    void SetUp() override {
+        if (QGuiApplication::platformName() == "offscreen" ||
+            QGuiApplication::platformName() == "minimal")
+            GTEST_SKIP() << "needs a display (run under xvfb-run)";
+        Preferences::setStore(&store);
+        Preferences::registerDefaults();
+    }
+    void TearDown() override {
+        SKPDocument::waitForLoads();
+        QCoreApplication::processEvents();
+        Preferences::setStore(nullptr);
+    }
+
+    test::TempDir dir;
+    SettingsStore store{dir / "settings.json"};
+    test::ScopedLanguage english{AppLanguage::en};
+};
+
+TEST_F(DocumentWindowTest, aCorpusDrawingOpensIsDrawnAnswersCommandsAndCloses) {
+    const auto corpus = test::corpusDir();
+    if (!corpus) GTEST_SKIP() << "corpus absent";
+    const auto file = *corpus / "dxf" / "bnortierdxf__Ceco.NET-Architecture-Tm-53.dxf";
+
+    DocumentController controller;
+    SKPDocument* document = nullptr;
+    controller.openDocument(file, true, [&](SKPDocument* d, const std::optional<std::string>& e) {
+        ASSERT_FALSE(e) << *e;
+        document = d;
+    });
+    ASSERT_NE(document, nullptr);
+    auto* window = qobject_cast<DocumentWindow*>(document->window());
+    ASSERT_NE(window, nullptr);
+    EXPECT_TRUE(window->isVisible());
+    EXPECT_EQ(window->windowTitle(), "bnortierdxf__Ceco.NET-Architecture-Tm-53.dxf");
+    DocumentModel& m = document->model();
+    ASSERT_TRUE(waitUntil([&] { return m.isReady(); }, 20)) << m.statusText();
+    EXPECT_FALSE(window->overlay().isVisible());
+    EXPECT_NE(window->statusLine().toStdString().find("faces"), std::string::npos)
+        << window->statusLine().toStdString();
+    settle(0.5);
+
+    ASSERT_NE(window->viewport(), nullptr);
+    ViewportWidget& view = *window->viewport();
+    const QImage shown = view.grabFramebuffer();
+    saveForPeople(window->grab().toImage(), "window-ready.png");
+    ASSERT_FALSE(shown.isNull());
+    const int drawn = drawnPixels(shown);
+    EXPECT_GT(drawn, 500) << "the drawing's lines are on screen";
+
+    // Exports through the menus: the PNG is the picture on screen, the PDF a vector page.
+    SavingWorkspace workspace(dir.path());
+    Workspace::setCurrent(&workspace);
+    QAction* exportPNG = findAction(*window, "Export PNG Image…");
+    QAction* exportPDF = findAction(*window, "Export Vector PDF…");
+    ASSERT_TRUE(exportPNG && exportPDF);
+    exportPNG->trigger();
+    EXPECT_EQ(window->flashText(), "PNG image exported");
+    exportPDF->trigger();
+    Workspace::setCurrent(nullptr);
+    EXPECT_TRUE(workspace.errors.empty());
+    const QImage exported(
+        QString::fromStdString((dir / "bnortierdxf__Ceco.NET-Architecture-Tm-53.png").string()));
+    ASSERT_FALSE(exported.isNull());
+    EXPECT_EQ(exported.size(), shown.size());
+    EXPECT_GT(drawnPixels(exported), drawn / 2);
+    std::ifstream pdf(dir / "bnortierdxf__Ceco.NET-Architecture-Tm-53.pdf", std::ios::binary);
+    std::string magic(5, '\0');
+    pdf.read(magic.data(), 5);
+    EXPECT_EQ(magic, "%PDF-");
+
+    // Styles through the menu.
+    QAction* wireframe = findAction(*window, "Style: Wireframe");
+    ASSERT_NE(wireframe, nullptr);
+    EXPECT_TRUE(wireframe->isEnabled());
+    wireframe->trigger();
+    EXPECT_EQ(m.shadingStyle(), viewport::ShadingStyle::wireframe);
+    settle(0.2);
+    EXPECT_TRUE(wireframe->isChecked());
+
+    // Hiding every layer leaves only the backdrop.
+    QPushButton* hideAll = nullptr;
+    for (auto* button : window->layerPanel().findChildren<QPushButton*>())
+        if (button->text() == "Hide All") hideAll = button;
+    ASSERT_NE(hideAll, nullptr);
+    hideAll->click();
+    EXPECT_EQ(m.visibleLayerCount(), 0);
+    settle(0.3);
+    const QImage empty = view.grabFramebuffer();
+    saveForPeople(empty, "window-no-layers.png");
+    EXPECT_LT(drawnPixels(empty), drawn / 20) << "hidden layers are gone from the screen";
+
+    QPointer<DocumentWindow> closing = window;
+    window->close();
+    EXPECT_TRUE(controller.documents().empty());
+    waitUntil([&] { return closing.isNull(); }, 5);
+    EXPECT_TRUE(closing.isNull());
+}
+
+}  // namespace

@@ -1,0 +1,94 @@
+#include "dxf/DXFTag.h"
+
+#include <gtest/gtest.h>
+
+#include <charconv>
+#include <cmath>
+#include <random>
+#include <string>
+
+#include "dxf/DXFTagReader.h"
+
+using namespace vistrel;
+
+namespace {
+
+DXFTag textTag(const std::string& s) {
+    DXFTag t;
+    t.text = s;
+    return t;
+}
+
+}  // namespace
+
+TEST(DXFTag, numbersParseLocaleFreeWithDefaultsForJunk) {
+    struct Case {
+        const char* text;
+        double expected;
+    };
+    const Case cases[] = {{"1.5", 1.5},
+                          {"-0.25", -0.25},
+                          {".5", 0.5},
+                          {"1.", 1},
+                          {"+2", 2},
+                          {"1e3", 1000},
+                          {"-1.5E-2", -0.015},
+                          {"1,5", -7},
+                          {"", -7},
+                          {"-", -7},
+                          {"abc", -7},
+                          {"1.5x", -7},
+                          {"12345678901234567.5", 12345678901234567.5}};
+    for (const Case& c : cases) EXPECT_EQ(textTag(c.text).asDouble(-7), c.expected) << c.text;
+
+    EXPECT_EQ(textTag("42").asInt(-1), 42);
+    EXPECT_EQ(textTag("+42").asInt(-1), 42);
+    EXPECT_EQ(textTag("-3").asInt(-1), -3);
+    EXPECT_EQ(textTag("1.0").asInt(-1), -1);  // a flag is a whole number or nothing
+    EXPECT_EQ(textTag("99999999999").asInt(-1), -1);
+}
+
+// The short-decimal shortcut must round exactly as a full parser does.
+TEST(DXFTag, shortDecimalsRoundLikeAFullParser) {
+    std::mt19937_64 rng(7);
+    for (int i = 0; i < 200000; ++i) {
+        uint64_t digits = rng() % 1'000'000'000'000'000ull;  // up to 15 digits
+        int decimals = int(rng() % 16);
+        std::string s = std::to_string(digits);
+        if (decimals > 0) {
+            if (int(s.size()) <= decimals) s.insert(0, size_t(decimals + 1 - int(s.size())), '0');
+            s.insert(s.size() - size_t(decimals), ".");
+        }
+        if (rng() & 1) s.insert(0, "-");
+        double expected = 0;
+        std::from_chars(s.data(), s.data() + s.size(), expected);
+        ASSERT_EQ(textTag(s).asDouble(NAN), expected) << s;
+    }
+}
+
+TEST(DXFTag, upperCaseComparison) {
+    EXPECT_TRUE(textTag("section").is("SECTION"));
+    EXPECT_TRUE(textTag("SeCtIoN").is("SECTION"));
+    EXPECT_FALSE(textTag("SECTIONS").is("SECTION"));
+    EXPECT_FALSE(textTag("").is("SECTION"));
+}
+
+TEST(DXFTagReader, pairsLinesAndPushBack) {
+    const std::string text = "  0\r\nSECTION  \r\nx\ry\n 2\n\tENTITIES\n0";
+    std::span<const uint8_t> bytes(reinterpret_cast<const uint8_t*>(text.data()), text.size());
+    DXFTagReader r(bytes);
+    EXPECT_FALSE(r.isBinary());
+    DXFTag t;
+    ASSERT_TRUE(r.read(t));
+    EXPECT_EQ(t.code, 0);
+    EXPECT_EQ(t.text, "SECTION");
+    ASSERT_TRUE(r.read(t));  // "x" is no code: the pair (x, y) is skipped
+    EXPECT_EQ(t.code, 2);
+    EXPECT_EQ(t.text, "ENTITIES");
+    EXPECT_EQ(r.pairsRead(), 3);
+    r.pushBack(t);
+    DXFTag again;
+    ASSERT_TRUE(r.read(again));
+    EXPECT_EQ(again.text, "ENTITIES");
+    EXPECT_FALSE(r.read(t));  // the last line has no partner
+}

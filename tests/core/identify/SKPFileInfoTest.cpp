@@ -1,0 +1,239 @@
+#include "identify/SKPFileInfo.h"
+
+#include <gtest/gtest.h>
+#include <png.h>
+
+#include <fstream>
+#include <sstream>
+
+#include "TestEnv.h"
+#include "model/SKPError.h"
+
+using namespace vistrel;
+
+namespace {
+
+std::vector<uint8_t> bytes(const std::string& s) {
+    return {s.begin(), s.end()};
+}
+
+std::vector<uint8_t> utf16(const std::string& ascii) {
+    std::vector<uint8_t> out;
+    for (char c : ascii) out.insert(out.end(), {uint8_t(c), 0});
+    return out;
+}
+
+std::vector<uint8_t> concat(std::initializer_list<std::vector<uint8_t>> parts) {
+    std::vector<uint8_t> r;
+    for (auto& p : parts) r.insert(r.end(), p.begin(), p.end());
+    return r;
+}
+
+bool decodesAsPNG(const std::vector<uint8_t>& data) {
+    png_image image{};
+    image.version = PNG_IMAGE_VERSION;
+    if (!png_image_begin_read_from_memory(&image, data.data(), data.size())) return false;
+    image.format = PNG_FORMAT_RGBA;
+    std::vector<uint8_t> pixels(PNG_IMAGE_SIZE(image));
+    bool ok = png_image_finish_read(&image, nullptr, pixels.data(), 0, nullptr);
+    png_image_free(&image);
+    return ok && image.width > 0 && image.height > 0;
+}
+
+}  // namespace
+
+TEST(SKPFileInfo, sketchUpVersionMarkerAllowsAtMostFifteenBytesBeforeBrace) {
+    auto at = [](size_t gap) {
+        return concat({bytes("junk"), utf16("SketchUp Model"), std::vector<uint8_t>(gap, 0x20),
+                       utf16("{24.0.553}"), bytes("tail")});
+    };
+    EXPECT_EQ(SKPFileInfo::parseVersion(at(15)), "24.0.553");
+    EXPECT_EQ(SKPFileInfo::parseVersion(at(16)), std::nullopt);
+    // Closing brace farther than 64 bytes after the opening one: no version.
+    auto far =
+        concat({utf16("SketchUp Model"), utf16("{"), std::vector<uint8_t>(64, 0x31), utf16("}")});
+    EXPECT_EQ(SKPFileInfo::parseVersion(far), std::nullopt);
+    EXPECT_EQ(SKPFileInfo::parseVersion(concat({utf16("SketchUp Model"), utf16("{}")})),
+              std::nullopt);
+}
+
+TEST(SKPFileInfo, sketchUpLabelsTable) {
+    EXPECT_EQ(SKPFileInfo::label("7.1.6"), "SketchUp 7");
+    EXPECT_EQ(SKPFileInfo::label("13.0"), "SketchUp 2013");
+    EXPECT_EQ(SKPFileInfo::label("24.0.553"), "SketchUp 2024");
+    EXPECT_EQ(SKPFileInfo::label("2024"), "SketchUp 2024");
+    EXPECT_EQ(SKPFileInfo::label("100"), "SketchUp 100");
+    EXPECT_EQ(SKPFileInfo::label("v24"), std::nullopt);
+    EXPECT_EQ(SKPFileInfo::label("99999999999999999999999"), std::nullopt);
+}
+
+TEST(SKPFileInfo, dwgHeaderNeedsAC10AndTwoAlphanumerics) {
+    EXPECT_EQ(SKPFileInfo::parseDWGVersion(bytes("AC1032rest")), "AC1032");
+    EXPECT_EQ(SKPFileInfo::parseDWGVersion(bytes("AC10 2")), std::nullopt);
+    EXPECT_EQ(SKPFileInfo::parseDWGVersion(bytes("AC103")), std::nullopt);
+    EXPECT_EQ(SKPFileInfo::parseDWGVersion(bytes("AC1.40")), std::nullopt);
+    EXPECT_EQ(SKPFileInfo::dwgLabel("AC1009", false), "AutoCAD R11/R12");
+    EXPECT_EQ(SKPFileInfo::dwgLabel("AC1032", true), "AutoCAD DXF 2018");
+    EXPECT_EQ(SKPFileInfo::dwgLabel("AC1099", false), "AutoCAD DWG");
+    EXPECT_EQ(SKPFileInfo::dwgLabel("AC1099", true), "AutoCAD DXF");
+}
+
+TEST(SKPFileInfo, dwgHeaderInDxfFileCountsAsDxfNotDwg) {
+    auto info = SKPFileInfo::parse(bytes("AC1032\0\0\0"), "/x/plan.dxf", 9);
+    EXPECT_EQ(info.version, "AC1032");
+    EXPECT_EQ(info.versionLabel, "AutoCAD 2018");
+    EXPECT_TRUE(info.isDXF());
+    EXPECT_FALSE(info.isDWG());
+    // A .dwg extension is DWG whatever the content.
+    EXPECT_TRUE(SKPFileInfo::parse(bytes("hello"), "/x/a.DWG", 5).isDWG());
+}
+
+TEST(SKPFileInfo, dxfSniffingByContentAndExtension) {
+    const std::string body = "  0\nSECTION\n  2\nHEADER\n  9\n$ACADVER\n  1\nAC1015\n  0\nENDSEC\n";
+    auto txt = SKPFileInfo::parse(bytes(body), "/x/plan.txt", int64_t(body.size()));
+    EXPECT_EQ(txt.version, "AC1015");
+    EXPECT_EQ(txt.versionLabel, "AutoCAD DXF 2000");
+    EXPECT_FALSE(txt.isDXF());  // recognised by content, but the extension decides isDXF
+
+    // SECTION without HEADER/ENTITIES/TABLES only counts with a .dxf extension.
+    EXPECT_EQ(SKPFileInfo::parseDXFVersion(bytes("0\nSECTION\n2\nOBJECTS\n"), "/x/a.txt"),
+              std::nullopt);
+    auto arbitrary = SKPFileInfo::parseDXFVersion(bytes("just some words"), "/x/a.dxf");
+    ASSERT_TRUE(arbitrary);
+    EXPECT_EQ(arbitrary->first, "DXF");
+    EXPECT_EQ(arbitrary->second, "AutoCAD DXF");
+    // The markers must sit in the first 32 KiB.
+    std::string late(40'000, 'x');
+    late += "SECTION HEADER";
+    EXPECT_EQ(SKPFileInfo::parseDXFVersion(bytes(late), "/x/a.txt"), std::nullopt);
+    // $ACADVER whose first four pieces hold no code.
+    auto noCode =
+        SKPFileInfo::parseDXFVersion(bytes("SECTION HEADER $ACADVER 1 2 3 4 AC1015"), "/x/a.txt");
+    ASSERT_TRUE(noCode);
+    EXPECT_EQ(noCode->first, "DXF");
+    auto binary = SKPFileInfo::parseDXFVersion(bytes("AutoCAD Binary DXF\r\n\x1a"), "/x/a.bin");
+    ASSERT_TRUE(binary);
+    EXPECT_EQ(binary->second, "AutoCAD Binary DXF");
+}
+
+TEST(SKPFileInfo, thumbnailIsCarvedThroughIendCrcAndMustFitTheHeader) {
+    // A 1x1 grey PNG written by libpng.
+    std::vector<uint8_t> png;
+    {
+        png_image image{};
+        image.version = PNG_IMAGE_VERSION;
+        image.width = image.height = 1;
+        image.format = PNG_FORMAT_GRAY;
+        uint8_t pixel = 128;
+        png_alloc_size_t size = 0;
+        ASSERT_TRUE(png_image_write_to_memory(&image, nullptr, &size, 0, &pixel, 0, nullptr));
+        png.resize(size);
+        ASSERT_TRUE(png_image_write_to_memory(&image, png.data(), &size, 0, &pixel, 0, nullptr));
+    }
+    auto header = concat({bytes("prefix"), png, bytes("suffix"), png});
+    EXPECT_EQ(SKPFileInfo::thumbnail(header), png);  // the first one
+    // CRC cut off by the end of the header: none.
+    auto cut = concat({bytes("x"), std::vector<uint8_t>(png.begin(), png.end() - 2)});
+    EXPECT_EQ(SKPFileInfo::thumbnail(cut), std::nullopt);
+    // Foreign bytes spliced into the chunk chain (as DWG sections do): no thumbnail.
+    auto spliced = png;
+    spliced.insert(spliced.begin() + 20, {'D', 'W', 'G', '!'});
+    EXPECT_EQ(SKPFileInfo::thumbnail(spliced), std::nullopt);
+    std::vector<uint8_t> sig(png.begin(), png.begin() + 8);
+    EXPECT_EQ(SKPFileInfo::thumbnail(concat({sig, bytes("no end")})), std::nullopt);
+}
+
+TEST(SKPFileInfo, readReportsSizeAndFailsCleanly) {
+    test::TempDir dir;
+    auto empty = dir / "empty.skp";
+    std::ofstream(empty).close();
+    auto info = SKPFileInfo::read(empty);
+    EXPECT_EQ(info.fileSize, 0);
+    EXPECT_EQ(info.version, std::nullopt);
+    EXPECT_EQ(info.versionLabel, std::nullopt);
+    EXPECT_EQ(info.thumbnailPNG, std::nullopt);
+
+    try {
+        SKPFileInfo::read(dir / "missing.dxf");
+        FAIL() << "expected unreadable";
+    } catch (const SKPError& e) {
+        EXPECT_EQ(e.kind(), SKPError::Kind::unreadable);
+        EXPECT_EQ(e.url(), dir / "missing.dxf");
+    }
+    EXPECT_THROW(SKPFileInfo::read(dir.path()), SKPError);
+
+    // Only the first MiB is read, but the size is the file's.
+    auto big = dir / "big.dxf";
+    {
+        std::ofstream out(big, std::ios::binary);
+        std::string chunk(1 << 20, ' ');
+        out << chunk << chunk << "SECTION";
+    }
+    auto bigInfo = SKPFileInfo::read(big);
+    EXPECT_EQ(bigInfo.fileSize, 2 * (1 << 20) + 7);
+    EXPECT_EQ(bigInfo.version, "DXF");
+}
+
+// Every real file in the shared corpus gives the version its header implies.
+TEST(SKPFileInfo, corpusFilesIdentifyAsTheirHeadersImply) {
+    auto corpus = test::corpusDir();
+    if (!corpus) GTEST_SKIP() << "corpus not present";
+    std::ifstream manifest(*corpus / "MANIFEST.tsv");
+    ASSERT_TRUE(manifest);
+    std::string line;
+    std::getline(manifest, line);
+    int checked = 0, thumbnails = 0;
+    while (std::getline(manifest, line)) {
+        std::vector<std::string> cols;
+        std::stringstream ss(line);
+        for (std::string c; std::getline(ss, c, '\t');) cols.push_back(c);
+        ASSERT_GE(cols.size(), 9u) << line;
+        const std::string& file = cols[0];
+        const std::string& detected = cols[6];
+        const std::string& format = cols[8];
+        const std::string notes = cols.size() > 11 ? cols[11] : "";
+        SCOPED_TRACE(file);
+        auto info = SKPFileInfo::read(*corpus / file);
+        EXPECT_EQ(info.fileSize, int64_t(std::filesystem::file_size(*corpus / file)));
+
+        if (format == "skp") {
+            if (detected == "(none)") {
+                EXPECT_FALSE(info.version && SKPFileInfo::label(*info.version).has_value());
+            } else {
+                std::string v = detected.substr(1, detected.size() - 2);
+                EXPECT_EQ(info.version, v);
+                EXPECT_EQ(info.versionLabel, SKPFileInfo::label(v));
+            }
+            bool manifestHasThumb = notes.find("PNG thumbnail at byte") != std::string::npos;
+            EXPECT_EQ(info.thumbnailPNG.has_value(), manifestHasThumb);
+        } else if (format == "dwg") {
+            EXPECT_TRUE(info.isDWG());
+            if (detected.starts_with("AC10")) {
+                EXPECT_EQ(info.version, detected);
+                EXPECT_EQ(info.versionLabel, SKPFileInfo::dwgLabel(detected, false));
+            } else {
+                EXPECT_FALSE(info.version && info.version->starts_with("AC10"));
+            }
+        } else if (format == "dxf-binary") {
+            EXPECT_EQ(info.version, "DXF");
+            EXPECT_EQ(info.versionLabel, "AutoCAD Binary DXF");
+        } else {
+            ASSERT_EQ(format, "dxf-ascii");
+            EXPECT_TRUE(info.isDXF());
+            if (detected.size() == 6 && detected.starts_with("AC10")) {
+                EXPECT_EQ(info.version, detected);
+                EXPECT_EQ(info.versionLabel, SKPFileInfo::dwgLabel(detected, true));
+            } else {
+                EXPECT_EQ(info.version, "DXF");
+                EXPECT_EQ(info.versionLabel, "AutoCAD DXF");
+            }
+        }
+        if (info.thumbnailPNG) {
+            ++thumbnails;
+            EXPECT_TRUE(decodesAsPNG(*info.thumbnailPNG));
+        }
+        ++checked;
+    }
+    EXPECT_GT(checked, 150);
+    EXPECT_GT(thumbnails, 10);
+}

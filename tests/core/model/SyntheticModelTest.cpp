@@ -1,0 +1,50 @@
+#include "model/SyntheticModel.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+using namespace vistrel;
+
+TEST(SyntheticModel, cubeIsStableAndCarriesLiteralStats) {
+    SKPModel a = SyntheticModel::cube();
+    EXPECT_EQ(a, SyntheticModel::cube());
+    // Stats are stored literals for the two placed cubes, not counts of the single mesh.
+    EXPECT_EQ(a.stats.faces, 12);
+    EXPECT_EQ(a.stats.triangles, 24);
+    EXPECT_EQ(a.stats.edges, 24);
+    EXPECT_EQ(a.stats.instances, 2);
+    EXPECT_EQ(a.definitions[0].meshes[0].indices.size() / 3, 12u);
+    EXPECT_FALSE(std::filesystem::exists(a.fileInfo.url));
+    EXPECT_EQ(a.fileInfo.url.filename(), "Cube.skp");
+    EXPECT_EQ(a.fileInfo.versionLabel, "SketchUp 2023");
+    EXPECT_FALSE(a.isPlanar2D());
+}
+
+TEST(SyntheticModel, cubeGeometryIsClosedAndOutwardFacing) {
+    SKPModel m = SyntheticModel::cube();
+    const Mesh& mesh = m.definitions[0].meshes[0];
+    ASSERT_EQ(mesh.positions.size(), 24u);
+    ASSERT_EQ(mesh.normals.size(), 24u);
+    // Every triangle's winding agrees with its stored normal, and normals point away from the
+    // cube's centre: a wrong face table turns the cube inside out in the viewport.
+    Float3 centre{0.5f, 0.5f, 0.5f};
+    for (size_t t = 0; t < mesh.indices.size(); t += 3) {
+        Float3 a = mesh.positions[mesh.indices[t]], b = mesh.positions[mesh.indices[t + 1]],
+               c = mesh.positions[mesh.indices[t + 2]];
+        Float3 n = mesh.normals[mesh.indices[t]];
+        EXPECT_GT(dot(cross(b - a, c - a), n), 0) << "triangle " << t / 3;
+        EXPECT_GT(dot((a + b + c) / 3 - centre, n), 0) << "triangle " << t / 3;
+    }
+    const EdgeSet& edges = m.definitions[0].edges[0];
+    ASSERT_EQ(edges.positions.size(), 24u);
+    for (size_t i = 0; i < edges.positions.size(); i += 2)
+        EXPECT_FLOAT_EQ(length(edges.positions[i + 1] - edges.positions[i]), 1.0f);
+    // Second cube: other layer, painted with the model's one material, shifted by 1.5 m.
+    const Instance& second = m.root.children[1];
+    EXPECT_EQ(second.layer, 1);
+    EXPECT_EQ(second.material, 0);
+    EXPECT_EQ(second.transform.transformPoint({0, 0, 0}), (Float3{1.5f, 0, 0}));
+    EXPECT_EQ(m.layers[1].name, "Décor");
+    EXPECT_EQ(m.scenes[0].hiddenLayers, std::vector<int>{});
+}

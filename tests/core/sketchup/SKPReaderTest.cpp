@@ -1,0 +1,503 @@
+// The SKP reader against the stand-in SketchUp library, found through VISTREL_SKETCHUP_SDK the
+// way a real library is found. Scenes are JSON fixtures (tests/fixtures/skp) or written here.
+#include <dlfcn.h>
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <fstream>
+#include <nlohmann/json.hpp>
+#include <thread>
+
+#include "ScopedLanguage.h"
+#include "TestEnv.h"
+#include "model/SKPError.h"
+#include "settings/Localization.h"
+#include "sketchup/SKPConverter.h"
+#include "sketchup/SKPReader.h"
+#include "sketchup/SketchUpAPI.h"
+
+using namespace vistrel;
+namespace fs = std::filesystem;
+
+namespace {
+
+const fs::path kStandIn = fs::path(VISTREL_STANDIN_DIR) / "full/SketchUpAPI.framework";
+
+fs::path fixture(const std::string& name) {
+    return fs::path(VISTREL_FIXTURES_SOURCE_DIR) / "skp" / name;
+}
+
+class SKPReaderTest : public ::testing::Test {
+  protected:
+    SKPModel load(const fs::path& file, const SKPReader::ProgressCallback& progress = {},
+                  const SKPReader::CancelCheck& cancel = {}) {
+        return SKPReader::load(file, progress, cancel);
+    }
+    fs::path writeScene(const nlohmann::json& scene, const std::string& name = "scene.skp") {
+        fs::path file = dir / name;
+        std::ofstream(file) << scene.dump();
+        return file;
+    }
+    // Handles the stand-in still holds: models, strings and mesh helpers not released.
+    int liveHandles() {
+        void* lib = dlopen((kStandIn / "SketchUpAPI").c_str(), RTLD_NOW | RTLD_NOLOAD);
+        if (!lib) return -1;
+        auto fn = reinterpret_cast<int (*)()>(dlsym(lib, "StandInLiveHandles"));
+        int n = fn ? fn() : -1;
+        dlclose(lib);
+        return n;
+    }
+    size_t textureFolders() {
+        std::error_code ec;
+        size_t n = 0;
+        for (fs::directory_iterator it(tmp.path() / "Vistrel", ec), end; !ec && it != end;
+             it.increment(ec))
+            ++n;
+        return n;
+    }
+
+    test::TempDir dir;
+    test::TempDir tmp;
+    test::ScopedEnv sdk{"VISTREL_SKETCHUP_SDK", kStandIn.c_str()};
+    test::ScopedEnv tmpdir{"TMPDIR", tmp.path().c_str()};
+    test::ScopedLanguage english{AppLanguage::en};
+};
+
+void expectNear(Float3 actual, Float3 expected) {
+    EXPECT_NEAR(actual.x, expected.x, 1e-5);
+    EXPECT_NEAR(actual.y, expected.y, 1e-5);
+    EXPECT_NEAR(actual.z, expected.z, 1e-5);
+}
+
+}  // namespace
+
+TEST(SKPReaderMath, transformScalesOnlyTranslationAndDividesByW) {
+    struct Case {
+        std::array<double, 16> values;
+        std::array<float, 16> expected;
+    } cases[] = {
+        {{1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 100, 200, -50, 1},
+         {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 2.54f, 5.08f, -1.27f, 1}},
+        {{2, 0, 0, 0, 0, 3, 0, 0, 0, 0, 4, 0, 10, 0, 0, 1},
+         {2, 0, 0, 0, 0, 3, 0, 0, 0, 0, 4, 0, 0.254f, 0, 0, 1}},
+        {{2, 0, 0, 0, 0, 2, 0, 0, 0, 0, 2, 0, 20, 0, 0, 2},
+         {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0.254f, 0, 0, 1}},
+        // w = 0 is kept as it is, and the fourth column's w becomes 1.
+        {{0, 1, 0, 0.5, -1, 0, 0, 0, 0, 0, 1, 0, 1, 2, 3, 0},
+         {0, 1, 0, 0.5f, -1, 0, 0, 0, 0, 0, 1, 0, 0.0254f, 0.0508f, 0.0762f, 1}},
+    };
+    for (const Case& c : cases) {
+        Float4x4 m = SKPReader::transform(c.values);
+        for (int i = 0; i < 16; ++i) EXPECT_FLOAT_EQ(m.m[i], c.expected[i]) << "element " << i;
+    }
+}
+
+TEST(SKPReaderMath, boxAddTakesTransformedCornersAndIgnoresEmptyBoxes) {
+    SKPReader::Box empty;
+    EXPECT_TRUE(empty.isEmpty());
+    SKPReader::Box box;
+    box.add(empty, Float4x4::identity());
+    EXPECT_TRUE(box.isEmpty());
+
+    SKPReader::Box unit;
+    unit.add(Float3{0, 0, 0});
+    unit.add(Float3{1, 1, 1});
+    Float4x4 rotate;  // 90 degrees about Z, then moved by (10, 0, 0)
+    rotate.m = {0, 1, 0, 0, -1, 0, 0, 0, 0, 0, 1, 0, 10, 0, 0, 1};
+    box.add(unit, rotate);
+    EXPECT_EQ(box.min, (Float3{9, 0, 0}));
+    EXPECT_EQ(box.max, (Float3{10, 1, 1}));
+
+    SKPReader::Box nan;
+    nan.add(Float3{NAN, 2, 3});
+    EXPECT_EQ(nan.min.y, 2);
+    EXPECT_EQ(nan.min.x, std::numeric_limits<float>::infinity());
+}
+
+TEST_F(SKPReaderTest, materialsOpacityTransparencyAndTextures) {
+    SKPModel m = load(fixture("materials.json"));
+    ASSERT_EQ(m.materials.size(), 8u);
+    struct Expected {
+        const char* name;
+        Float4 color;
+        float opacity;
+        bool transparent;
+    } expected[] = {
+        {"Opaque", {1, 0, 0, 1}, 1, false},
+        {"Glass", {0, 0, 1, 128 / 255.0f}, 128 / 255.0f, true},
+        {"Tinted", {0, 1, 0, 1}, 0.5f, true},
+        {"Drawn", {10 / 255.0f, 20 / 255.0f, 30 / 255.0f, 1}, 1, true},
+        {"Brick", {1, 1, 1, 1}, 1, false},
+        {"BrokenTexture", {0, 0, 0, 1}, 1, false},
+        {"Bare", {0, 0, 0, 1}, 1, false},
+        {"", {0, 0, 0, 0}, 1, false},
+    };
+    for (size_t i = 0; i < 8; ++i) {
+        const Material& mat = m.materials[i];
+        EXPECT_EQ(mat.name, expected[i].name) << i;
+        EXPECT_FLOAT_EQ(mat.color.x, expected[i].color.x) << i;
+        EXPECT_FLOAT_EQ(mat.color.y, expected[i].color.y) << i;
+        EXPECT_FLOAT_EQ(mat.color.z, expected[i].color.z) << i;
+        EXPECT_FLOAT_EQ(mat.color.w, expected[i].color.w) << i;
+        EXPECT_FLOAT_EQ(mat.opacity, expected[i].opacity) << i;
+        EXPECT_EQ(mat.isTransparent, expected[i].transparent) << i;
+    }
+
+    ASSERT_TRUE(m.textureDirectory);
+    EXPECT_EQ(m.textureDirectory->parent_path(), tmp.path() / "Vistrel");
+    EXPECT_EQ(m.textureDirectory->filename().string().size(), 36u);
+    ASSERT_TRUE(m.materials[4].textureURL);
+    EXPECT_EQ(*m.materials[4].textureURL, *m.textureDirectory / "4.jpg");
+    std::ifstream brick(*m.materials[4].textureURL);
+    std::string bytes((std::istreambuf_iterator<char>(brick)), {});
+    EXPECT_EQ(bytes, "brick-bytes");
+    EXPECT_FLOAT_EQ(m.materials[4].textureScale.x, 2.0f);
+    EXPECT_FLOAT_EQ(m.materials[4].textureScale.y, 1.0f);
+    EXPECT_FALSE(m.materials[5].textureURL);  // export failed
+    EXPECT_EQ(m.materials[5].textureScale, (Float2{1, 1}));
+    ASSERT_TRUE(m.materials[6].textureURL);
+    EXPECT_EQ(*m.materials[6].textureURL, *m.textureDirectory / "6.png");
+    for (int i : {0, 1, 2, 3, 7}) EXPECT_FALSE(m.materials[i].textureURL) << i;
+}
+
+TEST_F(SKPReaderTest, layersKeepNamesAndTakeTrimmedFolders) {
+    SKPModel m = load(fixture("materials.json"));
+    ASSERT_EQ(m.layers.size(), 3u);
+    EXPECT_EQ(m.layers[0], (Layer{"Layer0", true, std::nullopt}));
+    EXPECT_EQ(m.layers[1], (Layer{"Walls", false, "Structure"}));
+    // Visibility that cannot be read counts as visible; a blank folder name as no folder.
+    EXPECT_EQ(m.layers[2], (Layer{" Roof ", true, std::nullopt}));
+}
+
+TEST_F(SKPReaderTest, facesBatchByChosenMaterialAndLayerWithTheUVRule) {
+    SKPModel m = load(fixture("materials.json"));
+    // Hidden faces are not counted; faces that fail after the count are.
+    EXPECT_EQ(m.stats.faces, 12);
+    EXPECT_EQ(m.stats.triangles, 10);
+    EXPECT_EQ(m.stats.edges, 0);  // guide points are not read beside faces
+    struct Batch {
+        std::optional<int> material;
+        int layer;
+        size_t positions;
+        bool hasUVs;
+    } expected[] = {
+        {std::nullopt, 0, 6, true},  // default both sides, and an unknown/null pair
+        {1, 1, 7, false},            // opaque front, translucent back; translucent front
+        {4, 2, 3, true},             // textured
+        {0, 0, 3, false},            // back only
+        {5, 0, 3, true},             // texture export failed: UVs all the same
+        {2, 0, 3, false},            // opaque front, translucent back (by opacity)
+        {3, 0, 3, false},            // translucent front (drawn) wins over any back
+    };
+    const auto& meshes = m.root.meshes;
+    ASSERT_EQ(meshes.size(), std::size(expected));
+    for (size_t i = 0; i < meshes.size(); ++i) {
+        EXPECT_EQ(meshes[i].material, expected[i].material) << i;
+        EXPECT_EQ(meshes[i].layer, expected[i].layer) << i;
+        EXPECT_EQ(meshes[i].positions.size(), expected[i].positions) << i;
+        EXPECT_EQ(meshes[i].normals.size(), expected[i].positions) << i;
+        EXPECT_EQ(meshes[i].uvs.has_value(), expected[i].hasUVs) << i;
+        if (meshes[i].uvs) {
+            EXPECT_EQ(meshes[i].uvs->size(), expected[i].positions) << i;
+        }
+        for (uint32_t index : meshes[i].indices) EXPECT_LT(index, meshes[i].positions.size());
+    }
+
+    // No material: UVs are STQ in metres.
+    expectNear(meshes[0].positions[1], {2.54f, 0, 0});
+    EXPECT_NEAR(meshes[0].uvs->at(1).x, 2.54f, 1e-6);
+    EXPECT_NEAR(meshes[0].uvs->at(2).y, 2.54f, 1e-6);
+    // Vertices are per face: the second face of the batch starts at 3.
+    EXPECT_EQ(meshes[0].indices, (std::vector<uint32_t>{0, 1, 2, 3, 4, 5}));
+    EXPECT_EQ(meshes[1].indices, (std::vector<uint32_t>{0, 1, 2, 0, 2, 3, 4, 5, 6}));
+    EXPECT_EQ(meshes[1].normals[0], (Float3{0, 0, -1}));
+    // Textured: s/q and t/q at scale 1, q = 0 counting as 1.
+    EXPECT_EQ(*meshes[2].uvs, (std::vector<Float2>{{1, 2}, {3, 4}, {1, 1}}));
+    EXPECT_EQ(*meshes[4].uvs, (std::vector<Float2>{{0, 0}, {50, 0}, {0, 50}}));
+
+    expectNear(m.boundsMin, {0, 0, -0.254f});
+    expectNear(m.boundsMax, {2.54f, 2.54f, 5.08f});
+}
+
+TEST_F(SKPReaderTest, groupsInstancesEdgesAndGuidePointsFormTheDefinitionGraph) {
+    SKPModel m = load(fixture("hierarchy.json"));
+    EXPECT_EQ(m.stats.faces, 3);  // the chair counts once however often it is placed
+    EXPECT_EQ(m.stats.triangles, 3);
+    EXPECT_EQ(m.stats.edges, 6);
+    EXPECT_EQ(m.stats.instances, 7);
+    EXPECT_EQ(m.stats.definitions, 6);
+
+    std::vector<std::string> names;
+    for (const Definition& d : m.definitions) names.push_back(d.name);
+    EXPECT_EQ(names,
+              (std::vector<std::string>{"Top", "Table", "Scaled", "Survey", "Chair", "Empty"}));
+    EXPECT_TRUE(m.definitions[5].meshes.empty());  // only hidden faces
+    EXPECT_TRUE(m.definitions[2].meshes.empty() && m.definitions[2].children.empty());
+    for (size_t i = 0; i < m.definitions.size(); ++i)
+        for (const Instance& child : m.definitions[i].children)
+            EXPECT_LT(child.definition, static_cast<int>(i));
+
+    const auto& children = m.root.children;
+    ASSERT_EQ(children.size(), 6u);
+    struct Child {
+        int definition;
+        int layer;
+        bool isGroup;
+        std::optional<int> material;
+        const char* name;
+    } expected[] = {
+        {1, 1, true, 0, "Table"},
+        {2, 0, true, std::nullopt, "Scaled"},
+        {3, 0, true, std::nullopt, "Survey"},
+        {4, 0, false, 0, "Chair A"},
+        {4, 1, false, std::nullopt, "Chair B"},
+        {5, 0, false, std::nullopt, "Ghost chair"},
+    };
+    for (size_t i = 0; i < children.size(); ++i) {
+        EXPECT_EQ(children[i].definition, expected[i].definition) << i;
+        EXPECT_EQ(children[i].layer, expected[i].layer) << i;
+        EXPECT_EQ(children[i].isGroup, expected[i].isGroup) << i;
+        EXPECT_EQ(children[i].material, expected[i].material) << i;
+        EXPECT_EQ(children[i].name, expected[i].name) << i;
+    }
+    EXPECT_FLOAT_EQ(children[0].transform.m[12], 2.54f);
+    EXPECT_FLOAT_EQ(children[1].transform.m[12], 0.254f);  // divided by w = 2
+    EXPECT_FLOAT_EQ(children[1].transform.m[0], 1.0f);
+    EXPECT_FLOAT_EQ(children[4].transform.m[13], 10.16f);
+
+    // Edges: one set per layer, soft, hidden and unreadable edges left out.
+    ASSERT_EQ(m.root.edges.size(), 2u);
+    EXPECT_EQ(m.root.edges[0].layer, 0);
+    EXPECT_EQ(m.root.edges[0].positions.size(), 4u);
+    expectNear(m.root.edges[0].positions[3], {0, 0, 2.54f});
+    EXPECT_EQ(m.root.edges[1].layer, 1);
+    EXPECT_EQ(m.root.edges[1].positions.size(), 2u);
+
+    // Guide points where nothing else is drawn: short segments along X, per layer.
+    const Definition& survey = m.definitions[3];
+    ASSERT_EQ(survey.edges.size(), 2u);
+    ASSERT_EQ(survey.edges[0].positions.size(), 2u);
+    expectNear(survey.edges[0].positions[0], {-0.015f, 0, 0});
+    expectNear(survey.edges[0].positions[1], {0.015f, 0, 0});
+    EXPECT_EQ(survey.edges[1].layer, 1);
+    expectNear(survey.edges[1].positions[0], {0.762f - 0.015f, 0, 0});
+
+    // The rotated second chair reaches x < 0; guide points off in the root are ignored.
+    expectNear(m.boundsMin, {-0.254f, 0, 0});
+    expectNear(m.boundsMax, {2.794f, 10.414f, 2.54f});
+}
+
+TEST_F(SKPReaderTest, cameraScenesAndNewerVersionWarning) {
+    SKPModel m = load(fixture("views.json"));
+    ASSERT_TRUE(m.loadWarning);
+    EXPECT_EQ(*m.loadWarning, "File saved by a newer SketchUp; loaded anyway.");
+    EXPECT_EQ(m.boundsMin, (Float3{0, 0, 0}));
+    EXPECT_EQ(m.boundsMax, (Float3{0, 0, 0}));
+    EXPECT_FALSE(m.textureDirectory);
+
+    ASSERT_TRUE(m.camera);
+    expectNear(m.camera->position, {2.54f, 0, 0});
+    EXPECT_TRUE(m.camera->isPerspective);
+    // 60 degrees across an aspect of 2 become a vertical angle.
+    EXPECT_NEAR(m.camera->fovDegrees, 2 * std::atan(std::tan(M_PI / 6) / 2) * 180 / M_PI, 1e-4);
+    EXPECT_FLOAT_EQ(m.camera->orthoHeight, 10.0f);
+
+    ASSERT_EQ(m.scenes.size(), 5u);
+    const Scene& front = m.scenes[0];
+    EXPECT_EQ(front.name, "Front");
+    ASSERT_TRUE(front.camera);
+    EXPECT_FALSE(front.camera->isPerspective);
+    EXPECT_FLOAT_EQ(front.camera->fovDegrees, 35.0f);
+    EXPECT_NEAR(front.camera->orthoHeight, 5.08f, 1e-5);
+    expectNear(front.camera->target, {0, 0, 1.27f});
+    EXPECT_EQ(front.hiddenLayers, (std::vector<int>{2, 1}));
+
+    EXPECT_EQ(m.scenes[1], (Scene{"Plain", std::nullopt, std::nullopt}));
+    EXPECT_EQ(m.scenes[2], (Scene{"Broken", std::nullopt, std::vector<int>{}}));
+    EXPECT_EQ(m.scenes[3], (Scene{"NoOrientation", std::nullopt, std::nullopt}));
+    const Scene& wide = m.scenes[4];
+    ASSERT_TRUE(wide.camera);
+    EXPECT_TRUE(wide.camera->isPerspective);  // not readable counts as perspective
+    // No aspect: 16:9 is assumed.
+    EXPECT_NEAR(wide.camera->fovDegrees, 2 * std::atan(1 / 1.7777777777777777) * 180 / M_PI, 1e-4);
+    EXPECT_FLOAT_EQ(wide.camera->orthoHeight, 10.0f);  // a height not above 0
+}
+
+TEST_F(SKPReaderTest, openStatusesMapToUnreadableOrApi) {
+    struct Case {
+        int result;
+        SKPError expected;
+    } cases[] = {
+        {7, SKPError::unreadable(dir / "scene.skp")},
+        {12, SKPError::unreadable(dir / "scene.skp")},
+        {13, SKPError::unreadable(dir / "scene.skp")},
+        {5, SKPError::api("SUModelCreateFromFileWithStatus", 5)},
+    };
+    for (const Case& c : cases) {
+        fs::path file = writeScene({{"open", {{"result", c.result}}}});
+        try {
+            load(file);
+            ADD_FAILURE() << "status " << c.result << " loaded";
+        } catch (const SKPError& e) {
+            EXPECT_EQ(e, c.expected) << c.result;
+        }
+    }
+    // Bytes the library cannot read at all.
+    fs::path junk = dir / "junk.skp";
+    std::ofstream(junk) << "not a model";
+    EXPECT_EQ(SKPError::Kind::unreadable, [&] {
+        try {
+            load(junk);
+        } catch (const SKPError& e) {
+            return e.kind();
+        }
+        return SKPError::Kind::cancelled;
+    }());
+    EXPECT_EQ(liveHandles(), 0);
+}
+
+TEST_F(SKPReaderTest, failingEntityRootIsAnApiErrorAndRemovesTextures) {
+    nlohmann::json scene = {
+        {"fail", {"SUModelGetEntities"}},
+        {"materials", {{{"name", "T"}, {"type", 1}, {"texture", {{"fileName", "a.png"}}}}}}};
+    try {
+        load(writeScene(scene));
+        ADD_FAILURE() << "loaded";
+    } catch (const SKPError& e) {
+        EXPECT_EQ(e, SKPError::api("SUModelGetEntities", 6));
+        EXPECT_EQ(e.errorDescription(), "SketchUp API error (SUModelGetEntities \u2192 6).");
+    }
+    EXPECT_EQ(textureFolders(), 0u);
+    EXPECT_EQ(liveHandles(), 0);
+}
+
+TEST_F(SKPReaderTest, cancellationIsPolledAfterOpenAndEvery2000Faces) {
+    nlohmann::json scene = {
+        {"materials", {{{"name", "T"}, {"type", 1}, {"texture", {{"fileName", "a.png"}}}}}},
+        {"entities", {{"faceRow", 4001}}}};
+    fs::path file = writeScene(scene);
+
+    int polls = 0;
+    std::vector<SKPReader::Progress> reports;
+    SKPModel m = load(
+        file, [&](const SKPReader::Progress& p) { reports.push_back(p); },
+        [&] {
+            ++polls;
+            return false;
+        });
+    EXPECT_EQ(polls, 4);  // after the open, then at faces 0, 2000 and 4000
+    EXPECT_EQ(m.stats.faces, 4001);
+    ASSERT_EQ(reports.size(), 6u);
+    EXPECT_EQ(reports[0].phase, "Reading file");
+    EXPECT_EQ(reports[0].fraction, 0.08);
+    EXPECT_EQ(reports[1].phase, "Reading materials and layers");
+    EXPECT_EQ(reports[2].phase, "Converting faces");
+    EXPECT_EQ(reports[2].faces, 0);
+    EXPECT_NEAR(*reports[2].fraction, 0.24, 1e-12);
+    EXPECT_EQ(reports[3].faces, 2000);
+    EXPECT_NEAR(*reports[3].fraction, (1 - 1 / 1.05) * 0.6 + 0.24, 1e-12);
+    EXPECT_EQ(reports[5].phase, "Building scene");
+    EXPECT_EQ(reports[5].faces, 4001);
+    EXPECT_EQ(reports[5].fraction, 0.88);
+    EXPECT_EQ(textureFolders(), 1u);
+
+    polls = 0;
+    try {
+        load(file, {}, [&] { return ++polls == 3; });
+        ADD_FAILURE() << "not cancelled";
+    } catch (const SKPError& e) {
+        EXPECT_EQ(e.kind(), SKPError::Kind::cancelled);
+    }
+    EXPECT_EQ(textureFolders(), 1u);  // only the first model's folder stays
+    EXPECT_EQ(liveHandles(), 0);
+
+    // A cancel right after the open.
+    EXPECT_THROW(load(file, {}, [] { return true; }), SKPError);
+    EXPECT_EQ(liveHandles(), 0);
+}
+
+TEST_F(SKPReaderTest, nestingBeyondDepth63LeavesEmptyDefinitions) {
+    SKPModel m = load(writeScene({{"entities", {{"groupNest", 65}}}}));
+    ASSERT_EQ(m.definitions.size(), 64u);
+    EXPECT_EQ(m.definitions[0].name, "level 64");
+    EXPECT_TRUE(m.definitions[0].meshes.empty());
+    EXPECT_EQ(m.definitions[1].name, "level 63");
+    EXPECT_EQ(m.definitions[1].meshes.size(), 1u);
+    EXPECT_EQ(m.stats.faces, 63);
+    EXPECT_EQ(m.stats.instances, 64);
+}
+
+TEST_F(SKPReaderTest, guidePointCloudsAreThinnedAndOnlyReadWhereNothingElseIs) {
+    SKPModel cloud = load(writeScene({{"entities", {{"guidePointCloud", 130000}}}}));
+    EXPECT_EQ(cloud.stats.edges, 65000);
+    ASSERT_EQ(cloud.root.edges.size(), 1u);
+    expectNear(cloud.root.edges[0].positions[2], {2 * 0.0254f - 0.015f, 0, 0});
+    EXPECT_NEAR(cloud.boundsMax.x, 129998 * 0.0254f, 1e-2);  // the point, not the segment end
+
+    nlohmann::json withEdge = {
+        {"entities",
+         {{"guidePointCloud", 100}, {"edges", {{{"start", {0, 0, 0}}, {"end", {1, 0, 0}}}}}}}};
+    EXPECT_EQ(load(writeScene(withEdge)).stats.edges, 1);
+}
+
+TEST_F(SKPReaderTest, modelWithoutLayersGetsLayer0) {
+    nlohmann::json scene = {
+        {"entities", {{"faces", {{{"vertices", {{0, 0, 0}, {1, 0, 0}, {0, 1, 0}}}}}}}}};
+    SKPModel m = load(writeScene(scene));
+    ASSERT_EQ(m.layers.size(), 1u);
+    EXPECT_EQ(m.layers[0], (Layer{"Layer0", true, std::nullopt}));
+    ASSERT_EQ(m.root.meshes.size(), 1u);
+    EXPECT_EQ(m.root.meshes[0].layer, 0);
+    EXPECT_FALSE(m.loadWarning);
+    EXPECT_FALSE(m.camera);
+}
+
+TEST_F(SKPReaderTest, missingOptionalFunctionsAreRespected) {
+    SketchUpAPI::Location noOptional{
+        fs::path(VISTREL_STANDIN_DIR) / "no_optional/SketchUpAPI.framework", std::nullopt, false};
+    const SketchUpAPI::Functions f = SketchUpAPI::loadFunctions(noOptional);
+    EXPECT_EQ(f.SUMaterialIsDrawnTransparent, nullptr);
+    EXPECT_EQ(f.SULayerGetParentLayerFolder, nullptr);
+    EXPECT_EQ(f.SUEntitiesGetGuidePoints, nullptr);
+
+    nlohmann::json scene = {
+        {"materials", {{{"name", "Drawn"}, {"color", {1, 2, 3, 255}}, {"drawnTransparent", true}}}},
+        {"layers", {{{"name", "A"}, {"folder", "F"}}}},
+        {"entities", {{"guidePoints", {{{"position", {0, 0, 0}}}}}}}};
+    fs::path file = writeScene(scene);
+    SUHandle model = nullptr;
+    int32_t status = 0;
+    ASSERT_EQ(f.SUModelCreateFromFileWithStatus(&model, file.c_str(), &status), 0);
+    SKPReader::Converter converter(f, {}, {});
+    SKPModel m = converter.convertModel(model, {}, status, std::chrono::steady_clock::now());
+    f.SUModelRelease(&model);
+    EXPECT_FALSE(m.materials[0].isTransparent);
+    EXPECT_FALSE(m.layers[0].folder);
+    EXPECT_EQ(m.stats.edges, 0);
+}
+
+TEST_F(SKPReaderTest, namesThatAreNotUTF8AreRepaired) {
+    nlohmann::json scene = {{"materials", {{{"nameHex", "4fC328"}}, {{"nameHex", "e282ac"}}}}};
+    SKPModel m = load(writeScene(scene));
+    ASSERT_EQ(m.materials.size(), 2u);
+    EXPECT_EQ(m.materials[0].name, "O\xEF\xBF\xBD(");
+    EXPECT_EQ(m.materials[1].name, "\xE2\x82\xAC");
+}
+
+TEST_F(SKPReaderTest, concurrentLoadsTakeTheLibraryOneAtATime) {
+    // The stand-in refuses a second open model, as the real library cannot serve two loads.
+    std::vector<std::thread> threads;
+    std::atomic<int> loaded = 0;
+    for (int t = 0; t < 4; ++t)
+        threads.emplace_back([&] {
+            for (int i = 0; i < 3; ++i) {
+                try {
+                    if (SKPReader::load(fixture("hierarchy.json")).stats.faces == 3) ++loaded;
+                } catch (const SKPError&) {
+                }
+            }
+        });
+    for (std::thread& t : threads) t.join();
+    EXPECT_EQ(loaded, 12);
+    EXPECT_EQ(liveHandles(), 0);
+}

@@ -1,0 +1,96 @@
+// A document on a throw-away settings file, with a viewport driven by hand, and small models.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "ManualClock.h"
+#include "ManualTimer.h"
+#include "TestEnv.h"
+#include "documents/DocumentModel.h"
+#include "model/SyntheticModel.h"
+#include "scene/ViewportScene.h"
+#include "settings/SettingsStore.h"
+#include "shell/Preferences.h"
+
+namespace vistrel::test {
+
+// A unit box at `origin` on `layer`: 12 triangles.
+inline Mesh boxMesh(int layer, Float3 origin) {
+    Mesh mesh;
+    mesh.layer = layer;
+    for (int i = 0; i < 8; ++i)
+        mesh.positions.push_back(origin +
+                                 Float3{float(i & 1), float((i >> 1) & 1), float((i >> 2) & 1)});
+    mesh.normals.assign(8, Float3{0, 0, 1});
+    mesh.indices = {0, 1, 3, 0, 3, 2, 4, 5, 7, 4, 7, 6, 0, 1, 5, 0, 5, 4,
+                    2, 3, 7, 2, 7, 6, 0, 2, 6, 0, 6, 4, 1, 3, 7, 1, 7, 5};
+    return mesh;
+}
+
+// Layers 0 and 1 in folder "Murs", layer 2 in "Toit", layer 3 alone and empty. Boxes on
+// layers 0 to 2, spaced 3 m apart along x.
+inline SKPModel groupedModel(std::vector<Scene> scenes = {}) {
+    Definition root;
+    for (int layer = 0; layer < 3; ++layer)
+        root.meshes.push_back(boxMesh(layer, {3.0f * float(layer), 0, 0}));
+    std::vector<Layer> layers{{"Mur nord", true, "Murs"},
+                              {"Mur sud", true, "Murs"},
+                              {"Toiture", true, "Toit"},
+                              {"Vide", true, std::nullopt}};
+    Stats stats{36, 36, 0, 0, 0, 0};
+    SKPFileInfo info;
+    info.url = "/tmp/grouped.skp";
+    return SKPModel(std::move(root), {}, {}, std::move(layers), std::move(scenes), std::nullopt,
+                    {0, 0, 0}, {7, 1, 1}, stats, info, std::nullopt, std::nullopt);
+}
+
+class DocumentModelTest : public testing::Test {
+  protected:
+    void SetUp() override {
+        app::Preferences::setStore(&store);
+        app::Preferences::registerDefaults();
+    }
+    void TearDown() override {
+        model.reset();
+        app::Preferences::setStore(nullptr);
+    }
+
+    // Made on first use, so that a test can set preferences before.
+    app::DocumentModel& doc() {
+        if (!model) {
+            model = std::make_unique<app::DocumentModel>(timer, clock);
+            model->viewport().onRedraw = [this] { ++redraws; };
+            model->isShiftHeld = [this] { return shiftHeld; };
+        }
+        return *model;
+    }
+
+    viewport::ViewportScene& present(SKPModel m) {
+        auto scene = std::make_shared<viewport::ViewportScene>(std::move(m));
+        doc().present(scene, 1.5);
+        return *scene;
+    }
+
+    // Runs the camera's glide to its end.
+    void settle() {
+        for (int i = 0; i < 20; ++i) {
+            clock.advance(0.5);
+            timer.fire();
+        }
+    }
+
+    TempDir dir;
+    SettingsStore store{dir / "settings.json"};
+    ManualTimer timer;
+    ManualClock clock;
+    std::unique_ptr<app::DocumentModel> model;
+    int redraws = 0;
+    bool shiftHeld = false;
+};
+
+}  // namespace vistrel::test

@@ -1,0 +1,442 @@
+#include "camera/CameraRig.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <numbers>
+#include <vector>
+
+#include "ManualClock.h"
+#include "ManualTimer.h"
+
+using namespace vistrel;
+using namespace vistrel::viewport;
+using Pose = CameraRig::Pose;
+
+namespace {
+
+constexpr float pi = std::numbers::pi_v<float>;
+constexpr float degree = pi / 180;
+constexpr std::uint16_t keyW = 13, keyS = 1, keyA = 0, keyD = 2, keySpace = 49, keyC = 8;
+
+void expectNear(Float3 a, Float3 b, float tolerance = 1e-5f) {
+    EXPECT_NEAR(a.x, b.x, tolerance);
+    EXPECT_NEAR(a.y, b.y, tolerance);
+    EXPECT_NEAR(a.z, b.z, tolerance);
+}
+
+// Rotates v by the unit quaternion q (x, y, z, w).
+Float3 rotate(Float4 q, Float3 v) {
+    const Float3 u{q.x, q.y, q.z};
+    return u * (2 * dot(u, v)) + v * (q.w * q.w - dot(u, u)) + cross(u, v) * (2 * q.w);
+}
+
+class CameraRigTest : public testing::Test {
+  protected:
+    CameraRigTest() {
+        node.camera = CameraSettings{};
+        rig.onChange = [this] { ++changes; };
+    }
+    // One timer firing after `dt` seconds of wall time.
+    void tickAfter(double dt) {
+        clock.advance(dt);
+        timer.fire();
+    }
+    // Ticks at `dt` until the timer stops; the number of ticks it took, or -1 past `limit`.
+    int ticksUntilRest(double dt, int limit = 10000) {
+        for (int n = 1; n <= limit; ++n) {
+            tickAfter(dt);
+            if (!timer.isRunning()) return n;
+        }
+        return -1;
+    }
+
+    CameraNode node;
+    test::ManualTimer timer;
+    test::ManualClock clock;
+    CameraRig rig{node, timer, clock};
+    int changes = 0;
+};
+
+}  // namespace
+
+TEST_F(CameraRigTest, poseFrameIsRightHandedWithLevelHorizonAndNodeFollows) {
+    const std::vector<std::pair<float, float>> angles = {
+        {0, 0}, {pi / 2, 0}, {0.7f, -0.4f}, {-2.5f, 1.2f}, {pi / 2, -pi / 2}, {10.0f, 0.3f}};
+    for (auto [yaw, pitch] : angles) {
+        SCOPED_TRACE(testing::Message() << "yaw " << yaw << " pitch " << pitch);
+        Pose p{{1, 2, 3}, yaw, pitch, 4};
+        const Float3 f = p.forward(), r = p.right(), u = p.up();
+        expectNear(
+            f, {std::cos(yaw) * std::cos(pitch), std::sin(yaw) * std::cos(pitch), std::sin(pitch)});
+        EXPECT_EQ(r.z, 0);
+        EXPECT_NEAR(length(u), 1, 1e-5f);
+        EXPECT_NEAR(dot(f, r), 0, 1e-6f);
+        EXPECT_NEAR(dot(f, u), 0, 1e-6f);
+        EXPECT_GE(u.z, -1e-6f);  // never upside down
+        expectNear(p.target(), Float3{1, 2, 3} + f * 4);
+        const Float3x3 b = p.basis();
+        expectNear(b.c0, r);
+        expectNear(b.c1, u);
+        expectNear(b.c2, -f);
+
+        rig.set(p);
+        EXPECT_EQ(node.position, p.position);
+        expectNear(rotate(node.orientation, {0, 0, -1}), f);
+        expectNear(rotate(node.orientation, {0, 1, 0}), u);
+        expectNear(rotate(node.orientation, {1, 0, 0}), r);
+    }
+}
+
+TEST_F(CameraRigTest, stepAtRestChangesNothingAndStaysSilent) {
+    rig.set(Pose{{1, 2, 3}, 0.5f, -0.2f, 7});
+    changes = 0;
+    rig.keys.insert(53);  // Esc is not a move key
+    rig.step(0.1f);
+    EXPECT_EQ(rig.pose(), (Pose{{1, 2, 3}, 0.5f, -0.2f, 7}));
+    EXPECT_EQ(changes, 0);
+    EXPECT_FALSE(rig.isMoving());
+    rig.startTicking();
+    EXPECT_FALSE(timer.isRunning());
+}
+
+TEST_F(CameraRigTest, glideEndsOnTheStepThatReachesItsDurationNotBeforeOrAfter) {
+    const Pose to{{10, 0, 0}, 0.5f, -0.3f, 5};
+    rig.beginGlide(to, 1, 3, CameraRig::defaultGlideDuration);
+    ASSERT_TRUE(timer.isRunning());
+    for (int n = 1; n <= 3; ++n) {
+        tickAfter(0.1);
+        SCOPED_TRACE(n);
+        EXPECT_TRUE(rig.glide().has_value());
+        EXPECT_TRUE(timer.isRunning());
+        EXPECT_LT(rig.pose().position.x, 10);
+    }
+    tickAfter(0.1);
+    EXPECT_FALSE(rig.glide().has_value());
+    EXPECT_FALSE(timer.isRunning());
+    EXPECT_EQ(rig.pose(), to);  // e is exactly 1 on the last step
+    EXPECT_EQ(node.camera->orthographicScale, 3);
+    EXPECT_EQ(changes, 4);
+}
+
+TEST_F(CameraRigTest, glideFollowsSmoothstepAndInterpolatesScale) {
+    rig.set(Pose{{0, 0, 0}, 0, 0, 1});
+    rig.beginGlide(Pose{{8, -4, 2}, 0, 0.4f, 9}, 2, 6, 1);
+    rig.step(0.25f);  // e = 0.15625
+    expectNear(rig.pose().position, Float3{8, -4, 2} * 0.15625f);
+    EXPECT_NEAR(rig.pose().distance, 1 + 8 * 0.15625f, 1e-5f);
+    EXPECT_NEAR(node.camera->orthographicScale, 2 + 4 * 0.15625, 1e-6);
+    rig.step(0.25f);  // halfway in time is halfway in space
+    expectNear(rig.pose().position, {4, -2, 1});
+    EXPECT_NEAR(rig.pose().pitch, 0.2f, 1e-6f);
+    EXPECT_NEAR(node.camera->orthographicScale, 4, 1e-6);
+}
+
+TEST_F(CameraRigTest, glideYawTakesTheShortWayRound) {
+    struct Case {
+        float from, to, end;
+    };
+    const std::vector<Case> cases = {
+        {350 * degree, 10 * degree, 370 * degree},  // forwards through 0
+        {10 * degree, 350 * degree, -10 * degree},  // backwards through 0
+        {-170 * degree, 170 * degree, -190 * degree},
+        {0, 4 * pi + 0.5f, 0.5f},  // whole turns are dropped
+        {0.3f, INFINITY, 0.3f},    // a yaw that isn't finite doesn't move
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(testing::Message() << c.from << " -> " << c.to);
+        rig.set(Pose{{}, c.from, 0, 1});
+        rig.beginGlide(Pose{{}, c.to, 0, 1}, 1, 1, 1);
+        const float lo = std::min(c.from, c.end) - 1e-4f, hi = std::max(c.from, c.end) + 1e-4f;
+        while (rig.glide()) {
+            rig.step(0.05f);
+            EXPECT_GE(rig.pose().yaw, lo);
+            EXPECT_LE(rig.pose().yaw, hi);
+        }
+        EXPECT_NEAR(rig.pose().yaw, c.end, 1e-4f);
+    }
+}
+
+TEST_F(CameraRigTest, newGlideReplacesTheRunningOneFromWhereItHadCome) {
+    rig.set(Pose{{0, 0, 0}, 0, 0, 1});
+    rig.beginGlide(Pose{{10, 0, 0}, 0, 0, 1}, 1, 1, 1);
+    rig.step(0.5f);
+    const Float3 reached = rig.pose().position;
+    rig.beginGlide(Pose{{0, 10, 0}, 0, 0, 1}, 1, 1, 1);
+    EXPECT_EQ(timer.starts(), 1);  // still the one timer
+    EXPECT_EQ(rig.glide()->from.position, reached);
+    EXPECT_EQ(rig.glide()->elapsed, 0);
+    rig.step(1);
+    expectNear(rig.pose().position, {0, 10, 0});
+
+    // A zero duration is a jump on the next step, even a step of no time.
+    rig.beginGlide(Pose{{5, 5, 5}, 1, 0, 2}, 1, 1, 0);
+    rig.step(0);
+    EXPECT_EQ(rig.pose(), (Pose{{5, 5, 5}, 1, 0, 2}));
+    EXPECT_FALSE(rig.glide().has_value());
+}
+
+TEST_F(CameraRigTest, orbitPitchStopsAt89DegreesWithoutPullingPosesBeyondIt) {
+    struct Case {
+        float pitch, dPitch, expected;
+    };
+    const std::vector<Case> cases = {
+        {0, 2, 1.55334f},           {0, -2, -1.55334f},        {1.5707f, 0.01f, 1.5707f},
+        {1.5707f, -0.01f, 1.5607f}, {-pi / 2, -0.1f, -pi / 2}, {-pi / 2, 0.1f, -pi / 2 + 0.1f},
+        {0.3f, 0.2f, 0.5f},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(testing::Message() << c.pitch << " + " << c.dPitch);
+        rig.set(Pose{{}, 0, c.pitch, 1});
+        rig.orbit(0, c.dPitch);
+        EXPECT_FLOAT_EQ(rig.pose().pitch, c.expected);
+        rig.set(Pose{{}, 0, c.pitch, 1});
+        rig.look(0, c.dPitch);
+        EXPECT_FLOAT_EQ(rig.pose().pitch, c.expected);
+    }
+}
+
+TEST_F(CameraRigTest, orbitTurnsAroundTargetOrPivotKeepingDistance) {
+    const Pose start{{-10, 0, 5}, 0, -0.4f, 6};
+    rig.set(start);
+    const Float3 target = start.target();
+    rig.orbit(1.0f, 0.3f);
+    expectNear(rig.pose().target(), target, 1e-4f);
+    EXPECT_EQ(rig.pose().distance, 6);
+    EXPECT_FLOAT_EQ(rig.pose().yaw, 1.0f);
+
+    rig.set(start);
+    rig.pivot = Float3{0, 0, 0};
+    const float radius = length(start.position);
+    rig.orbit(-2.0f, 0.2f);
+    EXPECT_NEAR(length(rig.pose().position), radius, 1e-4f);
+    // The pivot stays where it was on screen: same coordinates in the camera frame.
+    expectNear(start.basis().transposeTimes(-start.position),
+               rig.pose().basis().transposeTimes(-rig.pose().position), 1e-4f);
+    EXPECT_EQ(rig.pose().distance, 6);
+}
+
+TEST_F(CameraRigTest, orbitIn2DModeNeverTilts) {
+    rig.is2DMode = true;
+    rig.set(Pose{{0, 0, 20}, 0.2f, -1.0f, 20});
+    rig.orbit(0.3f, 0.5f, 5.0);
+    EXPECT_EQ(rig.pose().pitch, -pi / 2);
+    EXPECT_EQ(rig.spin().y, 0);
+    EXPECT_FLOAT_EQ(rig.spin().x, 0.3f * 60);
+    rig.orbit(0.1f, -0.7f);
+    EXPECT_EQ(rig.pose().pitch, -pi / 2);
+    rig.startTicking();
+    ticksUntilRest(1.0 / 60);
+    EXPECT_EQ(rig.pose().pitch, -pi / 2);
+}
+
+TEST_F(CameraRigTest, orbitSpeedUsesTheEventIntervalWithinBounds) {
+    struct Case {
+        std::optional<double> first, second;
+        float expectedSpinX;
+    };
+    const float d = 0.01f;
+    const std::vector<Case> cases = {
+        {std::nullopt, 1.0, d * 60},  // no earlier event
+        {1.0, 1.05, d / 0.05f},       // measured
+        {1.0, 1.001, d * 120},        // a burst cannot exceed 1/120 s
+        {1.0, 1.0, d * 60},           // same stamp
+        {1.0, 0.9, d * 60},           // older stamp
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.expectedSpinX);
+        rig.set(Pose{});
+        if (c.first) rig.orbit(0.5f, 0, c.first);
+        rig.orbit(d, 0, c.second);
+        EXPECT_NEAR(rig.spin().x, c.expectedSpinX, c.expectedSpinX * 1e-3f);
+    }
+    // An orbit without a time stamp leaves the speed alone.
+    rig.orbit(0.4f, 0.1f);
+    EXPECT_NEAR(rig.spin().x, d * 60, 1e-3f);
+}
+
+TEST_F(CameraRigTest, inertiaDecaysAndStopsTheTimerOnTheTickItComesToRest) {
+    rig.set(Pose{{-5, 0, 0}, 0, 0, 5});
+    rig.orbit(0.01f, 0, 3.0);
+    EXPECT_NEAR(rig.spin().x, 0.6f, 1e-5f);
+    rig.startTicking();
+    const float yawAtRelease = rig.pose().yaw;
+    EXPECT_EQ(ticksUntilRest(1.0 / 60), 25);
+    EXPECT_EQ(rig.spin(), (Float2{0, 0}));
+    // Total turn of the decay: about 0.6 * 0.1 rad, and the camera then stays put.
+    EXPECT_NEAR(rig.pose().yaw - yawAtRelease, 0.6f * 0.1f, 0.01f);
+    const Pose rest = rig.pose();
+    timer.fire();
+    EXPECT_EQ(rig.pose(), rest);
+}
+
+TEST_F(CameraRigTest, inertiaTimeConstantDoesNotDependOnFrameRate) {
+    for (double rate : {60.0, 120.0, 30.0}) {
+        rig.set(Pose{});
+        rig.orbit(0.02f, 0.01f, 1.0);
+        rig.startTicking();
+        for (int n = 0; n < int(rate / 10); ++n) tickAfter(1 / rate);  // 0.1 s
+        SCOPED_TRACE(rate);
+        EXPECT_NEAR(rig.spin().x, 1.2f * std::exp(-1.0f), 1e-3f);
+        EXPECT_NEAR(rig.spin().y, 0.6f * std::exp(-1.0f), 1e-3f);
+        rig.set(Pose{});
+        timer.fire();
+    }
+}
+
+TEST_F(CameraRigTest, keyFlightDirectionAndSpeed) {
+    struct Case {
+        std::vector<std::uint16_t> keys;
+        bool is2D, fast;
+        Float3 expected;  // displacement over 0.5 s at 2 m/s x speedScale 1.5
+    };
+    const float s = 1.5f, diag = 1.5f / std::sqrt(2.0f);
+    // Start pose looks along +Y, 30 degrees down; right is +X.
+    const Pose start{{0, 0, 0}, pi / 2, -pi / 6, 1};
+    const Float3 f = start.forward();
+    const std::vector<Case> cases = {
+        {{keyW}, false, false, f * s},         {{126}, false, false, f * s},  // arrow up
+        {{keyS}, false, false, -f * s},        {{keyW, keyS}, false, false, {}},
+        {{keyD}, false, false, {s, 0, 0}},     {{keyA}, false, false, {-s, 0, 0}},
+        {{keySpace}, false, false, {0, 0, s}},  // straight up whatever the view
+        {{14}, false, false, {0, 0, s}},        // E
+        {{keyC}, false, false, {0, 0, -s}},    {{keySpace, keyC}, false, false, {}},
+        {{keyW}, false, true, f * (4 * s)},    {{keyD, keyC}, false, false, {diag, 0, -diag}},
+        {{keySpace}, true, false, {}},  // no vertical in 2D
+        {{keyW}, true, false, start.up() * s},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(testing::Message() << "keys " << c.keys.size() << " first " << c.keys[0]
+                                        << " 2D " << c.is2D << " fast " << c.fast);
+        rig.set(start);
+        rig.keys.clear();
+        for (auto k : c.keys) rig.keys.insert(k);
+        rig.is2DMode = c.is2D;
+        rig.fast = c.fast;
+        rig.baseSpeed = 2;
+        rig.speedScale = 1.5f;
+        rig.pivot = Float3{7, 7, 7};
+        changes = 0;
+        rig.step(0.5f);
+        expectNear(rig.pose().position, c.expected);
+        EXPECT_EQ(changes, length(c.expected) > 0 ? 1 : 0);
+        EXPECT_EQ(rig.pose().yaw, start.yaw);
+        EXPECT_EQ(*rig.pivot, (Float3{7, 7, 7}));
+    }
+}
+
+TEST_F(CameraRigTest, keysRunTheTimerUntilReleasedAndAStallStepsATenthOfASecond) {
+    rig.keys.insert(keyW);
+    rig.startTicking();
+    ASSERT_TRUE(timer.isRunning());
+    tickAfter(0.02);
+    EXPECT_NEAR(rig.pose().position.x, 0.02f, 1e-6f);
+    tickAfter(30);  // the machine slept
+    EXPECT_NEAR(rig.pose().position.x, 0.12f, 1e-6f);
+    EXPECT_TRUE(timer.isRunning());
+    rig.keys.erase(keyW);
+    tickAfter(0.02);
+    EXPECT_FALSE(timer.isRunning());
+    EXPECT_NEAR(rig.pose().position.x, 0.12f, 1e-6f);
+}
+
+TEST_F(CameraRigTest, lookTurnsInPlaceAndNotifiesTwice) {
+    rig.is2DMode = true;
+    rig.pivot = Float3{5, 5, 5};
+    rig.set(Pose{{1, 2, 3}, 0, 0, 4});
+    rig.orbit(0, 0, 1.0);
+    rig.orbit(0.2f, 0, 1.05);
+    const Float3 before = rig.pose().position;
+    const Float2 spin = rig.spin();
+    std::vector<Pose> seen;
+    rig.onChange = [&] { seen.push_back(rig.pose()); };
+    rig.look(0.5f, 0.3f);
+    ASSERT_EQ(seen.size(), 2u);
+    EXPECT_FLOAT_EQ(seen[0].yaw, 0.7f);
+    EXPECT_FLOAT_EQ(seen[0].pitch, -pi / 2);         // yaw first, pitch untouched
+    EXPECT_FLOAT_EQ(seen[1].pitch, -pi / 2 + 0.3f);  // look ignores 2D mode
+    EXPECT_EQ(rig.pose().position, before);
+    EXPECT_EQ(*rig.pivot, (Float3{5, 5, 5}));
+    EXPECT_EQ(rig.spin(), spin);
+}
+
+TEST_F(CameraRigTest, setStopsGlideAndInertiaAndTheTimerStopsOnItsNextTick) {
+    rig.orbit(0.1f, 0, 1.0);
+    rig.beginGlide(Pose{{9, 9, 9}, 1, 0, 1}, 1, 5, 2);
+    EXPECT_EQ(rig.spin(), (Float2{0, 0}));  // a glide takes over from inertia
+    rig.orbit(0.1f, 0, 1.1);
+    rig.set(Pose{{1, 1, 1}, 0, 0, 1}, 0.25);
+    EXPECT_FALSE(rig.glide().has_value());
+    EXPECT_EQ(rig.spin(), (Float2{0, 0}));
+    EXPECT_EQ(node.camera->orthographicScale, 0.25);
+    EXPECT_TRUE(timer.isRunning());
+    tickAfter(1.0 / 60);
+    EXPECT_FALSE(timer.isRunning());
+    EXPECT_EQ(rig.pose(), (Pose{{1, 1, 1}, 0, 0, 1}));
+    // The previous orbit time is forgotten: the next measured orbit uses 1/60 s.
+    rig.orbit(0.01f, 0, 1.2);
+    EXPECT_NEAR(rig.spin().x, 0.6f, 1e-5f);
+}
+
+TEST_F(CameraRigTest, timerPeriodFollowsTheFastestScreenButNeverBelow60Hz) {
+    struct Case {
+        std::function<double()> fps;
+        double period;
+    };
+    const std::vector<Case> cases = {
+        {{}, 1.0 / 60},
+        {[] { return 0.0; }, 1.0 / 60},
+        {[] { return 30.0; }, 1.0 / 60},
+        {[] { return 120.0; }, 1.0 / 120},
+        {[] { return 144.0; }, 1.0 / 144},
+    };
+    for (const Case& c : cases) {
+        test::ManualTimer t;
+        CameraRig r{node, t, clock, c.fps};
+        r.keys.insert(keyW);
+        r.startTicking();
+        r.startTicking();  // a second call keeps the running timer
+        EXPECT_EQ(t.starts(), 1);
+        EXPECT_DOUBLE_EQ(t.interval(), c.period);
+    }
+}
+
+TEST_F(CameraRigTest, destroyingTheRigStopsItsTimer) {
+    test::ManualTimer t;
+    {
+        CameraRig r{node, t, clock};
+        r.keys.insert(keyW);
+        r.startTicking();
+        ASSERT_TRUE(t.isRunning());
+    }
+    EXPECT_FALSE(t.isRunning());
+}
+
+TEST_F(CameraRigTest, orientationOfStandardDirections) {
+    struct Case {
+        Float3 forward, up;
+        float yaw, pitch;
+    };
+    const float iso = std::atan2(-1.0f, std::sqrt(2.0f));
+    const std::vector<Case> cases = {
+        {{0, 0, -1}, {0, 1, 0}, pi / 2, -pi / 2},   // top: +Y up on screen
+        {{0, 0, 1}, {0, 1, 0}, -pi / 2, pi / 2},    // bottom
+        {{0, 1, 0}, {0, 0, 1}, pi / 2, 0},          // front
+        {{0, -1, 0}, {0, 0, 1}, -pi / 2, 0},        // back
+        {{1, 0, 0}, {0, 0, 1}, 0, 0},               // left
+        {{-1, 0, 0}, {0, 0, 1}, pi, 0},             // right
+        {{-1, 1, -1}, {0, 0, 1}, 3 * pi / 4, iso},  // iso, not normalised on purpose
+        {{0, 0, -5}, {0, 0, 1}, 0, -pi / 2},        // forward along the up hint: heading 0
+        {{0, 0, 0}, {0, 0, 1}, 0, 0},               // no direction at all
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(testing::Message() << c.forward.x << "," << c.forward.y << "," << c.forward.z);
+        const auto o = CameraRig::orientation(c.forward, c.up);
+        EXPECT_NEAR(o.yaw, c.yaw, 1e-5f);
+        EXPECT_NEAR(o.pitch, c.pitch, 1e-5f);
+        if (length(c.forward) > 0)
+            expectNear(Pose{{}, o.yaw, o.pitch, 1}.forward(), normalize(c.forward));
+    }
+    const auto top = CameraRig::orientation({0, 0, -1}, {0, 1, 0});
+    expectNear(Pose{{}, top.yaw, top.pitch, 1}.up(), {0, 1, 0});
+}

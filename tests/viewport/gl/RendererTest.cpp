@@ -1,0 +1,877 @@
+// Headless rendering on Mesa: pictures compared with baselines, plus assertions on known
+// regions. Every test skips when no EGL context can be made.
+#include "gl/Renderer.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <numbers>
+#include <set>
+
+#include "ImageCompare.h"
+#include "ManualClock.h"
+#include "ManualTimer.h"
+#include "TestEnv.h"
+#include "gl/HeadlessSnapshot.h"
+#include "gl/LightColor.h"
+#include "gl/OffscreenContext.h"
+#include "gl/RenderMath.h"
+#include "model/SyntheticModel.h"
+#include "scene/ViewportScene.h"
+#include "sketchup/SKPReader.h"
+#include "view/ViewportView.h"
+#include "vocabulary/Rendering.h"
+
+using namespace vistrel;
+using namespace vistrel::viewport;
+
+namespace {
+
+constexpr int kWidth = 192, kHeight = 128;
+
+struct Rgb {
+    int r = 0, g = 0, b = 0;
+    int luma() const { return (2126 * r + 7152 * g + 722 * b) / 10000; }
+    int distance(Rgb o) const {
+        return std::max({std::abs(r - o.r), std::abs(g - o.g), std::abs(b - o.b)});
+    }
+};
+
+Rgb at(const Image& image, int x, int y) {
+    if (x < 0 || y < 0 || x >= image.width || y >= image.height) {
+        ADD_FAILURE() << "pixel " << x << "," << y << " lies outside the picture";
+        return {};
+    }
+    const std::uint8_t* p = image.pixel(x, y);
+    return {p[0], p[1], p[2]};
+}
+
+// The sun and sky fill at their starting values (azimuth -135, elevation 45), under `parent`.
+void addSunRig(SceneNode& parent, float sceneSize, bool shadows = true) {
+    const float pi = std::numbers::pi_v<float>;
+    const float a = -135 * pi / 180, e = 45 * pi / 180;
+    auto sunNode = SceneNode::make("sun");
+    Light sun;
+    sun.type = Light::Type::directional;
+    sun.intensity = 1050;
+    sun.temperature = 5800;
+    sun.castsShadow = shadows;
+    sun.shadowRadius = 3;
+    sun.shadowSampleCount = 8;
+    sun.shadowColor = {0.05f, 0.07f, 0.12f, 0.48f};
+    sun.shadowCascadeCount = 3;
+    sun.shadowMapSize = 2048;
+    sun.maximumShadowDistance = 4 * sceneSize;
+    sunNode->light = sun;
+    sunNode->transform = RenderMath::lookAlong(
+        {0, 0, 0}, {-std::cos(a) * std::cos(e), -std::sin(a) * std::cos(e), -std::sin(e)},
+        {0, 0, 1});
+    parent.addChild(sunNode);
+    auto skyNode = SceneNode::make("skyFill");
+    Light sky;
+    sky.type = Light::Type::directional;
+    sky.intensity = 220;
+    sky.temperature = 7500;
+    skyNode->light = sky;
+    const float b = a + pi;
+    skyNode->transform = RenderMath::lookAlong(
+        {0, 0, 0}, {-0.882948f * std::cos(b), -0.882948f * std::sin(b), -0.469472f}, {0, 0, 1});
+    parent.addChild(skyNode);
+}
+
+std::shared_ptr<Geometry> quad(Float3 origin, Float3 u, Float3 v) {
+    auto g = std::make_shared<Geometry>();
+    g->positions = Buffer<Float3>(4);
+    g->normals = Buffer<Float3>(4);
+    g->indices = Buffer<uint32_t>(6);
+    const Float3 n = normalize(cross(u, v));
+    const Float3 p[4] = {origin, origin + u, origin + u + v, origin + v};
+    for (int i = 0; i < 4; ++i) {
+        g->positions[size_t(i)] = p[i];
+        g->normals[size_t(i)] = n;
+    }
+    const uint32_t idx[6] = {0, 1, 2, 0, 2, 3};
+    for (int i = 0; i < 6; ++i) g->indices[size_t(i)] = idx[i];
+    g->computeBounds();
+    return g;
+}
+
+std::shared_ptr<SceneNode> node(std::shared_ptr<Geometry> g,
+                                std::shared_ptr<viewport::Material> m) {
+    auto n = SceneNode::make();
+    n->geometry = std::move(g);
+    n->materials = {std::move(m)};
+    return n;
+}
+
+std::shared_ptr<viewport::Material> plain(Float4 srgb) {
+    auto m = std::make_shared<viewport::Material>();
+    m->diffuseColor = srgb;
+    m->isDoubleSided = true;
+    return m;
+}
+
+class RendererTest : public ::testing::Test {
+  protected:
+    static void SetUpTestSuite() {
+        std::string error;
+        context_ = OffscreenContext::create(error).release();
+        if (!context_) {
+            skipReason_ = new std::string(error);
+            return;
+        }
+        renderer_ = new Renderer;
+        if (!renderer_->initialize(error)) {
+            skipReason_ = new std::string(error);
+            delete renderer_;
+            renderer_ = nullptr;
+        }
+    }
+    static void TearDownTestSuite() {
+        delete renderer_;
+        delete context_;
+        delete skipReason_;
+        renderer_ = nullptr;
+        context_ = nullptr;
+        skipReason_ = nullptr;
+    }
+    void SetUp() override {
+        if (!renderer_) GTEST_SKIP() << "no GL context: " << (skipReason_ ? *skipReason_ : "");
+    }
+
+    // A frame of the scene from the model's own first view, lit by the sun rig.
+    RenderFrame frameOf(ViewportScene& scene, int w = kWidth, int h = kHeight) {
+        camera_ = HeadlessSnapshot::initialCamera(scene, w, h);
+        fill_ = *scene.fill()->light;
+        RenderFrame frame;
+        frame.root = scene.rootNode().get();
+        frame.camera = RenderCamera::from(camera_, scene.modelRoot()->worldTransform());
+        frame.cameraLight = &fill_;
+        frame.backdrop = &scene.background();
+        frame.environment = &scene.lightingEnvironment();
+        frame.environmentIntensity = scene.lightingEnvironmentIntensity();
+        return frame;
+    }
+
+    // Pixel of a model-space point in a frame of the given size.
+    static std::pair<int, int> project(const RenderFrame& frame, Float3 modelPoint,
+                                       const Float4x4& modelToWorld, int w = kWidth,
+                                       int h = kHeight) {
+        const CameraSettings& s = frame.camera.settings;
+        const float aspect = float(w) / float(h);
+        const Float4x4 projection =
+            s.usesOrthographicProjection
+                ? RenderMath::orthographic(float(s.orthographicScale) * aspect,
+                                           float(s.orthographicScale), 0.01f, 1000)
+                : RenderMath::perspective(float(s.fieldOfView * std::numbers::pi / 180), aspect,
+                                          0.01f, 1000);
+        const Float3 p = modelToWorld.transformPoint(modelPoint);
+        const Float4 c = RenderMath::transform(
+            projection * RenderMath::inverse(frame.camera.cameraToWorld), {p.x, p.y, p.z, 1});
+        const float x = (c.x / c.w * 0.5f + 0.5f) * float(w);
+        const float y = (1 - (c.y / c.w * 0.5f + 0.5f)) * float(h);
+        return {int(x), int(y)};
+    }
+
+    Image cubeIn(ShadingStyle style, bool parallel = false) {
+        ViewportScene scene(SyntheticModel::cube());
+        scene.setShadingStyle(style);
+        RenderFrame frame = frameOf(scene);
+        if (parallel) {
+            frame.camera.settings.usesOrthographicProjection = true;
+            frame.camera.settings.orthographicScale = 1.6;
+            Rendering::setAmbientOcclusion(true, 0.7, frame.camera.settings);
+        }
+        return renderer_->snapshot(frame, kWidth, kHeight);
+    }
+
+    static OffscreenContext* context_;
+    static Renderer* renderer_;
+    static std::string* skipReason_;
+    CameraNode camera_;
+    Light fill_;
+};
+
+OffscreenContext* RendererTest::context_ = nullptr;
+Renderer* RendererTest::renderer_ = nullptr;
+std::string* RendererTest::skipReason_ = nullptr;
+
+TEST_F(RendererTest, cubeTexturedMatchesBaselineAndIsNotUniform) {
+    const Image image = cubeIn(ShadingStyle::textured);
+    std::set<int> colours;
+    for (int y = 0; y < image.height; ++y)
+        for (int x = 0; x < image.width; ++x) {
+            Rgb c = at(image, x, y);
+            colours.insert(c.r << 16 | c.g << 8 | c.b);
+        }
+    EXPECT_GT(colours.size(), 100u);
+    EXPECT_TRUE(test::matchesBaseline(image, "cube_textured"));
+}
+
+TEST_F(RendererTest, stylesMatchTheirBaselines) {
+    EXPECT_TRUE(test::matchesBaseline(cubeIn(ShadingStyle::clay), "cube_clay"));
+    EXPECT_TRUE(test::matchesBaseline(cubeIn(ShadingStyle::xray), "cube_xray"));
+    EXPECT_TRUE(test::matchesBaseline(cubeIn(ShadingStyle::wireframe), "cube_wireframe"));
+    EXPECT_TRUE(test::matchesBaseline(cubeIn(ShadingStyle::textured, true), "cube_parallel"));
+}
+
+// --- Styles -----------------------------------------------------------------------------------
+
+class RendererStyleTest : public RendererTest {
+  protected:
+    // A point of the lit -Y face of the amber cube (the second one, on layer 1), away from
+    // the lines of the back edges that x-ray shows through it.
+    std::pair<int, int> amberFront() {
+        ViewportScene scene(SyntheticModel::cube());
+        RenderFrame frame = frameOf(scene);
+        return project(frame, {2.25f, 0, 0.3f}, scene.modelRoot()->worldTransform());
+    }
+    Image backdropOnly() {
+        ViewportScene scene(SKPModel{});
+        RenderFrame frame = frameOf(scene);
+        frame.camera = cameraFrame_;
+        return renderer_->snapshot(frame, kWidth, kHeight);
+    }
+    void SetUp() override {
+        RendererTest::SetUp();
+        if (IsSkipped()) return;
+        ViewportScene scene(SyntheticModel::cube());
+        cameraFrame_ = frameOf(scene).camera;
+    }
+    RenderCamera cameraFrame_;
+};
+
+TEST_F(RendererStyleTest, clayFacesAreNearWhiteWhereTexturedIsAmber) {
+    const auto [x, y] = amberFront();
+    const Rgb textured = at(cubeIn(ShadingStyle::textured), x, y);
+    const Rgb clay = at(cubeIn(ShadingStyle::clay), x, y);
+    EXPECT_GT(textured.r - textured.b, 80);
+    EXPECT_GT(clay.r, 170);
+    EXPECT_GT(clay.b, 150);
+    EXPECT_LT(std::abs(clay.r - clay.b), 30);
+}
+
+TEST_F(RendererStyleTest, xrayFacesLetTheBackdropThrough) {
+    const auto [x, y] = amberFront();
+    const Rgb backdrop = at(backdropOnly(), x, y);
+    const Rgb textured = at(cubeIn(ShadingStyle::textured), x, y);
+    const Rgb xray = at(cubeIn(ShadingStyle::xray), x, y);
+    std::printf("%d,%d bd %d %d %d tex %d %d %d x %d %d %d\n", x, y, backdrop.r, backdrop.g,
+                backdrop.b, textured.r, textured.g, textured.b, xray.r, xray.g, xray.b);
+    // The blue of the sky comes through the amber face, which still tints it.
+    EXPECT_GT(xray.b, textured.b + 30);
+    EXPECT_LT(xray.b, backdrop.b);
+    EXPECT_GT(xray.r - xray.b, 10);
+}
+
+TEST_F(RendererStyleTest, wireframeDrawsEdgesAndNoFacePixels) {
+    const Image backdrop = backdropOnly();
+    const Image wire = cubeIn(ShadingStyle::wireframe);
+    const Image textured = cubeIn(ShadingStyle::textured);
+    auto changed = [&](const Image& image) {
+        int n = 0;
+        for (int y = 0; y < kHeight; ++y)
+            for (int x = 0; x < kWidth; ++x) n += at(image, x, y).distance(at(backdrop, x, y)) > 8;
+        return n;
+    };
+    int amber = 0;
+    for (int y = 0; y < kHeight; ++y)
+        for (int x = 0; x < kWidth; ++x) {
+            const Rgb c = at(wire, x, y);
+            amber += c.r - c.b > 40;
+        }
+    EXPECT_EQ(amber, 0);
+    const int wirePixels = changed(wire), facePixels = changed(textured);
+    EXPECT_GT(wirePixels, 200);             // the lines are there
+    EXPECT_LT(wirePixels * 2, facePixels);  // and nothing fills the faces
+}
+
+TEST_F(RendererStyleTest, hiddenLayerDisappears) {
+    const auto [x, y] = amberFront();
+    const Image backdrop = backdropOnly();
+    ViewportScene scene(SyntheticModel::cube());
+    RenderFrame frame = frameOf(scene);
+    EXPECT_GT(at(renderer_->snapshot(frame, kWidth, kHeight), x, y).distance(at(backdrop, x, y)),
+              40);
+    ViewportScene::LayerSet* decor = scene.findLayerSet({0, 1});
+    ASSERT_TRUE(decor && decor->node);
+    decor->node->isHidden = true;
+    const Image hidden = renderer_->snapshot(frame, kWidth, kHeight);
+    EXPECT_LE(at(hidden, x, y).distance(at(backdrop, x, y)), 3);
+    const auto [wx, wy] = project(frame, {0.5f, 0, 0.5f}, scene.modelRoot()->worldTransform());
+    EXPECT_GT(at(hidden, wx, wy).distance(at(backdrop, wx, wy)), 40);  // the other cube stays
+    EXPECT_TRUE(test::matchesBaseline(hidden, "cube_hidden_layer"));
+}
+
+// --- Light and shadow ---------------------------------------------------------------------------
+
+TEST_F(RendererTest, faceAwayFromTheSunIsDarkerThanTheLitFace) {
+    ViewportScene scene(SyntheticModel::cube());
+    scene.setShadingStyle(ShadingStyle::clay);
+    RenderFrame frame = frameOf(scene);
+    const Image image = renderer_->snapshot(frame, kWidth, kHeight);
+    const Float4x4 world = scene.modelRoot()->worldTransform();
+    auto [lx, ly] = project(frame, {2.0f, 0, 0.5f}, world);     // -Y: faces the sun
+    auto [sx, sy] = project(frame, {2.5f, 0.5f, 0.5f}, world);  // +X: turned away
+    EXPECT_GT(at(image, lx, ly).luma(), at(image, sx, sy).luma() + 15);
+    EXPECT_GT(at(image, sx, sy).luma(), 60);  // sky, fill and environment keep it readable
+}
+
+class RendererSceneTest : public RendererTest {
+  protected:
+    // A 10 m ground at Z = 0 and a 1 m box standing on it, under a model root as scenes have.
+    void SetUp() override {
+        RendererTest::SetUp();
+        if (IsSkipped()) return;
+        root_ = SceneNode::make("root");
+        modelRoot_ = SceneNode::make("model");
+        modelRoot_->transform(1, 1) = 0;  // Z-up model in the renderer's Y-up world
+        modelRoot_->transform(1, 2) = 1;
+        modelRoot_->transform(2, 1) = -1;
+        modelRoot_->transform(2, 2) = 0;
+        root_->addChild(modelRoot_);
+        ground_ = plain({0.8f, 0.8f, 0.8f, 1});
+        modelRoot_->addChild(node(quad({-5, -5, 0}, {10, 0, 0}, {0, 10, 0}), ground_));
+        box_ = plain({0.7f, 0.3f, 0.2f, 1});
+        const Float3 o{-0.5f, -0.5f, 0};
+        modelRoot_->addChild(node(quad(o, {0, 1, 0}, {1, 0, 0}), box_));
+        modelRoot_->addChild(node(quad(o + Float3{0, 0, 1}, {1, 0, 0}, {0, 1, 0}), box_));
+        modelRoot_->addChild(node(quad(o, {1, 0, 0}, {0, 0, 1}), box_));
+        modelRoot_->addChild(node(quad(o + Float3{0, 1, 0}, {0, 0, 1}, {1, 0, 0}), box_));
+        modelRoot_->addChild(node(quad(o, {0, 0, 1}, {0, 1, 0}), box_));
+        modelRoot_->addChild(node(quad(o + Float3{1, 0, 0}, {0, 1, 0}, {0, 0, 1}), box_));
+        background_ = Rendering::backdropImage(BackdropStyle::architecturalSky,
+                                               Rendering::defaultCustomBackdropColor);
+        sky_ = Rendering::skyImage(false);
+        fill_.type = Light::Type::ambient;
+        fill_.intensity = 140;
+        lookFrom({5, -7, 5}, {0, 0.5f, 0});
+    }
+    void lookFrom(Float3 eye, Float3 target, bool parallel = false) {
+        frame_.root = root_.get();
+        Float3 f = normalize(target - eye);
+        frame_.camera.cameraToWorld =
+            modelRoot_->transform * RenderMath::lookAlong(eye, f, {0, 0, 1});
+        frame_.camera.settings = {};
+        frame_.camera.settings.fieldOfView = 35;
+        frame_.camera.settings.usesOrthographicProjection = parallel;
+        frame_.camera.settings.orthographicScale = 4;
+        Rendering::configure(frame_.camera.settings);
+        Rendering::setAmbientOcclusion(false, 0, frame_.camera.settings);
+        frame_.cameraLight = &fill_;
+        frame_.backdrop = &background_;
+        frame_.environment = &sky_;
+        frame_.environmentIntensity = 1.05f;
+    }
+    std::pair<int, int> pixel(Float3 p) { return project(frame_, p, modelRoot_->transform); }
+    Image draw() { return renderer_->snapshot(frame_, kWidth, kHeight); }
+
+    std::shared_ptr<SceneNode> root_, modelRoot_;
+    std::shared_ptr<viewport::Material> ground_, box_;
+    Image background_, sky_;
+    RenderFrame frame_;
+};
+
+// Shadows only take away part of the sun (alpha 0.48 of a blue-grey), and the sky, fill and
+// environment stay: they darken the ground by a few percent, never to black.
+TEST_F(RendererSceneTest, sunShadowIsSoftBlueGreyNeverBlack) {
+    addSunRig(*modelRoot_, 14);
+    const Image image = draw();
+    EXPECT_EQ(renderer_->statistics().shadowViews, 3);
+    for (const auto& c : modelRoot_->children())
+        if (c->light) c->light->castsShadow = false;
+    const Image unshadowed = draw();
+    EXPECT_EQ(renderer_->statistics().shadowViews, 0);
+    // The sun travels towards +X +Y and down: the shadow falls on that side of the box.
+    const auto [sx, sy] = pixel({0.9f, 0.4f, 0});
+    const Rgb shadow = at(image, sx, sy), lit = at(unshadowed, sx, sy);
+    EXPECT_LT(shadow.luma(), lit.luma() - 4);
+    EXPECT_GT(shadow.luma(), lit.luma() * 3 / 4);
+    EXPECT_GT(shadow.b * lit.r, lit.b * shadow.r);  // bluer than the lit ground
+    const auto [ox, oy] = pixel({-2, -2, 0});       // open ground: no shadow either way
+    EXPECT_LE(at(image, ox, oy).distance(at(unshadowed, ox, oy)), 2);
+    EXPECT_TRUE(test::matchesBaseline(image, "scene_sun_shadow"));
+}
+
+TEST_F(RendererSceneTest, lowShadowQualityUsesOneCascadeAndStillShadows) {
+    addSunRig(*modelRoot_, 14);
+    for (const auto& c : modelRoot_->children())
+        if (c->light && c->light->castsShadow) {
+            c->light->shadowCascadeCount = 1;
+            c->light->shadowMapSize = 1024;
+        }
+    const Image image = draw();
+    EXPECT_EQ(renderer_->statistics().shadowViews, 1);
+    for (const auto& c : modelRoot_->children())
+        if (c->light) c->light->castsShadow = false;
+    const Image unshadowed = draw();
+    const auto [sx, sy] = pixel({0.9f, 0.4f, 0});
+    EXPECT_LT(at(image, sx, sy).luma(), at(unshadowed, sx, sy).luma() - 4);
+}
+
+TEST_F(RendererSceneTest, pointLightFadesWithDistanceAndCastsShadow) {
+    auto lamp = SceneNode::make("lamp");
+    Light light;
+    light.type = Light::Type::omni;
+    light.intensity = 2400 * 0.86f;
+    light.temperature = 5400;
+    light.attenuationStartDistance = 0.1f;
+    light.attenuationEndDistance = 6;
+    light.attenuationFalloffExponent = 1.85f;
+    light.castsShadow = true;
+    light.shadowMapSize = 512;
+    lamp->light = light;
+    lamp->transform = Float4x4::translation({-1.5f, -1.5f, 1.5f});
+    modelRoot_->addChild(lamp);
+    fill_.intensity = 65;  // the point-light mode's dimmer fill and environment
+    frame_.environmentIntensity = 0.28f;
+    const Image image = draw();
+    EXPECT_EQ(renderer_->statistics().shadowViews, 6);
+    lamp->light->castsShadow = false;
+    const Image unshadowed = draw();
+    const auto [nx, ny] = pixel({-1.5f, -1.5f, 0});  // under the lamp
+    const auto [fx, fy] = pixel({2.5f, 4, 0});       // beyond the attenuation end
+    const auto [bx, by] = pixel({0.9f, 0.9f, 0});    // behind the box, seen from the lamp
+    EXPECT_GT(at(image, nx, ny).luma(), at(image, fx, fy).luma() + 40);
+    EXPECT_LT(at(image, bx, by).luma(), at(unshadowed, bx, by).luma() - 4);
+    lamp->isHidden = true;
+    EXPECT_LE(at(draw(), fx, fy).distance(at(image, fx, fy)), 2);  // it never reached there
+    EXPECT_TRUE(test::matchesBaseline(image, "scene_point_light"));
+}
+
+TEST_F(RendererSceneTest, spotLightsOnlyInsideItsConeWithOneShadowView) {
+    auto spotNode = SceneNode::make("spotFace0");
+    Light spot;
+    spot.type = Light::Type::spot;
+    spot.intensity = 2400 * 0.86f;
+    spot.temperature = 5400;
+    spot.spotInnerAngle = 20;
+    spot.spotOuterAngle = 30;
+    spot.castsShadow = true;
+    spot.shadowMapSize = 512;
+    spotNode->light = spot;
+    // Straight down from 2 m above the ground, left of the box.
+    spotNode->transform = RenderMath::lookAlong({-2, -1, 2}, {0, 0, -1}, {0, 1, 0});
+    modelRoot_->addChild(spotNode);
+    fill_.intensity = 65;
+    frame_.environmentIntensity = 0.28f;
+    const Image image = draw();
+    EXPECT_EQ(renderer_->statistics().shadowViews, 1);
+    const auto [cx, cy] = pixel({-2, -1, 0});     // the centre of the cone
+    const auto [ox, oy] = pixel({-2, -2.5f, 0});  // 1.5 m aside: outside the 15 degrees
+    spotNode->isHidden = true;
+    const Image dark = draw();
+    EXPECT_GT(at(image, cx, cy).luma(), at(dark, cx, cy).luma() + 40);
+    EXPECT_LE(at(image, ox, oy).distance(at(dark, ox, oy)), 2);
+}
+
+TEST_F(RendererSceneTest, ambientOcclusionDarkensTheFootOfTheBoxOnlyInPerspective) {
+    addSunRig(*modelRoot_, 14, false);
+    const auto [x, y] = pixel({0, -0.51f, 0});  // ground at the foot of the box
+    const int without = at(draw(), x, y).luma();
+    EXPECT_FALSE(renderer_->statistics().ambientOcclusion);
+    Rendering::setAmbientOcclusion(true, 1.4, frame_.camera.settings);
+    const Image withAO = draw();
+    EXPECT_TRUE(renderer_->statistics().ambientOcclusion);
+    EXPECT_LT(at(withAO, x, y).luma(), without - 3);
+    const auto [ox, oy] = pixel({-4, 3.5f, 0});  // open ground: nothing to occlude it
+    EXPECT_LE(std::abs(at(withAO, ox, oy).luma() - at(draw(), ox, oy).luma()), 3);
+
+    lookFrom({5, -7, 5}, {0, 0.5f, 0}, true);
+    frame_.camera.settings.screenSpaceAmbientOcclusionIntensity = 1.4;  // even if asked
+    draw();
+    EXPECT_FALSE(renderer_->statistics().ambientOcclusion);
+}
+
+// --- Transparency, edges, highlights ------------------------------------------------------------
+
+TEST_F(RendererSceneTest, seeThroughSurfaceBlendsWithWhatIsBehind) {
+    addSunRig(*modelRoot_, 14, false);
+    auto glass = plain({0.2f, 0.4f, 1.0f, 0.5f});
+    glass->transparency = 0.5f;
+    glass->transparencyMode = viewport::Material::TransparencyMode::dualLayer;
+    glass->writesToDepthBuffer = false;
+    auto pane = node(quad({-1, -1.2f, 0}, {2, 0, 0}, {0, 0, 1.5f}), glass);
+    pane->renderingOrder = 2;
+    pane->castsShadow = false;
+    const auto [x, y] = pixel({0, -0.5f, 0.5f});  // the box's front face, behind the pane
+    const Rgb before = at(draw(), x, y);
+    modelRoot_->addChild(pane);
+    const Rgb after = at(draw(), x, y);
+    EXPECT_GT(after.b, before.b + 20);  // tinted blue
+    EXPECT_GT(after.r, 40);             // and the red box still shows
+    EXPECT_LT(after.r, before.r);
+}
+
+TEST_F(RendererSceneTest, seeThroughSurfacesBlendFromFarToNearWhateverTheirOrderInTheGraph) {
+    auto pane = [&](Float4 colour, float y) {
+        auto m = plain(colour);
+        m->transparency = 0.6f;
+        m->transparencyMode = viewport::Material::TransparencyMode::dualLayer;
+        m->writesToDepthBuffer = false;
+        auto n = node(quad({-1, y, 1.5f}, {2, 0, 0}, {0, 0, 1.5f}), m);
+        n->renderingOrder = 2;
+        n->castsShadow = false;
+        return n;
+    };
+    lookFrom({0, -7, 2.25f}, {0, 0, 2.25f});
+    const auto [x, y] = pixel({0, -2, 2.25f});
+    auto nearBlue = pane({0.1f, 0.2f, 1.0f, 0.6f}, -2);
+    auto farRed = pane({1.0f, 0.1f, 0.1f, 0.6f}, 2);
+    modelRoot_->addChild(nearBlue);  // the near one first in the graph
+    modelRoot_->addChild(farRed);
+    const Rgb c = at(draw(), x, y);
+    EXPECT_GT(c.b, c.r);  // the near pane lies over the far one
+}
+
+TEST_F(RendererSceneTest, edgesSitOnFacesWithoutFightingInBothProjections) {
+    addSunRig(*modelRoot_, 14, false);
+    auto edgeMaterial = std::make_shared<viewport::Material>();
+    edgeMaterial->lightingModel = viewport::Material::LightingModel::constant;
+    edgeMaterial->diffuseColor = {0.02f, 0.9f, 0.02f, 1};  // green, to be told from the box
+    edgeMaterial->writesToDepthBuffer = false;
+    edgeMaterial->edgeDepthBias = true;
+    auto edges = std::make_shared<Geometry>();
+    edges->primitive = Geometry::Primitive::lines;
+    // The front vertical edges of the box and a line across its front face.
+    const Float3 ends[6] = {{-0.5f, -0.5f, 0}, {-0.5f, -0.5f, 1},    {0.5f, -0.5f, 0},
+                            {0.5f, -0.5f, 1},  {-0.5f, -0.5f, 0.5f}, {0.5f, -0.5f, 0.5f}};
+    edges->positions = Buffer<Float3>(6);
+    for (int i = 0; i < 6; ++i) edges->positions[size_t(i)] = ends[i];
+    edges->computeBounds();
+    auto edgeNode = node(edges, edgeMaterial);
+    edgeNode->renderingOrder = 1;
+    edgeNode->castsShadow = false;
+    edgeNode->categoryBitMask = 2;
+    modelRoot_->addChild(edgeNode);
+    for (bool parallel : {false, true}) {
+        lookFrom({2, -7, 3}, {0, 0.5f, 0.5f}, parallel);
+        const Image image = draw();
+        int green = 0, samples = 0;
+        for (float t = -0.4f; t <= 0.4f; t += 0.05f, ++samples) {
+            const auto [x, y] = pixel({t, -0.5f, 0.5f});
+            bool found = false;
+            for (int dy = -1; dy <= 1; ++dy) {
+                const Rgb c = at(image, x, std::clamp(y + dy, 0, kHeight - 1));
+                found |= c.g > c.r + 30;
+            }
+            green += found;
+        }
+        EXPECT_EQ(green, samples) << (parallel ? "parallel" : "perspective");
+        const auto [fx, fy] = pixel({0.25f, -0.5f, 0.25f});  // the face between the lines
+        EXPECT_LT(at(image, fx, fy).g, at(image, fx, fy).r) << "face pixel shows the edge colour";
+        EXPECT_TRUE(test::matchesBaseline(
+            image, parallel ? "scene_edges_parallel" : "scene_edges_perspective"));
+    }
+}
+
+TEST_F(RendererSceneTest, emissionBrightensAHoveredFace) {
+    addSunRig(*modelRoot_, 14, false);
+    const auto [x, y] = pixel({0, -0.5f, 0.5f});
+    const int before = at(draw(), x, y).luma();
+    box_->emission = {0.16f, 0.21f, 0.28f};
+    const Rgb after = at(draw(), x, y);
+    EXPECT_GT(after.luma(), before + 5);
+}
+
+TEST_F(RendererSceneTest, gizmoThatIgnoresDepthShowsThroughTheBox) {
+    auto gizmoMaterial = std::make_shared<viewport::Material>();
+    gizmoMaterial->lightingModel = viewport::Material::LightingModel::constant;
+    gizmoMaterial->diffuseColor = {1.0f, 0.72f, 0.30f, 1};
+    gizmoMaterial->readsFromDepthBuffer = false;
+    gizmoMaterial->writesToDepthBuffer = false;
+    auto lines = std::make_shared<Geometry>();
+    lines->primitive = Geometry::Primitive::lines;
+    lines->positions = Buffer<Float3>(2);
+    lines->positions[0] = {-0.3f, 0, 0.5f};  // inside the box
+    lines->positions[1] = {0.3f, 0, 0.5f};
+    lines->computeBounds();
+    auto gizmo = node(lines, gizmoMaterial);
+    gizmo->renderingOrder = 2;
+    gizmo->castsShadow = false;
+    modelRoot_->addChild(gizmo);
+    const Image image = draw();
+    const auto [x, y] = pixel({0, 0, 0.5f});
+    bool found = false;
+    for (int dy = -1; dy <= 1; ++dy) {
+        const Rgb c = at(image, x, y + dy);
+        found |= c.r > 200 && c.g > 140 && c.b < 140;
+    }
+    EXPECT_TRUE(found);
+}
+
+TEST_F(RendererSceneTest, textureIsSampledThroughTheContentsTransform) {
+    addSunRig(*modelRoot_, 14, false);
+    auto checker = std::make_shared<Image>();
+    checker->width = 2;
+    checker->height = 2;
+    checker->interpolated = false;
+    // Row 0 (top): red, blue; row 1: blue, red.
+    checker->pixels = {230, 20, 20, 255, 20, 20, 230, 255, 20, 20, 230, 255, 230, 20, 20, 255};
+    auto textured = plain({1, 1, 1, 1});
+    textured->diffuseImage = checker;
+    textured->wrapRepeat = true;
+    auto wall = quad({-1, -1, 0.2f}, {2, 0, 0}, {0, 0, 2});
+    wall->uvs = Buffer<Float2>(4);
+    const Float2 uv[4] = {{0, 0}, {1, 0}, {1, 1}, {0, 1}};
+    for (int i = 0; i < 4; ++i) wall->uvs[size_t(i)] = uv[i];
+    modelRoot_->addChild(node(wall, textured));
+    lookFrom({0, -6, 1.2f}, {0, 0, 1.2f});
+    // Without a transform, v = 0 reads the top row: red at the bottom left of the wall.
+    const auto [lx, ly] = pixel({-0.5f, -1, 0.7f});
+    const auto [rx, ry] = pixel({0.5f, -1, 0.7f});
+    Image image = draw();
+    EXPECT_GT(at(image, lx, ly).r, at(image, lx, ly).b + 40);
+    EXPECT_GT(at(image, rx, ry).b, at(image, rx, ry).r + 40);
+    // Flipping V, as scene assembly does for the modelling tool's coordinates, swaps the rows.
+    textured->contentsTransform(1, 1) = -1;
+    textured->contentsTransform(1, 3) = 1;
+    image = draw();
+    EXPECT_GT(at(image, lx, ly).b, at(image, lx, ly).r + 40);
+    EXPECT_GT(at(image, rx, ry).r, at(image, rx, ry).b + 40);
+}
+
+TEST_F(RendererSceneTest, gridDrawnFirstLetsTheModelStandBeforeIt) {
+    addSunRig(*modelRoot_, 14, false);
+    auto gridMaterial = std::make_shared<viewport::Material>();
+    gridMaterial->lightingModel = viewport::Material::LightingModel::constant;
+    gridMaterial->diffuseColor = {0.1f, 1.0f, 0.1f, 1};
+    gridMaterial->writesToDepthBuffer = false;
+    auto line = std::make_shared<Geometry>();
+    line->primitive = Geometry::Primitive::lines;
+    line->positions = Buffer<Float3>(2);
+    line->positions[0] = {-3, -1, 0.4f};  // in front of the box, as seen from the camera
+    line->positions[1] = {3, -1, 0.4f};
+    line->computeBounds();
+    auto grid = node(line, gridMaterial);
+    grid->renderingOrder = -1;
+    grid->castsShadow = false;
+    modelRoot_->addChild(grid);
+    lookFrom({0, -7, 0.6f}, {0, 0, 0.5f});
+    auto greenNear = [&](const Image& image, Float3 p) {
+        const auto [x, y] = pixel(p);
+        bool found = false;
+        for (int dy = -1; dy <= 1; ++dy) {
+            const Rgb c = at(image, x, y + dy);
+            found |= c.g > c.r + 60;
+        }
+        return found;
+    };
+    Image image = draw();
+    EXPECT_TRUE(greenNear(image, {-2.5f, -1, 0.4f}));  // over the ground and sky
+    EXPECT_FALSE(greenNear(image, {0, -1, 0.4f}));     // the box, drawn later, covers it
+    grid->renderingOrder = 2;                          // drawn after the box it would cross it
+    image = draw();
+    EXPECT_TRUE(greenNear(image, {0, -1, 0.4f}));
+}
+
+// Exposure -0.62, the ACES fit, contrast 0.06 and saturation 1.04, then sRGB, for a constant
+// colour that fills the picture.
+TEST_F(RendererSceneTest, cameraGradingFollowsExposureToneMapContrastAndSaturation) {
+    auto grade = [](float linear[3]) {
+        float c[3];
+        for (int i = 0; i < 3; ++i) {
+            const float x = linear[i] * std::exp2(-0.62f);
+            c[i] = std::clamp((x * (2.51f * x + 0.03f)) / (x * (2.43f * x + 0.59f) + 0.14f), 0.0f,
+                              1.0f);
+            c[i] = (c[i] - 0.5f) * 1.06f + 0.5f;
+        }
+        const float luma = 0.2126f * c[0] + 0.7152f * c[1] + 0.0722f * c[2];
+        Rgb out;
+        int* channels[3] = {&out.r, &out.g, &out.b};
+        for (int i = 0; i < 3; ++i) {
+            const float v = std::clamp(luma + (c[i] - luma) * 1.04f, 0.0f, 1.0f);
+            const float e = v <= 0.0031308f ? v * 12.92f : 1.055f * std::pow(v, 1 / 2.4f) - 0.055f;
+            *channels[i] = int(std::lround(e * 255));
+        }
+        return out;
+    };
+    for (Float4 srgb :
+         {Float4{0.5f, 0.5f, 0.5f, 1}, Float4{0.9f, 0.4f, 0.2f, 1}, Float4{1.6f, 1.7f, 1.9f, 1}}) {
+        auto flat = std::make_shared<viewport::Material>();
+        flat->lightingModel = viewport::Material::LightingModel::constant;
+        flat->diffuseColor = srgb;
+        auto wall = node(quad({-50, 3, -50}, {100, 0, 0}, {0, 0, 100}), flat);
+        modelRoot_->addChild(wall);
+        lookFrom({0, -1, 0}, {0, 3, 0});
+        const Rgb c = at(draw(), kWidth / 2, kHeight / 2);
+        wall->removeFromParent();
+        float linear[3] = {LightColor::srgbToLinear(srgb.x), LightColor::srgbToLinear(srgb.y),
+                           LightColor::srgbToLinear(srgb.z)};
+        const Rgb expected = grade(linear);
+        EXPECT_LE(c.distance(expected), 2) << c.r << " " << c.g << " " << c.b << " expected "
+                                           << expected.r << " " << expected.g << " " << expected.b;
+    }
+}
+
+// --- Backdrop, uploads, headless -----------------------------------------------------------------
+
+TEST_F(RendererSceneTest, skyGradientShowsBehindTheModel) {
+    lookFrom({0, -7, 0.5f}, {0, 0, 3});  // looking up: the box low in the picture
+    const Image image = draw();
+    const Image& sky = background_;
+    for (int y : {0, kHeight / 4, kHeight / 2}) {
+        const int row = std::clamp(int((y + 0.5f) / kHeight * 256), 0, 255);
+        const std::uint8_t* p = sky.pixel(0, row);
+        const Rgb expected{p[0], p[1], p[2]};
+        EXPECT_LE(at(image, 0, y).distance(expected), 3) << "row " << y;
+        EXPECT_LE(at(image, kWidth - 1, y).distance(expected), 3) << "row " << y;
+    }
+    EXPECT_LT(at(image, 0, 0).luma(), at(image, 0, kHeight / 2).luma());
+}
+
+TEST_F(RendererSceneTest, geometryIsUploadedOnceAndReused) {
+    draw();
+    const auto& g = *modelRoot_->children().front()->geometry;
+    const GpuResource* first = g.gpu.get();
+    ASSERT_NE(first, nullptr);
+    draw();
+    EXPECT_EQ(g.gpu.get(), first);
+}
+
+TEST_F(RendererTest, headlessSnapshotWritesThePngOfTheFirstView) {
+    test::TempDir dir;
+    std::string error;
+    HeadlessSnapshot::Options options;
+    options.width = 120;
+    options.height = 80;
+    options.style = ShadingStyle::clay;
+    ASSERT_TRUE(
+        HeadlessSnapshot::writePNG(SyntheticModel::cube(), options, dir / "cube.png", error))
+        << error;
+    auto image = PNGFile::read(dir / "cube.png");
+    ASSERT_TRUE(image);
+    EXPECT_EQ(image->width, 120);
+    EXPECT_EQ(image->height, 80);
+    EXPECT_NE(at(*image, 60, 40).distance(at(*image, 2, 40)), 0);
+}
+
+TEST_F(RendererTest, headlessSnapshotRefusesAnEmptySize) {
+    std::string error;
+    HeadlessSnapshot::Options options;
+    options.width = 0;
+    EXPECT_FALSE(HeadlessSnapshot::render(SyntheticModel::cube(), options, error));
+    EXPECT_NE(error.find("size"), std::string::npos);
+}
+
+TEST(HeadlessFramingTest, flatDrawingIsSeenFromTheTopAndModelCameraIsKept) {
+    SKPModel flat;
+    flat.boundsMin = {0, 0, 0};
+    flat.boundsMax = {10, 5, 0};
+    ViewportScene flatScene(flat);
+    const CameraNode top = HeadlessSnapshot::initialCamera(flatScene, 300, 200);
+    const Float3 forward = RenderMath::rotation(top.orientation).transformVector({0, 0, -1});
+    EXPECT_NEAR(forward.z, -1, 1e-4);
+    EXPECT_GT(top.position.z, 5);
+
+    const SKPModel cube = SyntheticModel::cube();
+    ViewportScene cubeScene(cube);
+    const CameraNode own = HeadlessSnapshot::initialCamera(cubeScene, 300, 200);
+    EXPECT_FLOAT_EQ(own.position.x, cube.camera->position.x);
+    ASSERT_TRUE(own.camera);
+    EXPECT_FLOAT_EQ(float(own.camera->fieldOfView), cube.camera->fovDegrees);
+    const Float3 look = RenderMath::rotation(own.orientation).transformVector({0, 0, -1});
+    const Float3 expected = normalize(cube.camera->target - cube.camera->position);
+    EXPECT_NEAR(dot(look, expected), 1, 1e-4);
+}
+
+}  // namespace
+
+namespace {
+
+// What a presented view snapshots is what the headless snapshot shows for the same model and
+// size: the fill light is counted once and the camera is the view's.
+TEST_F(RendererTest, frameWithoutSceneOnlyClearsToTheViewBackground) {
+    // Regression: a view shown before its scene arrives must draw its dark background, not
+    // black and not a pipeline pass over a null graph.
+    context_->makeCurrent();  // earlier headless snapshots made contexts of their own
+    const Image image = renderer_->snapshot(RenderFrame{}, kWidth, kHeight);
+    const Float3 c = Rendering::viewBackgroundColor;
+    const Rgb expected{int(std::lround(c.x * 255)), int(std::lround(c.y * 255)),
+                       int(std::lround(c.z * 255))};
+    for (const auto& [x, y] :
+         {std::pair{0, 0}, {kWidth / 2, kHeight / 2}, {kWidth - 1, kHeight - 1}})
+        EXPECT_LE(at(image, x, y).distance(expected), 1) << x << "," << y;
+    EXPECT_EQ(renderer_->statistics().drawCalls, 0);
+}
+
+TEST_F(RendererTest, viewSnapshotMatchesTheHeadlessPictureAtThePixelSize) {
+    test::ManualTimer timer;
+    test::ManualClock clock;
+    ViewportView view(timer, clock);
+    view.setSize({float(kWidth), float(kHeight)});
+    EXPECT_FALSE(view.snapshot()) << "no scene, no picture";
+
+    view.present(std::make_shared<ViewportScene>(SyntheticModel::cube()));
+    const auto picture = view.snapshot();
+    context_->makeCurrent();  // the view rendered in a context of its own
+    ASSERT_TRUE(picture);
+    ASSERT_EQ(picture->width, kWidth);
+    ASSERT_EQ(picture->height, kHeight);
+
+    std::string error;
+    HeadlessSnapshot::Options options;
+    options.width = kWidth;
+    options.height = kHeight;
+    const auto headless = HeadlessSnapshot::render(SyntheticModel::cube(), options, error);
+    context_->makeCurrent();
+    ASSERT_TRUE(headless) << error;
+    size_t differing = 0;
+    for (size_t i = 0; i < picture->pixels.size(); i += 4)
+        for (size_t c = 0; c < 3; ++c)
+            if (std::abs(int(picture->pixels[i + c]) - int(headless->pixels[i + c])) > 6) {
+                ++differing;
+                break;
+            }
+    EXPECT_LT(double(differing) / double(kWidth * kHeight), 0.01);
+
+    // Pixels, not points: a doubled backing scale doubles the picture.
+    view.setBackingScale(2);
+    const auto retina = view.snapshot();
+    context_->makeCurrent();
+    ASSERT_TRUE(retina);
+    EXPECT_EQ(retina->width, 2 * kWidth);
+    EXPECT_EQ(retina->height, 2 * kHeight);
+
+    int calls = 0;
+    view.snapshotter = [&]() -> std::optional<Image> {
+        ++calls;
+        return Image{2, 1, true, std::vector<std::uint8_t>(8, 7)};
+    };
+    const auto fromToolkit = view.snapshot();
+    ASSERT_TRUE(fromToolkit);
+    EXPECT_EQ(fromToolkit->width, 2);
+    EXPECT_EQ(calls, 1);
+}
+
+}  // namespace
+
+namespace {
+
+// A real plan with no depth of its own: lines only, all at z = 0, seen from the top in parallel
+// projection. The edges' depth bias must not carry them out of the depth range.
+TEST_F(RendererTest, flatLineDrawingIsVisibleFromTheTop) {
+    const auto corpus = test::corpusDir();
+    if (!corpus) GTEST_SKIP() << "corpus absent";
+    const SKPModel plan = SKPReader::load(*corpus / "dxf" / "bnortierdxf__entities.dxf");
+    ASSERT_TRUE(plan.isPlanar2D());
+    ASSERT_EQ(plan.stats.faces, 0);
+    std::string error;
+    HeadlessSnapshot::Options options;
+    options.width = kWidth;
+    options.height = kHeight;
+    const auto image = HeadlessSnapshot::render(plan, options, error);
+    context_->makeCurrent();
+    ASSERT_TRUE(image) << error;
+    int lineRows = 0;
+    for (int y = 0; y < image->height; ++y) {
+        int dark = 0;
+        for (int x = 0; x < image->width; ++x)
+            if (std::abs(int(image->pixel(x, y)[0]) - int(image->pixel(0, y)[0])) > 30) ++dark;
+        if (dark > 0) ++lineRows;
+    }
+    EXPECT_GE(lineRows, kHeight / 3) << "the plan's lines are drawn";
+}
+
+}  // namespace

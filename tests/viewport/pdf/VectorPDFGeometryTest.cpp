@@ -1,0 +1,258 @@
+// Projection, clipping, lighting and the model walk of the vector PDF export, on its own lists.
+#include <gtest/gtest.h>
+
+#include <stb_image_write.h>
+
+#include <cmath>
+#include <numbers>
+
+#include "PDFTestModels.h"
+#include "TestEnv.h"
+#include "pdf/VectorPDFLighting.h"
+#include "pdf/VectorPDFProjector.h"
+#include "pdf/VectorPDFVisitor.h"
+
+using namespace vistrel;
+using namespace vistrel::viewport;
+using namespace vistrel::viewport::VectorPDFExporter;
+
+namespace {
+
+// Looks along +Y from the origin, distance 10: right is +X, up is +Z.
+CameraRig::Pose lookingAlongY() {
+    CameraRig::Pose pose;
+    pose.yaw = std::numbers::pi_v<float> / 2;
+    pose.pitch = 0;
+    pose.distance = 10;
+    return pose;
+}
+
+Projector perspective(float distance = 10) {
+    CameraRig::Pose pose = lookingAlongY();
+    pose.distance = distance;
+    return Projector::make(pose, true, 60, 1, 400, 300);
+}
+
+struct Walk {
+    std::vector<ProjectedTriangle> triangles;
+    std::vector<ProjectedEdge> edges;
+};
+
+Walk walk(const SKPModel& model, Options options) {
+    options.pose = lookingAlongY();
+    options.pose.position = {0, -5, 0};
+    options.isPerspective = false;
+    options.orthographicScale = 3;
+    const Projector projector = Projector::make(options.pose, false, 35, 3, 400, 300);
+    const LightingRig lighting = LightingRig::make(options, model);
+    const auto materials = resolveMaterialColors(model);
+    VectorPDFVisitor visitor(model, options, projector, lighting, materials);
+    visitor.run(true, true);
+    return {visitor.triangles, visitor.edges};
+}
+
+// A face in the XZ plane that the camera along +Y sees, with its edges.
+Definition panel(int meshLayer, int edgeLayer, std::optional<int> material = std::nullopt) {
+    Definition d;
+    d.meshes.push_back(test::triangleMesh({0, 0, 0}, {1, 0, 0}, {0, 0, 1}, meshLayer, material));
+    d.edges.push_back({edgeLayer, {{0, 0, 0}, {1, 0, 0}}});
+    return d;
+}
+
+}  // namespace
+
+TEST(VectorPDFProjection, projectsThroughCentreWithFocalScale) {
+    const Projector p = perspective();
+    const float focal = float(150 / std::tan(30 * std::numbers::pi / 180));
+    EXPECT_NEAR(p.focal, focal, 0.01f);
+    std::vector<ProjectedEdge> out;
+    // A point 10 m ahead and 1 m to the right lands focal / 10 points right of centre.
+    p.projectSegment({0, 10, 0}, {1, 10, 0}, 0, out);
+    ASSERT_EQ(out.size(), 1u);
+    EXPECT_NEAR(out[0].p0.x, 200, 1e-3);
+    EXPECT_NEAR(out[0].p1.x, 200 + focal / 10, 1e-3);
+    EXPECT_NEAR(out[0].p1.y, 150, 1e-3);
+    EXPECT_NEAR(out[0].depth, 10, 1e-4);
+}
+
+TEST(VectorPDFProjection, nearPlaneFollowsDistanceWithinLimits) {
+    EXPECT_FLOAT_EQ(perspective(1).nearPlane, 0.04f);
+    EXPECT_FLOAT_EQ(perspective(20).nearPlane, 0.1f);
+    EXPECT_FLOAT_EQ(perspective(1000).nearPlane, 0.25f);
+    EXPECT_FLOAT_EQ(Projector::make(lookingAlongY(), false, 35, 2, 400, 300).nearPlane, -10000);
+}
+
+TEST(VectorPDFProjection, triangleCrossingNearPlaneSplitsInTwoWithOwnDepths) {
+    const Projector p = perspective();
+    std::vector<ProjectedTriangle> out;
+    // One corner behind the eye, two in front: the clipped quadrilateral becomes a fan of two.
+    p.projectTriangle({0, -1, -0.5f}, {1, 5, 0.5f}, {-1, 5, 0}, out);
+    ASSERT_EQ(out.size(), 2u);
+    EXPECT_NE(out[0].depth, out[1].depth);
+    for (const auto& t : out) {
+        EXPECT_GT(t.area, 0.01);
+        EXPECT_GT(t.depth, p.nearPlane);
+    }
+
+    out.clear();
+    p.projectTriangle({0, 5, 0.5f}, {1, 5, 0}, {-1, 5, 0}, out);
+    EXPECT_EQ(out.size(), 1u) << "a triangle wholly in front stays whole";
+
+    out.clear();
+    p.projectTriangle({0, -1, 0}, {1, -2, 0.5f}, {-1, -2, -0.5f}, out);
+    EXPECT_TRUE(out.empty()) << "a triangle wholly behind gives nothing";
+}
+
+TEST(VectorPDFProjection, clippingKeepsOrderAndCrossings) {
+    ClipPolygon in{{{0, 0, -1}, {0, 1, 1}, {1, 0, 1}}, 3};
+    const ClipPolygon out = clipPolygonAgainstNearPlane(in, 0);
+    ASSERT_EQ(out.count, 4);
+    // Leaving towards the first (outside) corner, then entering, then the two inside corners.
+    EXPECT_EQ(out.corners[0], (Float3{0.5f, 0, 0}));
+    EXPECT_EQ(out.corners[1], (Float3{0, 0.5f, 0}));
+    EXPECT_EQ(out.corners[2], (Float3{0, 1, 1}));
+    EXPECT_EQ(out.corners[3], (Float3{1, 0, 1}));
+    EXPECT_EQ(clipPolygonAgainstNearPlane(ClipPolygon{}, 0).count, 0);
+}
+
+TEST(VectorPDFProjection, dropsWhatIsOffPageOrDegenerate) {
+    const Projector p = perspective();
+    std::vector<ProjectedTriangle> tris;
+    p.projectTriangle({50, 5, 0}, {51, 5, 0}, {50, 5, 1}, tris);  // far right of the page
+    p.projectTriangle({0, 5, 0}, {1, 5, 0}, {2, 5, 0}, tris);     // collinear
+    EXPECT_TRUE(tris.empty());
+
+    std::vector<ProjectedEdge> edges;
+    p.projectSegment({0, -1, 0}, {1, -2, 0}, 0, edges);  // behind the eye
+    EXPECT_TRUE(edges.empty());
+    p.projectSegment({0, -1, 0}, {0, 5, 0}, 0.5f, edges);  // one end behind: clipped, kept
+    ASSERT_EQ(edges.size(), 1u);
+    EXPECT_NEAR(edges[0].depth, 0.5f * (p.nearPlane + 5) - 0.5f, 1e-4);
+}
+
+TEST(VectorPDFLighting, sunFacingFaceIsBrighterAndNormalsTurnToEye) {
+    Options o;
+    const SKPModel model = test::centredCube();
+    const LightingRig rig = LightingRig::make(o, model);
+    const Float3 base{0.96f, 0.96f, 0.96f};
+    const Float3 sunSide = rig.sunDirection * 10, shadowSide = rig.sunDirection * -10;
+    const Float3 lit = rig.shade({0, 0, 0}, rig.sunDirection, sunSide, base);
+    const Float3 away = rig.shade({0, 0, 0}, -rig.sunDirection, shadowSide, base);
+    // The sky light stands against the sun, so the sunlit face gets none of it.
+    const float up = 0.5f * rig.sunDirection.z + 0.5f;
+    EXPECT_NEAR(lit.x, 0.96f * (0.72f + 0.24f * up + 0.18f) * rig.exposure, 1e-5);
+    EXPECT_GT(lit.x, away.x + 0.2f);
+    // A normal that looks away from the eye is turned around first.
+    EXPECT_EQ(rig.shade({0, 0, 0}, rig.sunDirection, shadowSide, base), away);
+    EXPECT_EQ(rig.shade({0, 0, 0}, -rig.sunDirection, sunSide, base), lit);
+}
+
+TEST(VectorPDFLighting, pointLightFadesWithReachAndExposureScales) {
+    Options o;
+    o.lightingMode = LightingMode::point;
+    o.pointLights = {{{}, "L", {0, 0, 2}, 1, false}};
+    o.ambientIntensity = 0;
+    const SKPModel model = test::centredCube();
+    const LightingRig rig = LightingRig::make(o, model);
+    EXPECT_FLOAT_EQ(rig.reach, 0.65f * std::sqrt(3.0f));
+    SKPModel small = model;
+    small.boundsMax = {0.1f, 0.1f, 0.1f};
+    EXPECT_FLOAT_EQ(LightingRig::make(o, small).reach, 1.0f) << "floored at 1";
+    const Float3 near = rig.shade({0, 0, 1.5f}, {0, 0, 1}, {0, 0, 10}, {0.5f, 0.5f, 0.5f});
+    const Float3 far = rig.shade({0, 0, 0}, {0, 0, 1}, {0, 0, 10}, {0.5f, 0.5f, 0.5f});
+    EXPECT_GT(near.x, far.x);
+    // At the reach and beyond, 0.18^1.6 of the light is left.
+    EXPECT_NEAR(far.x, 0.5f * std::pow(0.18f, 1.6f) * 0.95f * rig.exposure, 1e-4);
+
+    o.exposureOffset = 1;
+    EXPECT_NEAR(LightingRig::make(o, model).exposure, 2 * rig.exposure, 1e-5);
+}
+
+TEST(VectorPDFMaterials, textureAverageReplacesWhiteAndTintsColour) {
+    test::TempDir dir;
+    const auto png = dir / "half.png";
+    // Left half red, right half blue, opaque; a fully transparent image gives nothing.
+    unsigned char px[16 * 16 * 4];
+    for (int y = 0; y < 16; ++y)
+        for (int x = 0; x < 16; ++x) {
+            unsigned char* p = px + (y * 16 + x) * 4;
+            p[0] = x < 8 ? 255 : 0;
+            p[1] = 0;
+            p[2] = x < 8 ? 0 : 255;
+            p[3] = 255;
+        }
+    ASSERT_TRUE(stbi_write_png(png.c_str(), 16, 16, 4, px, 64));
+    for (int i = 3; i < 16 * 16 * 4; i += 4) px[i] = 0;
+    const auto clear = dir / "clear.png";
+    ASSERT_TRUE(stbi_write_png(clear.c_str(), 16, 16, 4, px, 64));
+
+    const auto average = averageTextureColor(png);
+    ASSERT_TRUE(average);
+    EXPECT_NEAR(average->x, 0.5f, 0.01f);
+    EXPECT_NEAR(average->z, 0.5f, 0.01f);
+    EXPECT_FALSE(averageTextureColor(clear));
+    EXPECT_FALSE(averageTextureColor(dir / "missing.png"));
+
+    SKPModel model = test::makeModel(
+        {}, {},
+        {{"white", {1, 1, 1, 1}, 1, false, png, {1, 1}},
+         {"tinted", {0.5f, 1, 1, 0.5f}, 0.8f, true, png, {1, 1}},
+         {"unreadable", {0.2f, 0.3f, 0.4f, 1}, 0.01f, true, dir / "missing.png", {1, 1}}},
+        {}, {}, {}, "M.skp");
+    const auto colors = resolveMaterialColors(model);
+    ASSERT_EQ(colors.size(), 3u);
+    EXPECT_NEAR(colors[0].color.x, 0.5f, 0.01f);
+    EXPECT_NEAR(colors[1].color.x, 0.25f, 0.01f);  // multiplied
+    EXPECT_NEAR(colors[1].color.y, 0.0f, 0.01f);
+    EXPECT_FLOAT_EQ(colors[1].opacity, 0.4f);  // opacity times colour alpha
+    EXPECT_FLOAT_EQ(colors[2].color.z, 0.4f);  // falls back to its own colour
+    EXPECT_FLOAT_EQ(colors[2].opacity, 0.05f);
+}
+
+TEST(VectorPDFVisit, hiddenLayerInInstanceChainHidesWholeSubtree) {
+    // The panel's own geometry sits on visible layer 0; the instance that holds it is on 1.
+    Definition root;
+    root.children.push_back({0, Float4x4::identity(), 1, false, std::nullopt, "Hidden"});
+    root.children.push_back({0, Float4x4::translation({2, 0, 0}), 2, false, std::nullopt, "Out"});
+    const SKPModel model =
+        test::makeModel(std::move(root), {panel(0, 0)}, {}, {{"0", true, {}}, {"1", true, {}}},
+                        {0, 0, 0}, {3, 0, 1}, "L.skp");
+    Options o;
+    o.visibleLayers = {true, false};  // layer 2 is beyond the list: visible
+    const Walk w = walk(model, o);
+    ASSERT_EQ(w.triangles.size(), 1u);
+    ASSERT_EQ(w.edges.size(), 1u);
+    EXPECT_GT(w.triangles[0].p0.x, 200) << "only the instance on the unlisted layer remains";
+
+    o.visibleLayers = {true, true};
+    EXPECT_EQ(walk(model, o).triangles.size(), 2u);
+    o.visibleLayers = {false, true};  // the meshes' own layer hides them everywhere
+    const Walk none = walk(model, o);
+    EXPECT_TRUE(none.triangles.empty());
+    EXPECT_TRUE(none.edges.empty());
+}
+
+TEST(VectorPDFVisit, stylesDecideColourAndAlpha) {
+    Definition root = panel(0, 0, 0);
+    root.meshes.push_back(test::triangleMesh({2, 0, 0}, {3, 0, 0}, {2, 0, 1}, 0, 1));
+    const SKPModel model =
+        test::makeModel(std::move(root), {},
+                        {{"red", {0.9f, 0.1f, 0.1f, 1}, 1, false, {}, {1, 1}},
+                         {"glass", {0.2f, 0.4f, 0.9f, 1}, 0.3f, true, {}, {1, 1}}},
+                        {}, {0, 0, 0}, {3, 0, 1}, "S.skp");
+    Options o;
+    o.shadingStyle = ShadingStyle::clay;
+    Walk w = walk(model, o);
+    ASSERT_EQ(w.triangles.size(), 2u);
+    EXPECT_FLOAT_EQ(w.triangles[0].alpha, 1);
+    // Clay turns the opaque red into the clay colour (equal red and green up to the tint).
+    EXPECT_NEAR(w.triangles[0].color.x / w.triangles[0].color.y, 0.94f / 0.92f, 0.01f);
+    EXPECT_FLOAT_EQ(w.triangles[1].alpha, 0.3f) << "glass stays glass";
+    EXPECT_GT(w.triangles[1].color.z, w.triangles[1].color.x);
+
+    o.shadingStyle = ShadingStyle::xray;
+    w = walk(model, o);
+    EXPECT_FLOAT_EQ(w.triangles[0].alpha, 0.36f);
+    EXPECT_FLOAT_EQ(w.triangles[1].alpha, 0.3f);
+    EXPECT_GT(w.triangles[0].color.x, w.triangles[0].color.y) << "xray keeps the colour";
+}

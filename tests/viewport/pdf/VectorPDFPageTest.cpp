@@ -1,0 +1,251 @@
+// The exported page as a person sees it: rasterised by poppler and looked at pixel by pixel, and
+// compared with baselines.
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cstdio>
+#include <memory>
+#include <numbers>
+
+#include "PDFTestModels.h"
+#include "PageRaster.h"
+#include "TestEnv.h"
+#include "pdf/VectorPDFExporter.h"
+#include "pdf/VectorPDFLighting.h"
+#include "pdf/VectorPDFProjector.h"
+
+using namespace vistrel;
+using namespace vistrel::viewport;
+using namespace vistrel::viewport::VectorPDFExporter;
+
+namespace {
+
+constexpr Float2 kPage{320, 240};
+
+test::Raster render(const SKPModel& model, const Options& options, const test::TempDir& dir,
+                    const std::string& name) {
+    const auto pdf = renderPDF(model, options);
+    EXPECT_TRUE(pdf);
+    if (!pdf) return {};
+    auto raster = test::rasterisePDF(*pdf, dir.path(), name);
+    EXPECT_TRUE(raster) << "pdftoppm failed";
+    return raster ? *raster : test::Raster{};
+}
+
+// Where a world point lands in the raster (y down), as the exporter projects it.
+std::pair<int, int> pixelOf(const Options& o, Float3 world) {
+    const Projector p = Projector::make(o.pose, o.isPerspective, o.fovDegrees, o.orthographicScale,
+                                        o.pageSize.x, o.pageSize.y);
+    const Float3 c = p.toCamera(world);
+    const double s = o.isPerspective ? p.focal / c.z : p.focal;
+    return {int(p.centre.x + c.x * s), int(o.pageSize.y - (p.centre.y + c.y * s))};
+}
+
+int distance(test::Raster::RGB a, test::Raster::RGB b) {
+    return std::max({std::abs(a.r - b.r), std::abs(a.g - b.g), std::abs(a.b - b.b)});
+}
+
+test::Raster::RGB bytes(Float3 c) {
+    return {int(std::lround(c.x * 255)), int(std::lround(c.y * 255)), int(std::lround(c.z * 255))};
+}
+
+SKPModel emptyLike(const SKPModel& m) {
+    return test::makeModel({}, {}, {}, m.layers, m.boundsMin, m.boundsMax, "Empty.skp");
+}
+
+std::string pdfInfo(const std::filesystem::path& pdf) {
+    std::string out;
+    const std::string command = "pdfinfo '" + pdf.string() + "' 2>/dev/null";
+    std::unique_ptr<FILE, int (*)(FILE*)> pipe(popen(command.c_str(), "r"), pclose);
+    if (!pipe) return out;
+    std::array<char, 256> buffer{};
+    while (fgets(buffer.data(), int(buffer.size()), pipe.get())) out += buffer.data();
+    return out;
+}
+
+// The value of one "Key:   value" line of pdfinfo.
+std::string field(const std::string& info, const std::string& key) {
+    const auto at = info.find(key + ":");
+    if (at == std::string::npos) return {};
+    const auto start = info.find_first_not_of(' ', at + key.size() + 1);
+    return info.substr(start, info.find('\n', start) - start);
+}
+
+}  // namespace
+
+TEST(VectorPDFPage, backdropRunsFromTopStopToBottomStop) {
+    test::TempDir dir;
+    for (BackdropStyle style : allBackdropStyles) {
+        Options o = initialViewOptions(test::centredCube(), kPage);
+        o.backdropStyle = style;
+        o.customBackdropColor = {0.9f, 0.2f, 0.1f};
+        const auto raster = render(emptyLike(test::centredCube()), o, dir, "backdrop");
+        ASSERT_EQ(raster.width, 320);
+        ASSERT_EQ(raster.height, 240);
+        const auto stops = Rendering::backdropGradientStops(style, o.customBackdropColor);
+        EXPECT_LE(distance(raster.at(160, 0), bytes(stops.top)), 3) << rawValue(style);
+        EXPECT_LE(distance(raster.at(160, 239), bytes(stops.bottom)), 3) << rawValue(style);
+        EXPECT_LE(distance(raster.at(5, 100), bytes(stops.mid)), 3) << "0.42 of the way down";
+    }
+}
+
+TEST(VectorPDFPage, isoCubeShowsThreeFacesInThreeShades) {
+    test::TempDir dir;
+    const SKPModel cube = test::centredCube();
+    const Options o = initialViewOptions(cube, kPage);
+    const auto raster = render(cube, o, dir, "cube");
+    const LightingRig rig = LightingRig::make(o, cube);
+
+    // The iso view looks from +X, -Y, +Z: those three faces show.
+    const struct {
+        Float3 centre, normal;
+    } faces[3] = {
+        {{0.5f, 0, 0}, {1, 0, 0}}, {{0, -0.5f, 0}, {0, -1, 0}}, {{0, 0, 0.5f}, {0, 0, 1}}};
+    std::vector<test::Raster::RGB> seen;
+    for (const auto& f : faces) {
+        const auto [x, y] = pixelOf(o, f.centre);
+        ASSERT_TRUE(x > 0 && x < 320 && y > 0 && y < 240);
+        const auto expected =
+            bytes(rig.shade(f.centre, f.normal, o.pose.position, {0.96f, 0.96f, 0.96f}));
+        EXPECT_LE(distance(raster.at(x, y), expected), 3) << "face " << f.normal.x << f.normal.y;
+        seen.push_back(raster.at(x, y));
+    }
+    EXPECT_GT(distance(seen[0], seen[1]), 8);
+    EXPECT_GT(distance(seen[1], seen[2]), 8);
+    EXPECT_GT(distance(seen[0], seen[2]), 8);
+}
+
+TEST(VectorPDFPage, hiddenLayerLeavesOnlyBackdrop) {
+    test::TempDir dir;
+    const SKPModel model = SyntheticModel::cube();  // second cube: layer 1, amber
+    Options o = initialViewOptions(model, kPage);
+    const auto [x, y] = pixelOf(o, {2, 0.5f, 1});  // top of the second cube
+    const auto shown = render(model, o, dir, "shown");
+    o.visibleLayers = {true, false};
+    const auto hidden = render(model, o, dir, "hidden");
+    const auto backdrop = render(emptyLike(model), o, dir, "empty");
+
+    EXPECT_LE(distance(hidden.at(x, y), backdrop.at(x, y)), 1);
+    EXPECT_GT(distance(shown.at(x, y), backdrop.at(x, y)), 20);
+    EXPECT_GT(shown.at(x, y).r, shown.at(x, y).b + 40) << "amber where the cube shows";
+    const auto [x0, y0] = pixelOf(o, {0.5f, 0.5f, 1});  // the first cube stays
+    EXPECT_GT(distance(hidden.at(x0, y0), backdrop.at(x0, y0)), 20);
+}
+
+TEST(VectorPDFPage, wireframePaintsNoFillButTheBackdrop) {
+    test::TempDir dir;
+    const SKPModel cube = test::centredCube();
+    Options o = initialViewOptions(cube, kPage);
+    o.shadingStyle = ShadingStyle::wireframe;
+    const auto wire = render(cube, o, dir, "wire");
+    const auto backdrop = render(emptyLike(cube), o, dir, "empty");
+    // Points on the three visible faces away from their diagonals, where hidden edges run.
+    for (Float3 c :
+         {Float3{0.5f, -0.25f, -0.25f}, Float3{0.25f, -0.5f, -0.25f}, Float3{0.25f, 0.25f, 0.5f}}) {
+        const auto [x, y] = pixelOf(o, c);
+        EXPECT_LE(distance(wire.at(x, y), backdrop.at(x, y)), 1) << "a face centre stays empty";
+    }
+    int marked = 0;
+    for (int y = 0; y < 240; ++y)
+        for (int x = 0; x < 320; ++x) marked += distance(wire.at(x, y), backdrop.at(x, y)) > 8;
+    EXPECT_GT(marked, 300) << "the twelve edges are drawn";
+    EXPECT_LT(marked, 320 * 240 / 20) << "and nothing else";
+}
+
+TEST(VectorPDFPage, pageSmallerThanFloorBecomes64Points) {
+    test::TempDir dir;
+    Options o = initialViewOptions(test::centredCube(), {10, 10});
+    o.pageSize = {10, 10};
+    const auto raster = render(test::centredCube(), o, dir, "small");
+    EXPECT_EQ(raster.width, 64);
+    EXPECT_EQ(raster.height, 64);
+}
+
+TEST(VectorPDFPage, viewPageSizeFallsBackAndHasFloor) {
+    EXPECT_EQ(pageSizeForView(Float2{800, 600}, {2000, 1000}), (Float2{800, 600}));
+    EXPECT_EQ(pageSizeForView(std::nullopt, {1000, 700}), (Float2{1000, 700}));
+    EXPECT_EQ(pageSizeForView(std::nullopt, {1000, 10}), (Float2{1440, 900}));
+    EXPECT_EQ(pageSizeForView(Float2{100, 100}, {}), (Float2{320, 240}));
+}
+
+TEST(VectorPDFPage, documentNamesFileAndCreator) {
+    test::TempDir dir;
+    ASSERT_FALSE(exportInitialView(SyntheticModel::cube(), dir / "out.pdf"));
+    const std::string info = pdfInfo(dir / "out.pdf");
+    EXPECT_EQ(field(info, "Title"), "Cube") << info;
+    EXPECT_EQ(field(info, "Creator"), "Vistrel \xE2\x80\x94 Norvane Works");
+    EXPECT_EQ(field(info, "Pages"), "1");
+    EXPECT_EQ(field(info, "Page size"), "1440 x 900 pts") << "the default page";
+}
+
+TEST(VectorPDFPage, unwritableDestinationReportsAndLeavesNothing) {
+    test::TempDir dir;
+    const auto missing = dir / "no-such-folder" / "out.pdf";
+    const auto error = exportInitialView(SyntheticModel::cube(), missing, kPage);
+    ASSERT_TRUE(error);
+    EXPECT_NE(error->find("Cannot write"), std::string::npos);
+    EXPECT_FALSE(std::filesystem::exists(missing));
+
+    // A folder in the way: the rename fails, and the temporary file must not stay behind.
+    std::filesystem::create_directory(dir / "taken.pdf");
+    std::filesystem::create_directory(dir / "taken.pdf" / "inside");
+    EXPECT_TRUE(exportInitialView(SyntheticModel::cube(), dir / "taken.pdf", kPage));
+    int entries = 0;
+    for ([[maybe_unused]] const auto& e : std::filesystem::directory_iterator(dir.path()))
+        ++entries;
+    EXPECT_EQ(entries, 1);
+}
+
+TEST(VectorPDFPage, picturesMatchBaselines) {
+    test::TempDir dir;
+    const SKPModel synthetic = SyntheticModel::cube();
+    struct Case {
+        std::string name;
+        ShadingStyle style;
+        bool grid;
+        BackdropStyle backdrop;
+    } cases[] = {
+        {"pdf_synthetic_textured", ShadingStyle::textured, false, BackdropStyle::architecturalSky},
+        {"pdf_synthetic_clay_grid", ShadingStyle::clay, true, BackdropStyle::warmPaper},
+        {"pdf_synthetic_xray", ShadingStyle::xray, false, BackdropStyle::studioDark},
+        {"pdf_synthetic_wireframe", ShadingStyle::wireframe, true, BackdropStyle::studioDark},
+    };
+    for (const Case& c : cases) {
+        Options o = initialViewOptions(synthetic, kPage);
+        o.shadingStyle = c.style;
+        o.showsGrid = c.grid;
+        o.backdropStyle = c.backdrop;
+        const auto raster = render(synthetic, o, dir, c.name);
+        EXPECT_EQ(test::compareWithBaseline(raster, c.name), "") << c.name;
+    }
+}
+
+TEST(VectorPDFPage, equalDepthsPaintInListOrder) {
+    // Two coplanar squares seen straight from the front: the later mesh covers the earlier.
+    auto square = [](int material) {
+        Mesh m;
+        m.material = material;
+        m.positions = {{-1, 0, -1}, {1, 0, -1}, {1, 0, 1}, {-1, 0, 1}};
+        m.normals.assign(4, {0, -1, 0});
+        m.indices = {0, 1, 2, 0, 2, 3};
+        return m;
+    };
+    Definition root;
+    root.meshes = {square(0), square(1)};
+    const SKPModel model = test::makeModel(std::move(root), {},
+                                           {{"red", {0.9f, 0.1f, 0.1f, 1}, 1, false, {}, {1, 1}},
+                                            {"blue", {0.1f, 0.1f, 0.9f, 1}, 1, false, {}, {1, 1}}},
+                                           {}, {-1, 0, -1}, {1, 0, 1}, "Order.skp");
+    Options o;
+    o.pageSize = kPage;
+    o.pose.yaw = std::numbers::pi_v<float> / 2;  // looking along +Y
+    o.pose.position = {0, -5, 0};
+    o.pose.distance = 5;
+    o.isPerspective = false;
+    o.orthographicScale = 2;
+    o.showsEdges = false;
+    test::TempDir dir;
+    const auto raster = render(model, o, dir, "order");
+    const auto centre = raster.at(170, 110);
+    EXPECT_GT(centre.b, centre.r + 40) << "the second square is on top";
+}

@@ -1,0 +1,207 @@
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+#include "ManualClock.h"
+#include "ManualTimer.h"
+#include "model/SyntheticModel.h"
+#include "scene/ViewportScene.h"
+
+using namespace vistrel;
+using namespace vistrel::viewport;
+
+namespace {
+
+Mesh quad(int layer, float z, std::optional<int> material = std::nullopt) {
+    // A 10 x 10 m square at height z, facing up.
+    Mesh m;
+    m.layer = layer;
+    m.material = material;
+    m.positions = {{-5, -5, z}, {5, -5, z}, {5, 5, z}, {-5, 5, z}};
+    m.normals.assign(4, {0, 0, 1});
+    m.indices = {0, 1, 2, 0, 2, 3};
+    return m;
+}
+
+EdgeSet line(int layer, Float3 a, Float3 b) {
+    return {layer, {a, b}};
+}
+
+// Layer 1: a wall (floor plane at z = 0); layer 2: an edge 1 cm above it;
+// layer 3: an edge 1 m below it; layer 4: a roof at z = 3.
+SKPModel stack() {
+    Definition root{
+        "",
+        {quad(1, 0), quad(4, 3)},
+        {line(2, {-1, 0, 0.01f}, {1, 0, 0.01f}), line(3, {-1, 0.3f, -1}, {1, 0.3f, -1})},
+        {}};
+    std::vector<Layer> layers;
+    for (const char* n : {"Layer0", "Mur", "Trait", "Dessous", "Toit"})
+        layers.push_back({n, true, {}});
+    return SKPModel(root, {}, {}, layers, {}, {}, {-5, -5, -1}, {5, 5, 3}, {}, {}, {}, {});
+}
+
+std::optional<int> pickDown(ViewportScene& s, Float3 at, bool edges = true) {
+    s.setShowsEdges(edges);
+    // Looking straight down from 10 m, a 60 degree view 800 points high, radius 4 points.
+    return s.pickLayer(at + Float3{0, 0, 10}, {0, 0, -1}, {1, 0, 0}, {0, 1, 0}, 100, std::nullopt,
+                       std::tan(float(M_PI) / 6), 800, 4);
+}
+
+}  // namespace
+
+TEST(ViewportLayers, edgesNearThePointerWinOverTheFaceAndOnlyInFront) {
+    ViewportScene s(stack());
+    // Looking down the roof is in front of everything.
+    EXPECT_EQ(pickDown(s, {0, 0, 0}), 4);
+    s.setLayer(4, false);  // hidden layers are passed through
+    // A pixel away from the edge just above the wall: the edge's layer.
+    EXPECT_EQ(pickDown(s, {0.5f, 0.005f, 0}), 2);
+    // On the bare wall, away from any edge: the wall.
+    EXPECT_EQ(pickDown(s, {3, 3, 0}), 1);
+    // The edge 1 m below the wall is behind it and never picked, even right under the pointer.
+    EXPECT_EQ(pickDown(s, {0.5f, 0.3f, 0}), 1);
+    // With edges off only faces count; in wireframe only edges.
+    EXPECT_EQ(pickDown(s, {0.5f, 0.005f, 0}, false), 1);
+    s.setShadingStyle(ShadingStyle::wireframe);
+    EXPECT_EQ(pickDown(s, {0.5f, 0.3f, 0}, false), 3);
+    EXPECT_EQ(pickDown(s, {3, 3, 0}, false), std::nullopt);
+    // Orthographic tolerance in model units.
+    s.setShadingStyle(ShadingStyle::textured);
+    s.setShowsEdges(true);
+    EXPECT_EQ(s.pickLayer({0.5f, 0.02f, 10}, {0, 0, -1}, {1, 0, 0}, {0, 1, 0}, 100, 0.05f, 0, 0, 0),
+              2);
+    EXPECT_EQ(s.pickLayer({0.5f, 0.2f, 10}, {0, 0, -1}, {1, 0, 0}, {0, 1, 0}, 100, 0.05f, 0, 0, 0),
+              1);
+}
+
+TEST(ViewportLayers, faceHitsIncludeBackFacesAndHonourReach) {
+    ViewportScene s(stack());
+    auto below = s.hitFaces({0, 0, -0.5f}, {0, 0, 1}, 100);  // from under the wall: a back face
+    ASSERT_TRUE(below);
+    EXPECT_NEAR(below->depth, 0.5f, 1e-5f);
+    EXPECT_EQ(below->set->primary(), 1);
+    EXPECT_FALSE(s.hitFaces({0, 0, -0.5f}, {0, 0, 1}, 0.4f));
+    EXPECT_FALSE(s.hitFaces({20, 0, 1}, {0, 0, -1}, 100));
+}
+
+TEST(ViewportLayers, visibleBoundsFollowVisibilityAndFallBackToTheModel) {
+    ViewportScene s(stack());
+    EXPECT_EQ(s.visibleBounds().max.z, 3);
+    s.setLayer(4, false);
+    EXPECT_FLOAT_EQ(s.visibleBounds().max.z, 0.01f);
+    EXPECT_FLOAT_EQ(s.sun()->light->maximumShadowDistance,
+                    4 * length(s.visibleBounds().max - s.visibleBounds().min));
+    s.setLayers({true, false, false, false, false});  // nothing left to see
+    EXPECT_EQ(s.visibleBounds().min, (Float3{-5, -5, -1}));
+    EXPECT_EQ(s.visibleBounds().max, (Float3{5, 5, 3}));
+    // Bounds of chosen layers build hidden sets and count them; a layer without geometry has none.
+    auto roof = s.bounds({4});
+    ASSERT_TRUE(roof);
+    EXPECT_FLOAT_EQ(roof->min.z, 3);
+    EXPECT_FALSE(s.bounds({0}).has_value());
+    s.setLayer(4, true);
+    EXPECT_FALSE(s.findLayerSet({4})->node->isHidden);
+}
+
+TEST(ViewportLayers, hiddenLayerSetIsBuiltWhenFirstShown) {
+    SKPModel m = stack();
+    m.layers[4].isVisible = false;
+    ViewportScene s(std::move(m));
+    EXPECT_FALSE(s.findLayerSet({4})->node);
+    s.setLayer(4, true);
+    ASSERT_TRUE(s.findLayerSet({4})->node);
+    EXPECT_EQ(pickDown(s, {3, 3, 0}), 4);
+}
+
+TEST(ViewportLayers, layerZeroQueries) {
+    // Geometry only on [0, 4], [0, 7] and [0] through instances on layer 0.
+    Definition a{"a", {quad(4, 0)}, {}, {}}, b{"b", {quad(7, 1)}, {}, {}};
+    Definition root{"", {}, {}, {{0, {}, 0, false, {}, ""}, {1, {}, 0, false, {}, ""}}};
+    std::vector<Layer> layers(8, Layer{"L", true, {}});
+    ViewportScene noZero(
+        SKPModel(root, {a, b}, {}, layers, {}, {}, {-5, -5, 0}, {5, 5, 1}, {}, {}, {}, {}));
+    auto keysOf = [](const std::vector<ViewportScene::LayerSet*>& sets) {
+        std::vector<std::vector<int>> k;
+        for (auto* s : sets) k.push_back(s->layers);
+        return k;
+    };
+    // Only 0 asked, no set is exactly [0]: every set holding 0.
+    EXPECT_EQ(keysOf(noZero.matchingLayerSets({0})),
+              (std::vector<std::vector<int>>{{0, 4}, {0, 7}}));
+    EXPECT_TRUE(noZero.matchingLayerSets({}).empty());
+    Definition root2 = root;
+    root2.meshes.push_back(quad(0, 2));
+    ViewportScene withZero(
+        SKPModel(root2, {a, b}, {}, layers, {}, {}, {-5, -5, 0}, {5, 5, 2}, {}, {}, {}, {}));
+    // {0, 4}: sets with 4, and [0] itself, but not [0, 7].
+    EXPECT_EQ(keysOf(withZero.matchingLayerSets({0, 4})),
+              (std::vector<std::vector<int>>{{0}, {0, 4}}));
+    EXPECT_EQ(keysOf(withZero.matchingLayerSets({0})), (std::vector<std::vector<int>>{{0}}));
+}
+
+TEST(ViewportLayers, pulseFlashesRestoresAndGivesWayToHover) {
+    ViewportScene s(stack());
+    auto timerOwned = std::make_unique<test::ManualTimer>();
+    test::ManualTimer* timer = timerOwned.get();
+    test::ManualClock clock;
+    s.setTimerSource(std::move(timerOwned), &clock);
+
+    SceneNode& wall = *s.findLayerSet({1})->node->children().front();
+    SceneNode& edge = *s.findLayerSet({2})->node->children().front();
+    auto wallMaterial = wall.material();
+    auto edgeMaterial = edge.material();
+
+    s.setHoveredLayers({2});
+    EXPECT_NE(edge.material(), edgeMaterial);
+    EXPECT_EQ(edge.renderingOrder, 2);
+    auto hoverMaterial = edge.material();
+    s.setHoveredLayers({2});  // the same set does nothing
+    EXPECT_EQ(edge.material(), hoverMaterial);
+
+    int updates = 0;
+    s.pulseLayers({1}, [&] { ++updates; });
+    EXPECT_EQ(edge.material(), edgeMaterial);  // the flash suppresses the hover
+    EXPECT_NE(wall.material(), wallMaterial);
+    EXPECT_GT(wall.material()->emission.x, 0.6f);  // full strength at the start
+    EXPECT_EQ(updates, 1);
+    EXPECT_TRUE(timer->isRunning());
+    EXPECT_DOUBLE_EQ(timer->interval(), 1.0 / 60);
+
+    // A second pulse cancels the first and restores its materials before starting.
+    s.pulseLayers({4});
+    EXPECT_EQ(wall.material(), wallMaterial);
+    SceneNode& roof = *s.findLayerSet({4})->node->children().front();
+    float start = roof.material()->emission.x;
+    clock.advance(0.3);
+    timer->fire();
+    EXPECT_LT(roof.material()->emission.x, start);
+    EXPECT_GT(roof.material()->emission.x, 0);
+    clock.advance(0.3);
+    timer->fire();  // past 0.55 s: over
+    EXPECT_FALSE(timer->isRunning());
+    EXPECT_TRUE(s.activePulseLayers().empty());
+    EXPECT_EQ(roof.material()->emission, (Float3{0, 0, 0}));
+    // The hover that the flash suppressed is back without a mouse move.
+    EXPECT_NE(edge.material(), edgeMaterial);
+    s.setHoveredLayers({});
+    EXPECT_EQ(edge.material(), edgeMaterial);
+    EXPECT_EQ(edge.renderingOrder, 1);
+}
+
+TEST(ViewportLayers, pulseOnHiddenLayerBuildsItShowsNothingButStillRuns) {
+    SKPModel m = stack();
+    m.layers[4].isVisible = false;
+    ViewportScene s(std::move(m));
+    auto timerOwned = std::make_unique<test::ManualTimer>();
+    test::ManualTimer* timer = timerOwned.get();
+    test::ManualClock clock;
+    s.setTimerSource(std::move(timerOwned), &clock);
+    s.pulseLayers({4});
+    ASSERT_TRUE(s.findLayerSet({4})->node);
+    EXPECT_TRUE(s.findLayerSet({4})->node->isHidden);
+    EXPECT_TRUE(timer->isRunning());
+    clock.advance(0.6);
+    timer->fire();
+    EXPECT_FALSE(timer->isRunning());
+}

@@ -1,0 +1,193 @@
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+#include "ScopedLanguage.h"
+#include "model/SyntheticModel.h"
+#include "scene/ViewportScene.h"
+
+using namespace vistrel;
+using namespace vistrel::viewport;
+
+namespace {
+
+// The direction a light node shines in, in model space: its local -Z.
+Float3 shining(const SceneNode& n) {
+    return -n.transform.column3(2);
+}
+
+float elevationDegrees(Float3 towardsLight) {
+    return std::asin(towardsLight.z / length(towardsLight)) * 180 / float(M_PI);
+}
+
+// A model with one 1 m box per entry, named as given, at x = 3i, on its own layer.
+SKPModel fixtures(std::vector<std::pair<std::string, float>> named) {
+    std::vector<Definition> defs;
+    Definition root;
+    std::vector<Layer> layers{{"Layer0", true, {}}};
+    for (size_t i = 0; i < named.size(); ++i) {
+        float h = named[i].second;
+        Mesh m;
+        m.positions = {{0, 0, 0}, {0.2f, 0, 0}, {0, 0.2f, h}};
+        m.normals = {{0, 0, 1}, {0, 0, 1}, {0, 0, 1}};
+        m.indices = {0, 1, 2};
+        defs.push_back({named[i].first, {m}, {}, {}});
+        root.children.push_back(
+            {int(i), Float4x4::translation({3.0f * float(i), 0, 0}), 0, false, {}, ""});
+    }
+    return SKPModel(root, defs, {}, layers, {}, {}, {0, 0, 0}, {3.0f * float(named.size()), 1, 6},
+                    {}, {}, {}, {});
+}
+
+}  // namespace
+
+TEST(ViewportLights, sunElevationIsClampedBetweenFiveAndEightyEightDegrees) {
+    ViewportScene s(SyntheticModel::cube());
+    struct Case {
+        float set, aimed;
+    } cases[] = {{90, 88}, {45, 45}, {0, 5}, {-30, 5}, {88, 88}, {5, 5}};
+    for (const Case& c : cases) {
+        s.setSunElevationDegrees(c.set);
+        EXPECT_NEAR(elevationDegrees(-shining(*s.sun())), c.aimed, 0.01f) << c.set;
+        EXPECT_FLOAT_EQ(s.sunElevationDegrees(), c.set);  // the slider keeps its value
+    }
+    // Azimuth -135: the sun stands south-west, so its light travels north-east.
+    s.setSunElevationDegrees(45);
+    Float3 dir = shining(*s.sun());
+    EXPECT_GT(dir.x, 0);
+    EXPECT_GT(dir.y, 0);
+    EXPECT_LT(dir.z, 0);
+    // The sky fill comes from the opposite side, 28 degrees up.
+    Float3 sky = shining(*s.skyFill());
+    EXPECT_LT(sky.x, 0);
+    EXPECT_LT(sky.y, 0);
+    EXPECT_NEAR(elevationDegrees(-sky), 28, 0.05f);
+}
+
+TEST(ViewportLights, intensitiesFollowTheCurvesInBothModes) {
+    ViewportScene s(SyntheticModel::cube());
+    EXPECT_FLOAT_EQ(s.sun()->light->intensity, 1050);
+    EXPECT_FLOAT_EQ(s.skyFill()->light->intensity, 220);
+    EXPECT_FLOAT_EQ(s.fill()->light->intensity, 140);
+    EXPECT_FLOAT_EQ(s.lightingEnvironmentIntensity(), 1.05f);
+    EXPECT_EQ(s.sun()->light->shadowCascadeCount, 3);
+    EXPECT_EQ(s.sun()->light->shadowMapSize, 2048);
+    s.setShadowQuality(false);
+    EXPECT_EQ(s.sun()->light->shadowCascadeCount, 1);
+    EXPECT_EQ(s.sun()->light->shadowMapSize, 1024);
+
+    s.setSunIntensity(0.0005f);  // dim, and no shadows
+    EXPECT_GT(s.sun()->light->intensity, 0);
+    EXPECT_FALSE(s.sun()->light->castsShadow);
+    s.setAmbientIntensity(-1);  // counts as 0
+    EXPECT_FLOAT_EQ(s.fill()->light->intensity, 0);
+    s.setAmbientIntensity(2);
+    EXPECT_NEAR(s.skyFill()->light->intensity, 220 * std::pow(2.0f, 1.25f), 1e-3f);
+    s.resetSun();
+    EXPECT_FLOAT_EQ(s.sun()->light->intensity, 1050);
+    EXPECT_TRUE(s.sun()->light->castsShadow);
+
+    s.setLightingMode(LightingMode::point);
+    EXPECT_FLOAT_EQ(s.sun()->light->intensity, 0);
+    EXPECT_FALSE(s.sun()->light->castsShadow);
+    EXPECT_NEAR(s.fill()->light->intensity, 65 * std::pow(2.0f, 1.25f), 1e-3f);
+    EXPECT_FALSE(s.pointLightsRoot()->isHidden);
+}
+
+TEST(ViewportLights, pointModeAddsOneLightOnceAndOnlyTwoCastShadows) {
+    test::ScopedLanguage english(AppLanguage::en);
+    ViewportScene s(SyntheticModel::cube());
+    EXPECT_TRUE(s.detectedSceneLights().empty());
+    s.setLightingMode(LightingMode::point);
+    ASSERT_EQ(s.pointLights().size(), 1u);
+    EXPECT_EQ(s.pointLights()[0].name, "Light 1");
+    EXPECT_EQ(s.pointLights()[0].position, (Float3{1.25f, 0.5f, 0.5f}));
+    s.setLightingMode(LightingMode::sun);
+    EXPECT_TRUE(s.pointLightsRoot()->children().empty());
+    s.setLightingMode(LightingMode::point);
+    EXPECT_EQ(s.pointLights().size(), 1u);
+
+    auto lights = s.pointLights();
+    lights.push_back({Uuid::random(), "B", {1, 1, 1}, 1, false});
+    lights.push_back({Uuid::random(), "C", {2, 1, 1}, 1, false});
+    s.setPointLights(lights);
+    ASSERT_EQ(s.pointLightsRoot()->children().size(), 3u);
+    for (size_t i = 0; i < 3; ++i) {
+        const SceneNode& node = *s.pointLightsRoot()->children()[i];
+        EXPECT_EQ(node.name, lights[i].name);
+        const auto& spots = node.children()[0]->children();
+        ASSERT_EQ(spots.size(), 6u);
+        for (auto& spot : spots) {
+            EXPECT_EQ(spot->light->castsShadow, i < 2) << i;
+            EXPECT_NEAR(spot->light->intensity, 2400 * 0.86f, 1e-3f);
+        }
+    }
+    // Six spots back to back cover every direction.
+    Float3 sum{0, 0, 0};
+    for (auto& spot : s.pointLightsRoot()->children()[0]->children()[0]->children())
+        sum += shining(*spot);
+    EXPECT_NEAR(length(sum), 0, 1e-5f);
+    s.setShowsPointLightGizmo(false);
+    EXPECT_TRUE(s.pointLightsRoot()->children()[0]->children()[1]->isHidden);
+    s.setPointLights({});
+    EXPECT_TRUE(s.pointLightsRoot()->children().empty());
+}
+
+TEST(ViewportLights, lightNamesMatchWholeWordsOnly) {
+    struct Case {
+        const char* name;
+        bool matches;
+    } cases[] = {{"Spotlight 3", false},       {"Spot 3", true},    {"DAYLIGHT lamp", false},
+                 {"Lumière_salon", true},      {"LUMIERE", true},   {"lamp post", true},
+                 {"Table lamp", true},         {"my_bulb_x", true}, {"bulbous", false},
+                 {"Highlight light", false},   {"", false},         {"Ampoule-E27", true},
+                 {"projecteur découpe", true}, {"Chair", false},    {"floor-light", true}};
+    for (const Case& c : cases)
+        EXPECT_EQ(ViewportScene::matchesLightName(c.name), c.matches) << c.name;
+}
+
+TEST(ViewportLights, fixturesAreFoundByNameSizeAndDistance) {
+    test::ScopedLanguage french(AppLanguage::fr);
+    ViewportScene s(fixtures({{"Lamp", 0.5f}, {"lamp post", 6}, {"Chair", 0.5f}, {"Spot", 0.5f}}));
+    auto found = s.detectedSceneLights();
+    ASSERT_EQ(found.size(), 2u);  // the 6 m lamp post is too large, the chair no light
+    EXPECT_EQ(found[0].name, "Lamp");
+    EXPECT_EQ(found[1].name, "Spot");
+    EXPECT_TRUE(found[0].isFromScene);
+    EXPECT_NEAR(found[0].position.x, 0.1f, 1e-6f);
+    EXPECT_NEAR(found[1].position.x, 9.1f, 1e-6f);
+    // Found lights become the point lights, but the mode stays sun.
+    EXPECT_EQ(s.pointLights().size(), 2u);
+    EXPECT_EQ(s.lightingMode(), LightingMode::sun);
+}
+
+TEST(ViewportLights, gridStepPlaneAndCentre) {
+    auto gridOf = [](Float3 lo, Float3 hi) {
+        SKPModel m({}, {}, {}, {{"L", true, {}}}, {}, {}, lo, hi, {}, {}, {}, {});
+        ViewportScene s(std::move(m));
+        s.setShowsGrid(true);
+        return s.gridNode();
+    };
+    // 30 m model: x = 2.5, step 1 doubled to 2 (15 lines would be above 25? 30/1 = 30 yes).
+    auto grid = gridOf({0, 0, 0}, {30, 0, 0});
+    ASSERT_EQ(grid->children().size(), 5u);
+    const Geometry& minor = *grid->children()[0]->geometry;
+    const Geometry& major = *grid->children()[1]->geometry;
+    EXPECT_FLOAT_EQ(major.boundsMax.y - major.boundsMin.y, 60);  // half = 30
+    // Majors every 10 m: lines at x = cx + 10k with cx = 20 (rounded to the major).
+    EXPECT_FLOAT_EQ(major.boundsMin.x, -10);
+    EXPECT_FLOAT_EQ(major.positions[0].x, -10);
+    EXPECT_FLOAT_EQ(major.positions[4].x, 0);
+    EXPECT_FLOAT_EQ(minor.positions[0].x, -8);
+    EXPECT_FLOAT_EQ(minor.boundsMin.z, 0);
+    EXPECT_EQ(grid->children()[0]->renderingOrder, -1);
+    EXPECT_FALSE(grid->children()[0]->material()->writesToDepthBuffer);
+    // A model that straddles zero keeps the grid at zero; one wholly below or above sits on its
+    // lowest point.
+    EXPECT_FLOAT_EQ(gridOf({0, 0, -3}, {10, 10, 5})->children()[0]->geometry->boundsMin.z, 0);
+    EXPECT_FLOAT_EQ(gridOf({0, 0, -3}, {10, 10, -1})->children()[0]->geometry->boundsMin.z, -3);
+    EXPECT_FLOAT_EQ(gridOf({0, 0, 2}, {10, 10, 5})->children()[0]->geometry->boundsMin.z, 2);
+    // Small models: span 2, step a tenth halved.
+    auto tiny = gridOf({0, 0, 0}, {1, 1, 0});
+    EXPECT_GT(tiny->children()[0]->geometry->vertexCount(), 0u);
+}

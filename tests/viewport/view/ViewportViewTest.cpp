@@ -1,0 +1,536 @@
+#include "view/ViewportView.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <numbers>
+#include <vector>
+
+#include "ManualClock.h"
+#include "ManualTimer.h"
+#include "TestEnv.h"
+#include "sketchup/SKPReader.h"
+
+using namespace vistrel;
+using namespace vistrel::viewport;
+using Pose = CameraRig::Pose;
+
+namespace {
+
+constexpr float pi = std::numbers::pi_v<float>;
+constexpr float orbitPerPoint = 0.0069813165f;
+constexpr std::uint16_t keyW = 13, keyEscape = 53;
+constexpr Float2 viewSize{800, 600};
+
+void expectNear(Float3 a, Float3 b, float tolerance = 1e-3f) {
+    EXPECT_NEAR(a.x, b.x, tolerance);
+    EXPECT_NEAR(a.y, b.y, tolerance);
+    EXPECT_NEAR(a.z, b.z, tolerance);
+}
+
+SKPModel withFileInfo(Definition root, std::vector<Layer> layers, Float3 lo, Float3 hi,
+                      const char* url, Stats stats) {
+    SKPFileInfo info;
+    info.url = url;
+    return SKPModel(std::move(root), {}, {}, std::move(layers), {}, std::nullopt, lo, hi, stats,
+                    info, std::nullopt, std::nullopt);
+}
+
+// A 40 x 40 m floor on layer 1 with a 2 m block on layer 2 in its middle.
+SKPModel floorModel() {
+    Mesh floor;
+    floor.layer = 1;
+    floor.positions = {{-20, -20, 0}, {20, -20, 0}, {20, 20, 0}, {-20, 20, 0}};
+    floor.normals.assign(4, {0, 0, 1});
+    floor.indices = {0, 1, 2, 0, 2, 3};
+    Mesh block;
+    block.layer = 2;
+    block.positions = {{-1, -1, 2}, {1, -1, 2}, {1, 1, 2}, {-1, 1, 2}};
+    block.normals.assign(4, {0, 0, 1});
+    block.indices = {0, 1, 2, 0, 2, 3};
+    Definition root{"", {floor, block}, {}, {}};
+    return withFileInfo(root, {{"Layer0", true, {}}, {"Sol", true, {}}, {"Bloc", true, {}}},
+                        {-20, -20, 0}, {20, 20, 2}, "/tmp/floor.skp", {2, 4, 0, 0, 0, 0});
+}
+
+// A flat drawing as a DXF gives it: lines only, on one plane.
+SKPModel planModel() {
+    EdgeSet lines;
+    lines.layer = 0;
+    lines.positions = {{0, 0, 0},   {30, 0, 0}, {30, 0, 0}, {30, 20, 0},
+                       {30, 20, 0}, {0, 20, 0}, {0, 20, 0}, {0, 0, 0}};
+    Definition root{"", {}, {lines}, {}};
+    return withFileInfo(root, {{"0", true, {}}}, {0, 0, 0}, {30, 20, 0}, "/tmp/plan.dxf",
+                        {0, 0, 4, 0, 0, 0});
+}
+
+KeyEvent key(std::uint16_t code, std::string_view characters, Modifiers modifiers = {}) {
+    KeyEvent e;
+    e.keyCode = code;
+    e.characters = characters;
+    e.modifiers = modifiers;
+    return e;
+}
+
+class ViewportViewTest : public testing::Test {
+  protected:
+    ViewportViewTest() {
+        view.setSize(viewSize);
+        view.onSelectLayer = [this](int layer) { selected.push_back(layer); };
+    }
+
+    void present(SKPModel model) {
+        view.present(std::make_shared<ViewportScene>(std::move(model)));
+    }
+
+    MouseEvent at(Float2 point, double time, Modifiers modifiers = {}, int clicks = 1) {
+        MouseEvent e;
+        e.point = point;
+        e.time = time;
+        e.modifiers = modifiers;
+        e.clickCount = clicks;
+        return e;
+    }
+
+    // Presses at `from`, drags by `step` points `count` times 16 ms apart, and releases
+    // `releaseDelay` after the last move. Returns the release time.
+    double leftDrag(Float2 from, Float2 step, int count, double releaseDelay,
+                    Modifiers modifiers = {}) {
+        double t = 10;
+        view.mouseDown(at(from, t, modifiers));
+        Float2 p = from;
+        for (int i = 0; i < count; ++i) {
+            t += 0.016;
+            p = {p.x + step.x, p.y + step.y};
+            view.mouseDragged(at(p, t, modifiers));
+        }
+        t += releaseDelay;
+        view.mouseUp(at(p, t, modifiers));
+        return t;
+    }
+
+    // Where a model point shows in the view, in points.
+    Float2 screenPoint(Float3 world) const {
+        const Pose& p = view.rig().pose();
+        const Float3 v = world - p.position;
+        if (!view.isPerspective()) {
+            const float u = view.visibleHeight() / viewSize.y;
+            return {dot(v, p.right()) / u + viewSize.x / 2, dot(v, p.up()) / u + viewSize.y / 2};
+        }
+        const float k = std::tan(float(view.fieldOfView()) * pi / 360) / (viewSize.y / 2);
+        const float depth = dot(v, p.forward());
+        return {dot(v, p.right()) / depth / k + viewSize.x / 2,
+                dot(v, p.up()) / depth / k + viewSize.y / 2};
+    }
+
+    void tick(double dt = 1.0 / 60) {
+        clock.advance(dt);
+        timer.fire();
+    }
+
+    // Pan, wheel zoom, option-turn, a momentum flick and a key flight over a flat drawing, with
+    // the pose each step should leave.
+    void playScriptedPlanSession(SKPModel plan) {
+        present(std::move(plan));
+        const Pose start = view.rig().pose();
+        const double startScale = view.orthographicScale();
+        const float u = view.visibleHeight() / viewSize.y;
+        EXPECT_NEAR(start.pitch, -pi / 2, 1e-6f);
+
+        // Pan 60 points right and 30 up with the left button.
+        leftDrag({200, 200}, {20, 10}, 3, 0.3);
+        // One wheel notch towards the drawing at the middle of the view.
+        WheelEvent wheel;
+        wheel.point = {viewSize.x / 2, viewSize.y / 2};
+        wheel.scrollingDelta = {0, 1};
+        wheel.time = 30;
+        view.scrollWheel(wheel);
+        // Option-drag 40 points left, released slowly: a quarter turn's worth, no inertia.
+        leftDrag({400, 300}, {-10, 3}, 4, 0.3, Modifiers{.option = true});
+        // A trackpad flick with momentum afterwards changes nothing.
+        wheel.hasPreciseDeltas = true;
+        wheel.momentumPhase = GesturePhase::changed;
+        wheel.scrollingDelta = {40, 40};
+        view.scrollWheel(wheel);
+        // The up key held for a tenth of a second moves up the screen.
+        const Pose beforeKey = view.rig().pose();
+        EXPECT_TRUE(view.keyDown(key(126, "")));
+        tick(0.1);
+        view.keyUp(key(126, ""));
+        tick();
+        EXPECT_FALSE(timer.isRunning());
+
+        const Float3 panned = start.position - start.right() * (60 * u) - start.up() * (30 * u);
+        // Turning about the vertical keeps a straight-down eye above its target.
+        const Float3 flown = panned + beforeKey.up() * (view.rig().baseSpeed * 0.1f);
+        const Pose& end = view.rig().pose();
+        EXPECT_NEAR(end.yaw, start.yaw + 40 * orbitPerPoint, 1e-5f);
+        EXPECT_EQ(end.pitch, -pi / 2);
+        expectNear(end.position, flown);
+        EXPECT_NEAR(view.orthographicScale(), startScale * 0.9, 1e-4);
+    }
+
+    test::ManualTimer timer;
+    test::ManualClock clock;
+    ViewportView view{timer, clock};
+    std::vector<int> selected;
+};
+
+// Orbit and inertia.
+
+TEST_F(ViewportViewTest, leftDragOrbitsAroundThePointUnderTheCursor) {
+    present(floorModel());
+    const Float2 grab{500, 200};
+    const std::optional<Float3> under = view.hit(grab);
+    ASSERT_TRUE(under);
+    const float radius = length(view.rig().pose().position - *under);
+    const float yaw = view.rig().pose().yaw;
+
+    leftDrag(grab, {10, 4}, 5, 0.2);
+
+    ASSERT_TRUE(view.rig().pivot);
+    expectNear(*view.rig().pivot, *under);
+    EXPECT_NEAR(length(view.rig().pose().position - *under), radius, radius * 1e-4f);
+    EXPECT_NEAR(view.rig().pose().yaw, yaw - 50 * orbitPerPoint, 1e-4f);
+    // The target sits at the depth of the grabbed point.
+    const Pose& p = view.rig().pose();
+    EXPECT_NEAR(p.distance, dot(p.forward(), *under - p.position), 1e-3f);
+}
+
+TEST_F(ViewportViewTest, quickReleaseKeepsSpinningAndHesitantReleaseStopsDead) {
+    present(floorModel());
+    leftDrag({400, 300}, {8, 0}, 4, 0.01);
+    const float releasedYaw = view.rig().pose().yaw;
+    EXPECT_TRUE(timer.isRunning());
+    for (int i = 0; i < 5; ++i) tick();
+    EXPECT_LT(view.rig().pose().yaw, releasedYaw - 1e-3f);
+
+    // Hesitant: the release comes more than 0.05 s after the last move.
+    present(floorModel());
+    leftDrag({400, 300}, {8, 0}, 4, 0.06);
+    const float stoppedYaw = view.rig().pose().yaw;
+    EXPECT_EQ(view.rig().spin(), Float2{});
+    for (int i = 0; i < 5; ++i) tick();
+    EXPECT_EQ(view.rig().pose().yaw, stoppedYaw);
+}
+
+// Clicks and selection.
+
+TEST_F(ViewportViewTest, clickThatMovedThreePointsSelectsAndFourDoesNot) {
+    present(floorModel());
+    leftDrag({480, 280}, {3, 0}, 1, 0.1);
+    ASSERT_EQ(selected.size(), 1u);
+    EXPECT_EQ(selected[0], 1);
+    EXPECT_EQ(view.hoveredLayer(), 1);
+
+    present(floorModel());
+    selected.clear();
+    leftDrag({480, 280}, {4, 0}, 1, 0.1);
+    EXPECT_TRUE(selected.empty());
+
+    // Shift or a second click never selects either.
+    present(floorModel());
+    leftDrag({480, 280}, {0, 0}, 0, 0.1, Modifiers{.shift = true});
+    EXPECT_TRUE(selected.empty());
+}
+
+TEST_F(ViewportViewTest, doubleClickRecentresTwoThirdsOfTheWayAndOnEmptySpaceDoesNothing) {
+    present(floorModel());
+    const Float2 point{450, 250};
+    const Float3 under = *view.hit(point);
+    const Pose before = view.rig().pose();
+    view.mouseDown(at(point, 10, {}, 2));
+    EXPECT_FALSE(view.drag());
+    view.mouseUp(at(point, 10.1, {}, 2));
+    for (int i = 0; i < 30; ++i) tick();
+    const Pose& after = view.rig().pose();
+    const float depth = dot(before.forward(), under - before.position);
+    EXPECT_NEAR(after.distance, depth / 3, 1e-3f);
+    expectNear(after.target(), under);
+    EXPECT_TRUE(selected.empty());
+
+    // Looking at the sky: nothing under the pointer, nothing moves.
+    view.setCameraPose(Float3{0, 0, 5}, 0.0f, 30.0f, 10.0f);
+    const Pose sky = view.rig().pose();
+    view.mouseDown(at({400, 500}, 20, {}, 2));
+    view.mouseUp(at({400, 500}, 20.1, {}, 2));
+    for (int i = 0; i < 30; ++i) tick();
+    EXPECT_EQ(view.rig().pose(), sky);
+    EXPECT_FALSE(view.drag());
+}
+
+// Flat drawings.
+
+TEST_F(ViewportViewTest, flatPlanPansWithLeftAndRightDragAndTurnsAboutTheVerticalWithOption) {
+    present(planModel());
+    EXPECT_FALSE(view.isPerspective());
+    EXPECT_TRUE(view.rig().is2DMode);
+    const Pose start = view.rig().pose();
+    const float u = view.visibleHeight() / viewSize.y;
+
+    leftDrag({100, 100}, {10, 5}, 2, 0.2);
+    expectNear(view.rig().pose().position,
+               start.position - start.right() * (20 * u) - start.up() * (10 * u));
+    EXPECT_EQ(view.rig().pose().yaw, start.yaw);
+
+    const Pose afterLeft = view.rig().pose();
+    view.rightMouseDown(at({100, 100}, 20));
+    EXPECT_EQ(view.drag(), ViewportView::Drag::pan);
+    view.rightMouseDragged(at({90, 100}, 20.016));
+    view.rightMouseUp(at({90, 100}, 20.3));
+    expectNear(view.rig().pose().position, afterLeft.position + afterLeft.right() * (10 * u));
+    EXPECT_EQ(view.cursorHides(), 0);
+
+    const Pose beforeTurn = view.rig().pose();
+    leftDrag({400, 300}, {10, 7}, 3, 0.2, Modifiers{.option = true});
+    EXPECT_NEAR(view.rig().pose().yaw, beforeTurn.yaw - 30 * orbitPerPoint, 1e-5f);
+    EXPECT_EQ(view.rig().pose().pitch, -pi / 2);
+    EXPECT_NEAR(view.rig().pose().position.z, beforeTurn.position.z, 1e-4f);
+}
+
+// Zoom.
+
+TEST_F(ViewportViewTest, wheelZoomKeepsThePointUnderTheCursorInBothProjections) {
+    for (bool perspective : {true, false}) {
+        SCOPED_TRACE(perspective ? "perspective" : "parallel");
+        present(floorModel());
+        view.setPerspective(perspective);
+        const Float2 pointer{520, 260};
+        const std::optional<Float3> under = view.hit(pointer);
+        ASSERT_TRUE(under);
+        const float heightBefore = view.visibleHeight();
+        const float reachBefore = length(*under - view.rig().pose().position);
+
+        WheelEvent wheel;
+        wheel.point = pointer;
+        wheel.scrollingDelta = {0, 3};
+        wheel.time = 50;
+        view.scrollWheel(wheel);
+        wheel.time = 50.05;  // the same gesture: the anchor is not looked up again
+        view.scrollWheel(wheel);
+
+        const Float2 shown = screenPoint(*under);
+        EXPECT_NEAR(shown.x, pointer.x, 0.05f);
+        EXPECT_NEAR(shown.y, pointer.y, 0.05f);
+        const float ratio = std::pow(0.9f, 6);
+        if (perspective)
+            EXPECT_NEAR(length(*under - view.rig().pose().position), reachBefore * ratio, 1e-3f);
+        else
+            EXPECT_NEAR(view.visibleHeight(), heightBefore * ratio, 1e-3f);
+    }
+}
+
+TEST_F(ViewportViewTest, momentumEventsNeverMoveTheCamera) {
+    present(floorModel());
+    const Pose before = view.rig().pose();
+    WheelEvent wheel;
+    wheel.point = {400, 300};
+    wheel.scrollingDelta = {12, 30};
+    wheel.time = 5;
+    for (bool precise : {false, true}) {
+        wheel.hasPreciseDeltas = precise;
+        wheel.momentumPhase = GesturePhase::changed;
+        view.scrollWheel(wheel);
+    }
+    EXPECT_EQ(view.rig().pose(), before);
+
+    // The same event without momentum does move it: the filter is what held it still.
+    wheel.momentumPhase = GesturePhase::none;
+    wheel.phase = GesturePhase::changed;
+    view.scrollWheel(wheel);
+    EXPECT_NE(view.rig().pose(), before);
+}
+
+TEST_F(ViewportViewTest, wheelDuringRightButtonLookChangesFlightSpeedOnly) {
+    present(floorModel());
+    view.rightMouseDown(at({400, 300}, 1));
+    const Pose before = view.rig().pose();
+    float reported = 0;
+    view.onPoseChange = [&](Float3, float, float, float speed) { reported = speed; };
+    WheelEvent wheel;
+    wheel.scrollingDelta = {0, 2};
+    view.scrollWheel(wheel);
+    EXPECT_EQ(view.rig().pose(), before);
+    EXPECT_NEAR(view.movementSpeedScale(), 1.5625, 1e-5);
+    EXPECT_NEAR(reported, view.rig().baseSpeed * 1.5625f, 1e-5f);
+    view.rightMouseUp(at({400, 300}, 2));
+}
+
+// Projection.
+
+TEST_F(ViewportViewTest, parallelAndBackKeepsTheFramingAtTheTarget) {
+    present(floorModel());
+    view.setAmbientOcclusionIntensity(0.6);
+    view.setAmbientOcclusionEnabled(true);
+    view.orbitByDegrees(25, -10);
+    const Pose before = view.rig().pose();
+    const float height = view.visibleHeight();
+
+    view.setPerspective(false);
+    EXPECT_NEAR(view.visibleHeight(), height, height * 1e-5f);
+    EXPECT_EQ(view.cameraNode().camera->screenSpaceAmbientOcclusionIntensity, 0);
+
+    view.setPerspective(true);
+    expectNear(view.rig().pose().position, before.position);
+    EXPECT_NEAR(view.rig().pose().distance, before.distance, before.distance * 1e-5f);
+    expectNear(view.rig().pose().target(), before.target());
+    EXPECT_EQ(view.cameraNode().camera->screenSpaceAmbientOcclusionIntensity, 0.6);
+}
+
+TEST_F(ViewportViewTest, aParallelFileCameraIsShownAndResetToAsSaved) {
+    SKPModel model = floorModel();
+    model.camera = Camera{{10, -30, 25}, {0, 0, 0}, {0, 0, 1}, false, 50, 18};
+    present(std::move(model));
+    EXPECT_FALSE(view.isPerspective());
+    EXPECT_EQ(view.orthographicScale(), 9);
+    EXPECT_EQ(view.fieldOfView(), 50);
+    expectNear(view.rig().pose().position, {10, -30, 25});
+    expectNear(view.rig().pose().target(), {0, 0, 0});
+
+    std::vector<bool> resets;
+    view.onResetView = [&](bool perspective) { resets.push_back(perspective); };
+    view.setPerspective(true);
+    view.setCameraPose(Float3{1, 2, 3}, 10.0f, -20.0f, 4.0f);
+    view.resetView(true);
+    for (int i = 0; i < 40; ++i) tick();
+    EXPECT_FALSE(view.isPerspective());
+    expectNear(view.rig().pose().position, {10, -30, 25});
+    EXPECT_NEAR(view.orthographicScale(), 9, 1e-6);
+    EXPECT_EQ(resets, std::vector<bool>{false});
+}
+
+TEST_F(ViewportViewTest, cameraStateIsClamped) {
+    struct Case {
+        double above, below, low, high;
+        void (ViewportView::*set)(double);
+        double (ViewportView::*get)() const;
+    };
+    const Case cases[] = {
+        {500, 1, 10, 120, &ViewportView::setFieldOfView, &ViewportView::fieldOfView},
+        {9, -9, -3, 3, &ViewportView::setExposureOffset, &ViewportView::exposureOffset},
+        {1e6, 0, 0.01, 10000, &ViewportView::setOrthographicScale,
+         &ViewportView::orthographicScale},
+        {100, 0.01, 0.0625, 16, &ViewportView::setMovementSpeedScale,
+         &ViewportView::movementSpeedScale},
+    };
+    int redraws = 0;
+    view.onRedraw = [&] { ++redraws; };
+    for (const Case& c : cases) {
+        (view.*c.set)(c.above);
+        EXPECT_EQ((view.*c.get)(), c.high);
+        (view.*c.set)(c.below);
+        EXPECT_EQ((view.*c.get)(), c.low);
+        (view.*c.set)((c.low + c.high) / 2);
+        EXPECT_NEAR((view.*c.get)(), (c.low + c.high) / 2, 1e-6);
+    }
+    EXPECT_GE(redraws, 12);
+}
+
+TEST_F(ViewportViewTest, focalLengthAndFieldOfViewAreInverseWithinTheirRanges) {
+    for (double fov = 10; fov <= 120; fov += 5)
+        EXPECT_NEAR(ViewportView::verticalFOVDegrees(ViewportView::focalLengthMM(fov)), fov, 1e-9);
+    // A 24 mm frame height: 2 atan(12 / f).
+    EXPECT_NEAR(ViewportView::verticalFOVDegrees(50), 2 * std::atan(12.0 / 50) * 180 / M_PI, 1e-9);
+    EXPECT_EQ(ViewportView::verticalFOVDegrees(1e6), ViewportView::verticalFOVDegrees(300));
+    EXPECT_EQ(ViewportView::focalLengthMM(1), ViewportView::focalLengthMM(5));
+}
+
+TEST_F(ViewportViewTest, setCameraPoseKeepsMissingValuesAndClampsPitch) {
+    present(floorModel());
+    const Pose before = view.rig().pose();
+    view.setCameraPose(std::nullopt, 30.0f, 95.0f, std::nullopt);
+    const Pose& p = view.rig().pose();
+    EXPECT_EQ(p.position, before.position);
+    EXPECT_EQ(p.distance, before.distance);
+    EXPECT_NEAR(p.yaw, pi / 6, 1e-6f);
+    EXPECT_NEAR(p.pitch, 89 * pi / 180, 1e-6f);
+
+    view.setCameraLookAt({0, -10, 0}, {0, 0, 0}, false);
+    EXPECT_NEAR(view.rig().pose().yaw, pi / 2, 1e-6f);
+    EXPECT_NEAR(view.rig().pose().distance, 10, 1e-5f);
+    EXPECT_NEAR(view.rig().pose().pitch, 0, 1e-6f);
+    // Too close to tell a direction: it stays, and only the eye moves.
+    view.setCameraLookAt({5, 5, 5}, {5, 5, 5.00001f}, false);
+    EXPECT_NEAR(view.rig().pose().yaw, pi / 2, 1e-6f);
+    EXPECT_NEAR(view.rig().pose().pitch, 0, 1e-6f);
+    EXPECT_EQ(view.rig().pose().position, (Float3{5, 5, 5}));
+}
+
+// Keys.
+
+TEST_F(ViewportViewTest, azertyZResetsTheViewUnlessTheUserIsFlying) {
+    present(floorModel());
+    const Pose home = view.rig().pose();
+    view.orbitByDegrees(40, 0);
+    const KeyEvent z = key(keyW, "z");
+    EXPECT_TRUE(view.keyDown(z));
+    EXPECT_TRUE(view.rig().keys.empty());
+    for (int i = 0; i < 40; ++i) tick();
+    expectNear(view.rig().pose().position, home.position);
+
+    // Right button held: the same key flies forward.
+    view.rightMouseDown(at({400, 300}, 1));
+    EXPECT_TRUE(view.keyDown(z));
+    EXPECT_TRUE(view.rig().keys.contains(keyW));
+    view.keyUp(z);
+    view.rightMouseUp(at({400, 300}, 2));
+
+    // Shift+Z frames the model from the current direction instead of going home.
+    view.setCameraPose(Float3{60, 0, 10}, 180.0f, -10.0f, 5.0f);
+    EXPECT_TRUE(view.keyDown(key(6, "Z", Modifiers{.shift = true})));
+    for (int i = 0; i < 40; ++i) tick();
+    EXPECT_NEAR(std::remainder(view.rig().pose().yaw - pi, 2 * pi), 0, 1e-5f);
+    expectNear(view.rig().pose().target(), {0, 0, 1});
+}
+
+TEST_F(ViewportViewTest, commandKeyDropsHeldFlyingKeys) {
+    present(floorModel());
+    EXPECT_TRUE(view.keyDown(key(keyW, "w")));
+    EXPECT_FALSE(view.keyDown(key(keyW, "w", Modifiers{.command = true})));
+    const Pose held = view.rig().pose();
+    // The key-up of W never comes: command went down while it was held.
+    view.flagsChanged(Modifiers{.command = true});
+    tick();
+    EXPECT_EQ(view.rig().pose(), held);
+    EXPECT_FALSE(timer.isRunning());
+}
+
+TEST_F(ViewportViewTest, escapeAndReleaseInputEndFreeFlyAndGiveTheCursorBack) {
+    present(floorModel());
+    std::vector<bool> flying;
+    view.onFreeFlyingChange = [&](bool f) { flying.push_back(f); };
+    view.setFreeFlying(true);
+    EXPECT_EQ(view.cursorHides(), 1);
+    EXPECT_FALSE(view.keyDown(key(12, "q", Modifiers{.command = true})));
+    EXPECT_TRUE(view.keyDown(key(keyEscape, "\x1b")));
+    EXPECT_FALSE(view.isFreeFlying());
+    EXPECT_EQ(view.cursorHides(), 0);
+    EXPECT_EQ(flying, (std::vector<bool>{true, false}));
+    EXPECT_FALSE(view.keyDown(key(keyEscape, "\x1b")));
+
+    // A lost right-button release while flying leaves nothing behind.
+    view.setFreeFlying(true);
+    view.rightMouseDown(at({400, 300}, 1));
+    view.keyDown(key(keyW, "w"));
+    view.releaseInput();
+    EXPECT_FALSE(view.isFreeFlying());
+    EXPECT_FALSE(view.drag());
+    EXPECT_TRUE(view.rig().keys.empty());
+    EXPECT_EQ(view.cursorHides(), 0);
+}
+
+// A user's session over a flat drawing, replayed event by event.
+TEST_F(ViewportViewTest, scriptedSessionOverAFlatPlanEndsAtTheExpectedPose) {
+    playScriptedPlanSession(planModel());
+}
+
+TEST_F(ViewportViewTest, scriptedSessionOverACorpusFloorPlanEndsAtTheExpectedPose) {
+    auto corpus = test::corpusDir();
+    if (!corpus) GTEST_SKIP() << "corpus not present";
+    test::ScopedEnv nativeOnly("VISTREL_FORCE_NATIVE_DXF", "1");
+    SKPModel plan = SKPReader::load(*corpus / "dxf" / "bnortierdxf__floorplan.dxf");
+    ASSERT_TRUE(plan.isPlanar2D());
+    playScriptedPlanSession(std::move(plan));
+}
+
+}  // namespace

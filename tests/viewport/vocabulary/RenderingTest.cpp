@@ -1,0 +1,279 @@
+#include "vocabulary/Rendering.h"
+
+#include <gtest/gtest.h>
+
+#include <clocale>
+#include <cmath>
+#include <numbers>
+#include <string>
+#include <vector>
+
+#include "ScopedLanguage.h"
+
+using namespace vistrel;
+using namespace vistrel::viewport;
+
+namespace {
+
+void expectNear(Float3 a, Float3 b, float tolerance = 1e-6f) {
+    EXPECT_NEAR(a.x, b.x, tolerance);
+    EXPECT_NEAR(a.y, b.y, tolerance);
+    EXPECT_NEAR(a.z, b.z, tolerance);
+}
+
+// The byte an image formula gives for one component.
+std::uint8_t byteOf(double v) {
+    return std::uint8_t(std::floor(std::min(std::max(v, 0.0), 1.0) * 255));
+}
+
+// Checks every pixel of row y against one colour, alpha 255.
+void expectRow(const Image& image, int y, std::array<std::uint8_t, 3> rgb) {
+    for (int x = 0; x < image.width; ++x) {
+        const std::uint8_t* p = image.pixel(x, y);
+        ASSERT_EQ(p[0], rgb[0]) << "row " << y << " column " << x;
+        ASSERT_EQ(p[1], rgb[1]) << "row " << y << " column " << x;
+        ASSERT_EQ(p[2], rgb[2]) << "row " << y << " column " << x;
+        ASSERT_EQ(p[3], 255) << "row " << y << " column " << x;
+    }
+}
+
+}  // namespace
+
+TEST(RenderingTest, sliderCurveClampsAndHasExactZero) {
+    struct Case {
+        double slider, max;
+        float power;
+    };
+    const std::vector<Case> cases = {
+        {1.5, 4, 4},      {-0.2, 4, 0},
+        {0.000005, 4, 0}, {0.00001, 4, 0},
+        {1, 2.5, 2.5f},   {0.5, 1, float(std::pow(0.5, 2.6))},
+        {NAN, 4, 0},      {0.25, 8, float(std::pow(0.25, 2.6) * 8)},
+    };
+    for (const Case& c : cases)
+        EXPECT_EQ(Rendering::sliderToLightIntensity(c.slider, c.max), c.power) << c.slider;
+    EXPECT_GT(Rendering::sliderToLightIntensity(0.000011, 4), 0);
+}
+
+TEST(RenderingTest, powerToSliderInvertsTheCurve) {
+    struct Case {
+        float power;
+        double max, slider;
+    };
+    const std::vector<Case> cases = {
+        {2, 0, 0},         {2, -1, 0}, {9, 4, 1},
+        {4, 4, 1},         {-1, 4, 0}, {NAN, 4, 0},
+        {0.000001f, 1, 0}, {1, 1, 1},  {0.5f, 2, std::pow(0.25, 1 / 2.6)},
+    };
+    for (const Case& c : cases)
+        EXPECT_NEAR(Rendering::lightIntensityToSlider(c.power, c.max), c.slider, 1e-12) << c.power;
+    for (double m : {1.0, 2.0, 4.0, 0.3})
+        for (double s : {0.5, 0.01, 0.9, 1.0})
+            EXPECT_NEAR(
+                Rendering::lightIntensityToSlider(Rendering::sliderToLightIntensity(s, m), m), s,
+                1e-6)
+                << m << " " << s;
+}
+
+TEST(RenderingTest, lightPercentageReadsTheSameUnderAnyProcessLocale) {
+    struct Case {
+        float value;
+        const char *fr, *en;
+    };
+    const std::vector<Case> cases = {
+        {0, "0 %", "0 %"},           {0.0004f, "0 %", "0 %"},     {-3, "0 %", "0 %"},
+        {0.05f, "5,0 %", "5.0 %"},   {0.0005f, "0,1 %", "0.1 %"}, {0.0994f, "9,9 %", "9.9 %"},
+        {0.5f, "50 %", "50 %"},      {0.126f, "13 %", "13 %"},    {1, "100 %", "100 %"},
+        {2.3456f, "235 %", "235 %"}, {NAN, "0 %", "0 %"},
+    };
+    // A decimal comma in the C library's locale must change nothing.
+    const std::string saved = std::setlocale(LC_ALL, nullptr);
+    const bool french = std::setlocale(LC_ALL, "fr_FR.UTF-8") != nullptr;
+    {
+        test::ScopedLanguage language(AppLanguage::fr);
+        for (const Case& c : cases)
+            EXPECT_EQ(Rendering::formatLightPercentage(c.value), c.fr) << c.value;
+    }
+    {
+        test::ScopedLanguage language(AppLanguage::en);
+        for (const Case& c : cases)
+            EXPECT_EQ(Rendering::formatLightPercentage(c.value), c.en) << c.value;
+    }
+    std::setlocale(LC_ALL, saved.c_str());
+    if (!french) GTEST_SKIP() << "fr_FR.UTF-8 is not installed; checked in the C locale only";
+}
+
+TEST(RenderingTest, gradientStopsPerStyleAndClampedCustomColour) {
+    struct Case {
+        BackdropStyle style;
+        Float3 custom;
+        Rendering::GradientStops stops;
+    };
+    const Float3 ignored{0.9f, 0.1f, 0.5f};
+    const std::vector<Case> cases = {
+        {BackdropStyle::architecturalSky,
+         ignored,
+         {{0.24f, 0.31f, 0.42f}, {0.42f, 0.49f, 0.59f}, {0.72f, 0.74f, 0.77f}}},
+        {BackdropStyle::studioDark,
+         ignored,
+         {{0.09f, 0.11f, 0.14f}, {0.13f, 0.15f, 0.20f}, {0.18f, 0.21f, 0.26f}}},
+        {BackdropStyle::warmPaper,
+         ignored,
+         {{0.88f, 0.87f, 0.84f}, {0.93f, 0.92f, 0.89f}, {0.83f, 0.81f, 0.78f}}},
+        {BackdropStyle::customColor, {0, 0, 0}, {{0, 0, 0}, {0, 0, 0}, {0.04f, 0.04f, 0.04f}}},
+        {BackdropStyle::customColor, {1, 1, 1}, {{0.92f, 0.92f, 0.92f}, {1, 1, 1}, {1, 1, 1}}},
+        {BackdropStyle::customColor,
+         {-2, 3, 0.5f},
+         {{0, 0.92f, 0.46f}, {0, 1, 0.5f}, {0.04f, 1, 0.54f}}},
+        {BackdropStyle::customColor,
+         Rendering::defaultCustomBackdropColor,
+         {{0.1288f, 0.1472f, 0.184f}, {0.14f, 0.16f, 0.20f}, {0.18f, 0.20f, 0.24f}}},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(rawValue(c.style));
+        const auto s = Rendering::backdropGradientStops(c.style, c.custom);
+        expectNear(s.top, c.stops.top);
+        expectNear(s.mid, c.stops.mid);
+        expectNear(s.bottom, c.stops.bottom);
+        EXPECT_EQ(Rendering::backdropRepresentativeColor(c.style, c.custom), s.mid);
+        EXPECT_NEAR(Rendering::backdropLuminance(c.style, c.custom),
+                    0.2126 * s.mid.x + 0.7152 * s.mid.y + 0.0722 * s.mid.z, 1e-6);
+    }
+}
+
+TEST(RenderingTest, edgeColourStaysLegibleOnEachBackdrop) {
+    const Float3 darkEdge{0.14f, 0.16f, 0.20f}, clayEdge{0.16f, 0.18f, 0.22f},
+        lightEdge{0.86f, 0.89f, 0.94f}, wireOnDark{0.95f, 0.96f, 0.99f},
+        wireOnLight{0.07f, 0.09f, 0.12f};
+    const Float3 grey52{0.52f, 0.52f, 0.52f}, grey51{0.51f, 0.51f, 0.51f}, none{};
+    struct Case {
+        BackdropStyle backdrop;
+        Float3 custom;
+        ShadingStyle shading;
+        Float3 edge;
+    };
+    using B = BackdropStyle;
+    using S = ShadingStyle;
+    const std::vector<Case> cases = {
+        {B::warmPaper, none, S::clay, darkEdge},
+        {B::warmPaper, none, S::textured, darkEdge},
+        {B::warmPaper, none, S::wireframe, wireOnLight},
+        {B::studioDark, none, S::clay, clayEdge},
+        {B::studioDark, none, S::textured, lightEdge},
+        {B::studioDark, none, S::xray, lightEdge},
+        {B::studioDark, none, S::wireframe, wireOnDark},
+        {B::architecturalSky, none, S::wireframe, wireOnDark},
+        {B::architecturalSky, none, S::textured, darkEdge},
+        {B::architecturalSky, none, S::xray, darkEdge},
+        {B::architecturalSky, none, S::clay, clayEdge},   // clay wins over the sky rule
+        {B::customColor, grey52, S::textured, darkEdge},  // luma exactly 0.52 is light
+        {B::customColor, grey52, S::clay, darkEdge},
+        {B::customColor, grey52, S::wireframe, wireOnLight},
+        {B::customColor, grey51, S::textured, lightEdge},
+        {B::customColor, grey51, S::clay, clayEdge},
+        {B::customColor, Rendering::defaultCustomBackdropColor, S::wireframe, wireOnDark},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(testing::Message() << rawValue(c.backdrop) << " " << rawValue(c.shading)
+                                        << " custom " << c.custom.x);
+        EXPECT_EQ(Rendering::contrastingEdgeColor(c.backdrop, c.custom, c.shading), c.edge);
+    }
+    EXPECT_NEAR(Rendering::backdropLuminance(B::architecturalSky, none), 0.48, 0.01);
+}
+
+TEST(RenderingTest, backdropImageRowsFollowTheSmoothstepGradient) {
+    for (BackdropStyle style : allBackdropStyles) {
+        SCOPED_TRACE(rawValue(style));
+        const Float3 custom{0.3f, 0.6f, 0.9f};
+        const Image image = Rendering::backdropImage(style, custom);
+        ASSERT_EQ(image.width, 4);
+        ASSERT_EQ(image.height, 256);
+        ASSERT_EQ(image.bytesPerRow(), 16u);
+        ASSERT_EQ(image.pixels.size(), 16u * 256);
+        EXPECT_TRUE(image.interpolated);
+        const auto s = Rendering::backdropGradientStops(style, custom);
+        for (int y = 0; y < 256; ++y) {
+            const double t = (y + 0.5) / 256;
+            const double u = t < 0.58 ? t / 0.58 : (t - 0.58) / 0.42;
+            const Float3 a = t < 0.58 ? s.top : s.mid, b = t < 0.58 ? s.mid : s.bottom;
+            const double e = u * u * (3 - 2 * u);
+            expectRow(image, y,
+                      {byteOf(a.x + (b.x - double(a.x)) * e), byteOf(a.y + (b.y - double(a.y)) * e),
+                       byteOf(a.z + (b.z - double(a.z)) * e)});
+        }
+        // The top row is near the top stop, row 148 (t just past 0.58) near the middle one.
+        EXPECT_NEAR(image.pixel(0, 0)[0], s.top.x * 255, 1.5);
+        EXPECT_NEAR(image.pixel(0, 148)[1], s.mid.y * 255, 1.5);
+        EXPECT_NEAR(image.pixel(0, 255)[2], s.bottom.z * 255, 1.5);
+    }
+}
+
+TEST(RenderingTest, skyImageRowsRunFromZenithBlueToGroundGrey) {
+    const Image sky = Rendering::skyImage(false);
+    ASSERT_EQ(sky.width, 512);
+    ASSERT_EQ(sky.height, 256);
+    ASSERT_EQ(sky.bytesPerRow(), 2048u);
+    ASSERT_EQ(sky.pixels.size(), 2048u * 256);
+    EXPECT_TRUE(sky.interpolated);
+    for (int y = 0; y < 256; ++y) {
+        const double e = (0.5 - (y + 0.5) / 256) * std::numbers::pi;
+        std::array<std::uint8_t, 3> rgb;
+        const double horizon[3] = {0.96, 0.95, 0.92};
+        if (e >= 0) {
+            const double k = std::pow(std::sin(e), 0.65), d[3] = {-0.44, -0.26, -0.02};
+            for (int i = 0; i < 3; ++i) rgb[i] = byteOf(horizon[i] + d[i] * k);
+        } else {
+            const double k = std::min(e / -0.18, 1.0), d[3] = {-0.62, -0.60, -0.54};
+            for (int i = 0; i < 3; ++i) rgb[i] = byteOf(horizon[i] + d[i] * k);
+        }
+        expectRow(sky, y, rgb);
+    }
+    // Zenith blue, warm horizon, grey ground well below it.
+    EXPECT_NEAR(sky.pixel(0, 0)[2], 0.90 * 255, 2);
+    EXPECT_GE(sky.pixel(0, 127)[0], 240);
+    EXPECT_EQ(sky.pixel(0, 200)[0], byteOf(0.34));
+
+    const Image backdrop = Rendering::skyImage(true);
+    const Image expected =
+        Rendering::backdropImage(BackdropStyle::architecturalSky, {0.9f, 0.9f, 0.9f});
+    EXPECT_EQ(backdrop.width, 4);
+    EXPECT_EQ(backdrop.pixels, expected.pixels);
+}
+
+TEST(RenderingTest, ambientOcclusionIsNeverOnInParallelProjection) {
+    CameraSettings perspective, parallel;
+    parallel.usesOrthographicProjection = true;
+    Rendering::configure(perspective);
+    Rendering::configure(parallel);
+    EXPECT_EQ(perspective.screenSpaceAmbientOcclusionIntensity, 0.7);
+    EXPECT_EQ(parallel.screenSpaceAmbientOcclusionIntensity, 0);
+    EXPECT_TRUE(perspective.wantsHDR);
+    EXPECT_FALSE(perspective.wantsExposureAdaptation);
+    EXPECT_EQ(perspective.exposureOffset, -0.62);
+    EXPECT_EQ(perspective.contrast, 0.06);
+    EXPECT_EQ(perspective.saturation, 1.04);
+    EXPECT_TRUE(perspective.automaticallyAdjustsZRange);
+    EXPECT_EQ(perspective.screenSpaceAmbientOcclusionRadius, 0.3);
+    EXPECT_EQ(perspective.screenSpaceAmbientOcclusionBias, 0.08);
+    EXPECT_EQ(perspective.screenSpaceAmbientOcclusionDepthThreshold, 2.0);
+    EXPECT_EQ(perspective.bloomIntensity + perspective.motionBlurIntensity +
+                  perspective.colorFringeIntensity,
+              0);
+
+    struct Case {
+        bool enabled, orthographic;
+        double intensity, written;
+    };
+    const std::vector<Case> cases = {
+        {true, false, 1.3, 1.3}, {false, false, 1.3, 0}, {true, true, 1.3, 0},
+        {true, false, -1, 0},    {true, false, NAN, 0},  {true, false, 0, 0},
+    };
+    for (const Case& c : cases) {
+        CameraSettings camera;
+        camera.screenSpaceAmbientOcclusionIntensity = 0.5;
+        camera.usesOrthographicProjection = c.orthographic;
+        Rendering::setAmbientOcclusion(c.enabled, c.intensity, camera);
+        EXPECT_EQ(camera.screenSpaceAmbientOcclusionIntensity, c.written)
+            << c.enabled << c.orthographic << c.intensity;
+    }
+}

@@ -1,0 +1,130 @@
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "ScopedLanguage.h"
+#include "vocabulary/BackdropStyle.h"
+#include "vocabulary/LightingMode.h"
+#include "vocabulary/ShadingStyle.h"
+#include "vocabulary/StandardView.h"
+#include "vocabulary/Uuid.h"
+
+using namespace vistrel;
+using namespace vistrel::viewport;
+
+namespace {
+
+template <typename T, size_t N, typename FromRaw>
+std::vector<std::string> rawValuesRoundTrip(const std::array<T, N>& all, FromRaw fromRaw) {
+    std::vector<std::string> raws;
+    for (T value : all) {
+        EXPECT_EQ(fromRaw(rawValue(value)), value);
+        raws.emplace_back(rawValue(value));
+    }
+    return raws;
+}
+
+}  // namespace
+
+TEST(VocabularyTest, rawValuesAreTheWireWordsInDeclarationOrder) {
+    EXPECT_EQ(rawValuesRoundTrip(allShadingStyles, shadingStyleFromRaw),
+              (std::vector<std::string>{"textured", "clay", "xray", "wireframe"}));
+    EXPECT_EQ(
+        rawValuesRoundTrip(allBackdropStyles, backdropStyleFromRaw),
+        (std::vector<std::string>{"architecturalSky", "studioDark", "warmPaper", "customColor"}));
+    EXPECT_EQ(rawValuesRoundTrip(allLightingModes, lightingModeFromRaw),
+              (std::vector<std::string>{"sun", "point"}));
+}
+
+TEST(VocabularyTest, rawValueMatchIsExactAndCaseSensitive) {
+    for (const char* bad : {"Textured", "TEXTURED", " clay", "xray ", "", "x-ray", "wire"})
+        EXPECT_FALSE(shadingStyleFromRaw(bad)) << bad;
+    for (const char* bad : {"architecturalsky", "ArchitecturalSky", "custom", "studioDark\n"})
+        EXPECT_FALSE(backdropStyleFromRaw(bad)) << bad;
+    for (const char* bad : {"Sun", "points", "spot", ""})
+        EXPECT_FALSE(lightingModeFromRaw(bad)) << bad;
+}
+
+TEST(VocabularyTest, labelsInBothLanguages) {
+    struct Case {
+        std::string fr, en;
+        std::function<std::string()> label;
+    };
+    const std::vector<Case> cases = {
+        {"Texturé", "Textured", [] { return label(ShadingStyle::textured); }},
+        {"Maquette blanche", "White Clay", [] { return label(ShadingStyle::clay); }},
+        {"Rayons X", "X-Ray", [] { return label(ShadingStyle::xray); }},
+        {"Filaire", "Wireframe", [] { return label(ShadingStyle::wireframe); }},
+        {"PBR", "PBR", [] { return shortLabel(ShadingStyle::textured); }},
+        {"Blanc", "Clay", [] { return shortLabel(ShadingStyle::clay); }},
+        {"Rayons X", "X-Ray", [] { return shortLabel(ShadingStyle::xray); }},
+        {"Filaire", "Wire", [] { return shortLabel(ShadingStyle::wireframe); }},
+        {"Ciel doux", "Soft Sky", [] { return label(BackdropStyle::architecturalSky); }},
+        {"Studio sombre", "Dark Studio", [] { return label(BackdropStyle::studioDark); }},
+        {"Papier clair", "Warm Paper", [] { return label(BackdropStyle::warmPaper); }},
+        {"Couleur", "Custom Color", [] { return label(BackdropStyle::customColor); }},
+        {"Soleil", "Sun", [] { return label(LightingMode::sun); }},
+        {"Ponctuel", "Point", [] { return label(LightingMode::point); }},
+        {"Iso", "Iso", [] { return label(StandardView::iso); }},
+        {"Dessus", "Top", [] { return label(StandardView::top); }},
+        {"Dessous", "Bottom", [] { return label(StandardView::bottom); }},
+        {"Face", "Front", [] { return label(StandardView::front); }},
+        {"Arrière", "Back", [] { return label(StandardView::back); }},
+        {"Gauche", "Left", [] { return label(StandardView::left); }},
+        {"Droite", "Right", [] { return label(StandardView::right); }},
+    };
+    {
+        test::ScopedLanguage french(AppLanguage::fr);
+        for (const Case& c : cases) EXPECT_EQ(c.label(), c.fr);
+    }
+    {
+        test::ScopedLanguage english(AppLanguage::en);
+        for (const Case& c : cases) EXPECT_EQ(c.label(), c.en);
+    }
+}
+
+TEST(VocabularyTest, standardViewsLookAlongUnitAxesWithAnUpHintAcrossThem) {
+    struct Case {
+        StandardView view;
+        Float3 forward, up;
+    };
+    const float k = 1 / std::sqrt(3.0f);
+    const std::vector<Case> cases = {
+        {StandardView::iso, {-k, k, -k}, {0, 0, 1}},  {StandardView::top, {0, 0, -1}, {0, 1, 0}},
+        {StandardView::bottom, {0, 0, 1}, {0, 1, 0}}, {StandardView::front, {0, 1, 0}, {0, 0, 1}},
+        {StandardView::back, {0, -1, 0}, {0, 0, 1}},  {StandardView::left, {1, 0, 0}, {0, 0, 1}},
+        {StandardView::right, {-1, 0, 0}, {0, 0, 1}},
+    };
+    ASSERT_EQ(cases.size(), allStandardViews.size());
+    for (size_t i = 0; i < cases.size(); ++i) {
+        const Case& c = cases[i];
+        EXPECT_EQ(allStandardViews[i], c.view);
+        const Float3 f = forward(c.view);
+        EXPECT_NEAR(f.x, c.forward.x, 1e-6f);
+        EXPECT_NEAR(f.y, c.forward.y, 1e-6f);
+        EXPECT_NEAR(f.z, c.forward.z, 1e-6f);
+        EXPECT_NEAR(length(f), 1, 1e-6f);
+        EXPECT_EQ(upHint(c.view), c.up);
+        EXPECT_GT(length(cross(f, c.up)), 0.5f);  // never parallel: the heading is defined
+    }
+}
+
+TEST(VocabularyTest, uuidIsVersion4AndSurvivesItsTextForm) {
+    const Uuid a = Uuid::random(), b = Uuid::random();
+    EXPECT_NE(a, b);
+    const std::string text = a.string();
+    ASSERT_EQ(text.size(), 36u);
+    EXPECT_EQ(text[14], '4');
+    EXPECT_NE(std::string("89AB").find(text[19]), std::string::npos);
+    EXPECT_EQ(Uuid::parse(text), a);
+    std::string lower = text;
+    for (char& c : lower) c = char(std::tolower(c));
+    EXPECT_EQ(Uuid::parse(lower), a);
+    for (const char* bad :
+         {"", "E621E1F8-C36C-495A-93FC-0C247A3E6E5", "E621E1F8C36C-495A-93FC-0C247A3E6E5F0",
+          "E621E1F8-C36C-495A-93FC-0C247A3E6E5G", "E621E1F8-C36C-495A-93FC+0C247A3E6E5F"})
+        EXPECT_FALSE(Uuid::parse(bad)) << bad;
+    EXPECT_EQ(Uuid::parse("E621E1F8-C36C-495A-93FC-0C247A3E6E5F")->string(),
+              "E621E1F8-C36C-495A-93FC-0C247A3E6E5F");
+}
