@@ -84,6 +84,7 @@ DocumentWindow::DocumentWindow(SKPDocument& document)
 
     status_ = new QLabel(this);
     status_->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    status_->setWordWrap(true);  // a long failure message takes a second line
     statusBar()->addWidget(status_, 1);
 
     MainMenu::build(*this, document_);
