@@ -78,6 +78,7 @@ LoadingOverlay::LoadingOverlay(DocumentModel& model, QWidget* parent)
     big.setPointSizeF(big.pointSizeF() * 1.4);
     big.setBold(true);
     heading_->setFont(big);
+    heading_->setStyleSheet(QString("color: %1").arg(Theme::text));
     name_->setStyleSheet(QString("color: %1").arg(Theme::secondaryText));
     detail_->setStyleSheet(QString("color: %1").arg(Theme::secondaryText));
     progress_->setRange(0, 1000);
