@@ -32,26 +32,24 @@ constexpr std::uint32_t xkbW = 17 + 8, xkbF5 = 63 + 8, xkbS = 31 + 8;
 
 class ViewportWidgetTest : public test::DocumentModelTest {
   protected:
+    void SetUp() override {
+        DocumentModelTest::SetUp();
+        widget_ = std::make_unique<ViewportWidget>(doc());
+        widget_->resize(kWidth, kHeight);
+        if (ViewportWidget::isSupported()) {
+            widget_->show();
+            QCoreApplication::processEvents();
+        } else {  // Qt 6.4 cannot show a GL widget offscreen; the events need no window
+            QResizeEvent resize(widget_->size(), QSize());
+            QCoreApplication::sendEvent(widget_.get(), &resize);
+        }
+    }
     void TearDown() override {
         widget_.reset();
         DocumentModelTest::TearDown();
     }
 
-    ViewportWidget& widget() {
-        if (!widget_) {
-            widget_ = std::make_unique<ViewportWidget>(doc());
-            widget_->resize(kWidth, kHeight);
-            if (ViewportWidget::isSupported()) {
-                widget_->show();
-                QCoreApplication::processEvents();
-            } else {
-                // Offscreen: Qt 6.4 cannot show a GL widget there; the events need no window.
-                QResizeEvent resize(widget_->size(), QSize());
-                QCoreApplication::sendEvent(widget_.get(), &resize);
-            }
-        }
-        return *widget_;
-    }
+    ViewportWidget& widget() { return *widget_; }
 
     viewport::ViewportView& view() { return doc().viewport(); }
     viewport::CameraRig::Pose pose() { return *view().cameraPose(); }
@@ -99,7 +97,6 @@ class ViewportWidgetTest : public test::DocumentModelTest {
 }  // namespace
 
 TEST_F(ViewportWidgetTest, theViewTakesTheWidgetsSizeInPointsAndOutlivesItsHooks) {
-    widget();
     EXPECT_EQ(view().size(), (Float2{float(kWidth), float(kHeight)}));
     widget().resize(320, 200);
     QResizeEvent resize(widget().size(), QSize(kWidth, kHeight));
@@ -116,7 +113,6 @@ TEST_F(ViewportWidgetTest, theViewTakesTheWidgetsSizeInPointsAndOutlivesItsHooks
 
 TEST_F(ViewportWidgetTest, dragsOrbitWithTheVerticalFlippedAndPan) {
     present(test::groupedModel());
-    widget();
     const auto before = pose();
     drag(Qt::LeftButton, centre(), centre() + QPointF(60, 0));
     const auto across = pose();
@@ -137,7 +133,6 @@ TEST_F(ViewportWidgetTest, dragsOrbitWithTheVerticalFlippedAndPan) {
 
 TEST_F(ViewportWidgetTest, wheelZoomsTwoFingersOrbitPinchZoomsAndRotateTurns) {
     present(test::groupedModel());
-    widget();
     const auto before = pose();
     EXPECT_TRUE(wheel({}, {0, 120}, Qt::NoScrollPhase));
     const auto zoomed = pose();
@@ -166,7 +161,6 @@ TEST_F(ViewportWidgetTest, wheelZoomsTwoFingersOrbitPinchZoomsAndRotateTurns) {
 
 TEST_F(ViewportWidgetTest, flyingKeysAreHeldUntilReleasedAndOthersGoToTheWindow) {
     present(test::groupedModel());
-    widget();
     int resets = 0;
     view().onResetView = [&](bool) { ++resets; };
     EXPECT_TRUE(key(QEvent::KeyPress, Qt::Key_W, xkbW, "w"));
@@ -200,7 +194,6 @@ TEST_F(ViewportWidgetTest, flyingKeysAreHeldUntilReleasedAndOthersGoToTheWindow)
 
 TEST_F(ViewportWidgetTest, losingFocusTheWindowOrTheWidgetReleasesKeysCursorAndFreeFly) {
     present(test::groupedModel());
-    widget();
     auto held = [&](QEvent& event) {
         key(QEvent::KeyPress, Qt::Key_W, xkbW, "w");
         mouse(QEvent::MouseButtonPress, centre(), Qt::RightButton, Qt::RightButton);
@@ -230,7 +223,6 @@ TEST_F(ViewportWidgetTest, losingFocusTheWindowOrTheWidgetReleasesKeysCursorAndF
 
 TEST_F(ViewportWidgetTest, heldCursorCountsRawDeltasAndIgnoresTheWarpsEcho) {
     present(test::groupedModel());
-    widget();
     view().setFreeFlying(true);
     EXPECT_EQ(widget().cursor().shape(), Qt::BlankCursor);
     const QPoint middle = widget().mapToGlobal(centre()).toPoint();
