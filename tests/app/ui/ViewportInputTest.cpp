@@ -55,8 +55,7 @@ TEST(ViewportInputTest, mouseRecordsFlipToABottomLeftOriginWithAppleModifiers) {
                       Qt::LeftButton, Qt::ShiftModifier | Qt::AltModifier);
     const auto record = ViewportInput::mouseEvent(press, 100, {3, -4}, 2, 12.5);
     EXPECT_EQ(record.point, (Float2{10, 70}));
-    EXPECT_EQ(record.delta, (Float2{3, -4}));
-    EXPECT_TRUE(record.clickCount == 2 && record.time == 12.5);
+    EXPECT_TRUE(record.delta == (Float2{3, -4}) && record.clickCount == 2 && record.time == 12.5);
     EXPECT_TRUE(record.modifiers.shift && record.modifiers.option && !record.modifiers.command);
     // Ctrl is command, Meta is control, Alt is option, each alone.
     const auto ctrl = ViewportInput::modifiers(Qt::ControlModifier);
@@ -84,29 +83,26 @@ TEST(ViewportInputTest, rawDeltasCountScreenDownwardsAndSkipTheWarpEcho) {
 
 TEST(ViewportInputTest, notchedWheelGivesLinesAndTrackpadGivesPreciseDeltas) {
     ViewportInput::WheelState state;
+    auto one = [&](const QWheelEvent& event) {
+        const auto r = ViewportInput::wheelEvents(event, kHeight, 1, state);
+        EXPECT_EQ(r.count, 1);
+        return r.events[0];
+    };
     // One notch away from the user: one line up, which the view zooms in by, inverted or not
     // (Qt already applied the system's natural scrolling).
     for (bool inverted : {false, true}) {
-        auto notch = ViewportInput::wheelEvents(
-            wheel({}, {0, 120}, Qt::NoScrollPhase, Qt::NoModifier, inverted), kHeight, 1, state);
-        ASSERT_EQ(notch.count, 1);
-        EXPECT_FALSE(notch.events[0].hasPreciseDeltas);
-        EXPECT_EQ(notch.events[0].scrollingDelta, (Float2{0, 1}));
-        EXPECT_EQ(notch.events[0].phase, GesturePhase::none);
-        EXPECT_EQ(notch.events[0].point, (Float2{40, 200}));
+        const auto notch = one(wheel({}, {0, 120}, Qt::NoScrollPhase, Qt::NoModifier, inverted));
+        EXPECT_TRUE(!notch.hasPreciseDeltas && notch.phase == GesturePhase::none);
+        EXPECT_EQ(notch.scrollingDelta, (Float2{0, 1}));
+        EXPECT_EQ(notch.point, (Float2{40, 200}));
     }
-    auto fine = ViewportInput::wheelEvents(wheel({}, {0, -15}), kHeight, 1, state);
-    EXPECT_FLOAT_EQ(fine.events[0].scrollingDelta.y, -0.125f) << "an eighth of a notch";
-
-    auto precise = ViewportInput::wheelEvents(
-        wheel({3, -7}, {24, -56}, Qt::ScrollBegin, Qt::AltModifier), kHeight, 1, state);
-    EXPECT_TRUE(precise.events[0].hasPreciseDeltas);
-    EXPECT_EQ(precise.events[0].scrollingDelta, (Float2{3, -7}));
-    EXPECT_TRUE(precise.events[0].modifiers.option);
+    EXPECT_FLOAT_EQ(one(wheel({}, {0, -15})).scrollingDelta.y, -0.125f) << "an eighth of a notch";
+    const auto precise = one(wheel({3, -7}, {24, -56}, Qt::ScrollBegin, Qt::AltModifier));
+    EXPECT_TRUE(precise.hasPreciseDeltas && precise.modifiers.option);
+    EXPECT_EQ(precise.scrollingDelta, (Float2{3, -7}));
     // The empty end of a touchpad gesture is still a touchpad event, so the view ends its orbit.
-    auto end = ViewportInput::wheelEvents(wheel({}, {}, Qt::ScrollEnd), kHeight, 1, state);
-    EXPECT_TRUE(end.events[0].hasPreciseDeltas);
-    EXPECT_EQ(end.events[0].phase, GesturePhase::ended);
+    const auto end = one(wheel({}, {}, Qt::ScrollEnd));
+    EXPECT_TRUE(end.hasPreciseDeltas && end.phase == GesturePhase::ended);
 }
 
 TEST(ViewportInputTest, scrollPhasesBecomeGestureAndMomentumPhases) {
@@ -149,20 +145,17 @@ TEST(ViewportInputTest, pinchAndRotateCarryTheirPhases) {
     };
     EXPECT_TRUE(std::holds_alternative<std::monostate>(send(Qt::BeginNativeGesture)));
     const auto first = std::get<viewport::MagnifyEvent>(send(Qt::ZoomNativeGesture, 0.1));
-    EXPECT_FLOAT_EQ(first.magnification, 0.1f);
-    EXPECT_EQ(first.phase, GesturePhase::began);
+    EXPECT_TRUE(first.magnification == 0.1f && first.phase == GesturePhase::began);
     EXPECT_EQ(first.point, (Float2{50, 240}));
     EXPECT_EQ(std::get<viewport::MagnifyEvent>(send(Qt::ZoomNativeGesture, -0.05)).phase,
               GesturePhase::changed);
     const auto end = std::get<viewport::MagnifyEvent>(send(Qt::EndNativeGesture));
-    EXPECT_EQ(end.phase, GesturePhase::ended);
-    EXPECT_EQ(end.magnification, 0);
+    EXPECT_TRUE(end.phase == GesturePhase::ended && end.magnification == 0);
 
     // Qt turns clockwise-positive, the view counter-clockwise; switching to zoom begins it.
     send(Qt::BeginNativeGesture);
     const auto turn = std::get<viewport::RotateEvent>(send(Qt::RotateNativeGesture, 15));
-    EXPECT_FLOAT_EQ(turn.rotation, -15);
-    EXPECT_EQ(turn.phase, GesturePhase::began);
+    EXPECT_TRUE(turn.rotation == -15 && turn.phase == GesturePhase::began) << turn.rotation;
     EXPECT_EQ(std::get<viewport::MagnifyEvent>(send(Qt::ZoomNativeGesture, 0.2)).phase,
               GesturePhase::began);
     EXPECT_TRUE(std::holds_alternative<std::monostate>(send(Qt::SmartZoomNativeGesture)));
@@ -172,10 +165,9 @@ TEST(ViewportInputTest, keysCarryTextRepeatAndModifiersAlsoOfTheirOwnKey) {
     std::string characters;
     QKeyEvent repeat(QEvent::KeyPress, Qt::Key_W, Qt::ShiftModifier, 25, 0, 0, "W", true);
     const auto record = ViewportInput::keyEvent(repeat, 7, characters);
-    EXPECT_EQ(record.keyCode, 0x0D);
     EXPECT_EQ(record.characters, "W");
-    EXPECT_TRUE(record.isRepeat && record.modifiers.shift);
-    EXPECT_EQ(record.time, 7);
+    EXPECT_TRUE(record.keyCode == 0x0D && record.isRepeat && record.modifiers.shift &&
+                record.time == 7);
 
     // Platforms differ on whether the flags already hold a modifier key's own change.
     EXPECT_TRUE(ViewportInput::isModifierKey(Qt::Key_Control));
@@ -198,24 +190,23 @@ TEST(ViewportInputTest, thePhysicalPositionDecidesWhateverTheLayoutTypes) {
         std::uint32_t evdev;
         std::uint16_t apple;
     };
-    const Case cases[] = {{Qt::Key_W, 17, 0x0D},        {Qt::Key_Z, 17, 0x0D},
-                          {Qt::Key_A, 30, 0x00},        {Qt::Key_Q, 30, 0x00},
-                          {Qt::Key_S, 31, 0x01},        {Qt::Key_D, 32, 0x02},
-                          {Qt::Key_A, 16, 0x0C},        {Qt::Key_E, 18, 0x0E},
-                          {Qt::Key_C, 46, 0x08},        {Qt::Key_W, 44, 0x06},
-                          {Qt::Key_1, 2, 0x12},         {Qt::Key_Space, 57, 0x31},
-                          {Qt::Key_Escape, 1, 0x35},    {Qt::Key_Up, 103, 0x7E},
-                          {Qt::Key_Left, 105, 0x7B},    {Qt::Key_Shift, 42, 0x38},
-                          {Qt::Key_Control, 29, 0x37},  {Qt::Key_Alt, 56, 0x3A},
-                          {Qt::Key_Meta, 125, 0x3B},    {Qt::Key_Delete, 111, 0x75},
-                          {Qt::Key_F12, 88, 0x6F},      {Qt::Key_Enter, 96, 0x4C},
-                          {Qt::Key_Period, 83, 0x41},   {Qt::Key_W, 0, 0x0D},
-                          {Qt::Key_Z, 0, 0x06},         {Qt::Key_Exclam, 0, 0x12},
-                          {Qt::Key_Escape, 0, 0x35},    {Qt::Key_Down, 0, 0x7D},
-                          {Qt::Key_Return, 0, 0x24},    {Qt::Key_Backspace, 0, 0x33},
-                          {Qt::Key_PageUp, 0, 0x74},    {Qt::Key_F1, 0, 0x7A},
-                          {Qt::Key_Tab, 0, 0x30},       {Qt::Key_LaunchMail, 0, 0xFFFF},
-                          {Qt::Key_unknown, 0, 0xFFFF}, {Qt::Key_Home, 0, 0x73}};
+    using enum Qt::Key;
+    // clang-format off
+    const Case cases[] = {
+        {Key_W, 17, 0x0D},           {Key_Z, 17, 0x0D},           {Key_A, 30, 0x00},
+        {Key_Q, 30, 0x00},           {Key_S, 31, 0x01},           {Key_D, 32, 0x02},
+        {Key_A, 16, 0x0C},           {Key_E, 18, 0x0E},           {Key_C, 46, 0x08},
+        {Key_W, 44, 0x06},           {Key_1, 2, 0x12},            {Key_Space, 57, 0x31},
+        {Key_Escape, 1, 0x35},       {Key_Up, 103, 0x7E},         {Key_Left, 105, 0x7B},
+        {Key_Shift, 42, 0x38},       {Key_Control, 29, 0x37},     {Key_Alt, 56, 0x3A},
+        {Key_Meta, 125, 0x3B},       {Key_Delete, 111, 0x75},     {Key_F12, 88, 0x6F},
+        {Key_Enter, 96, 0x4C},       {Key_Period, 83, 0x41},      {Key_W, 0, 0x0D},
+        {Key_Z, 0, 0x06},            {Key_Exclam, 0, 0x12},       {Key_Escape, 0, 0x35},
+        {Key_Down, 0, 0x7D},         {Key_Return, 0, 0x24},       {Key_Backspace, 0, 0x33},
+        {Key_PageUp, 0, 0x74},       {Key_F1, 0, 0x7A},           {Key_Tab, 0, 0x30},
+        {Key_Home, 0, 0x73},         {Key_LaunchMail, 0, 0xFFFF}, {Key_unknown, 0, 0xFFFF},
+    };
+    // clang-format on
     for (const Case& c : cases)
         EXPECT_EQ(codeOf(Qt::Key(c.key), c.evdev), c.apple)
             << "Qt " << c.key << ", evdev " << c.evdev;
