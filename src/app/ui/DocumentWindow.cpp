@@ -84,6 +84,8 @@ DocumentWindow::DocumentWindow(SKPDocument& document)
 
     status_ = new QLabel(this);
     status_->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    status_->setWordWrap(true);  // a long failure message takes a second line
+    status_->installEventFilter(this);
     statusBar()->addWidget(status_, 1);
 
     MainMenu::build(*this, document_);
@@ -129,6 +131,18 @@ QString DocumentWindow::flashText() const {
 
 void DocumentWindow::refreshStatus() {
     status_->setText(QString::fromStdString(model_.statusText()));
+    fitStatus();
+}
+
+// The status bar asks its label for a height without knowing the width; a wrapping label would
+// then keep two lines at any width.
+void DocumentWindow::fitStatus() {
+    status_->setFixedHeight(status_->heightForWidth(std::max(1, status_->width())));
+}
+
+bool DocumentWindow::eventFilter(QObject* watched, QEvent* event) {
+    if (watched == status_ && event->type() == QEvent::Resize) fitStatus();
+    return QMainWindow::eventFilter(watched, event);
 }
 
 void DocumentWindow::refreshFlash() {

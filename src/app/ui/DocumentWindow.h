@@ -34,12 +34,14 @@ class DocumentWindow : public QMainWindow {
     QString flashText() const;
 
   protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
     void closeEvent(QCloseEvent* event) override;
     void dragEnterEvent(QDragEnterEvent* event) override;
     void dropEvent(QDropEvent* event) override;
 
   private:
     void refreshStatus();
+    void fitStatus();
     void refreshFlash();
     void refreshPreview();
     void placeOnScreen();

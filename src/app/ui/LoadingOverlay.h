@@ -1,6 +1,8 @@
 // What covers the viewport until the model is shown: the file's thumbnail, name and version,
 // with "Opening model…" and the reader's phase and progress while loading, or the failure with
 // its reason and, when an application for the file exists, a button to open it there.
+// Every text is laid out in full at any size the window allows: the texts take the height
+// they need at the column's width, and the thumbnail shrinks, or goes, to leave it to them.
 #pragma once
 
 #include <QWidget>
@@ -22,7 +24,7 @@ class LoadingOverlay : public QWidget {
     // Follows the model: visible unless the document is ready.
     void refresh();
 
-    // For tests and screenshots.
+    // For tests and screenshots; the texts as the model gives them.
     QString heading() const;
     QString detail() const;
     bool showsProgress() const;
@@ -30,8 +32,11 @@ class LoadingOverlay : public QWidget {
 
   protected:
     void paintEvent(QPaintEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
 
   private:
+    void arrange();
+
     DocumentModel& model_;
     QLabel* thumbnail_;
     QLabel* heading_;
@@ -39,6 +44,7 @@ class LoadingOverlay : public QWidget {
     QLabel* detail_;
     QProgressBar* progress_;
     QPushButton* openInSketchUp_;
+    QString headingText_, nameText_, detailText_;  // without break opportunities
 };
 
 }  // namespace vistrel::app

@@ -11,6 +11,13 @@ inline constexpr const char* text = "#e8e8ea";
 inline constexpr const char* secondaryText = "#9a9ca3";
 inline constexpr const char* accent = "#4c8dff";
 
+// The column over the viewport while a model loads or after it failed, in pixels.
+inline constexpr int overlayMargin = 24, overlayColumnWidth = 560, overlaySpacing = 8;
+inline constexpr int overlayGap = 16;  // below the thumbnail
+inline constexpr int overlayProgressWidth = 320;
+inline constexpr int overlayThumbnailWidth = 360, overlayThumbnailHeight = 240;
+inline constexpr int overlayThumbnailMinimum = 48;  // smaller than this it is left out
+
 // Fusion with the dark palette, whatever the desktop's theme.
 void apply(QApplication& application);
 

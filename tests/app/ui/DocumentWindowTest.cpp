@@ -4,26 +4,18 @@
 #include <gtest/gtest.h>
 
 #include <QAction>
-#include <QApplication>
 #include <QCoreApplication>
-#include <QImage>
+#include <QGuiApplication>
 #include <QMenuBar>
 #include <QPointer>
 #include <QPushButton>
-#include <QWidget>
-
-#include <chrono>
-#include <cstdlib>
-#include <fstream>
 
 #include "EventLoop.h"
 #include "ScopedLanguage.h"
-#include "TestEnv.h"
 #include "capture/Workspace.h"
 #include "documents/DocumentController.h"
 #include "documents/DocumentModel.h"
 #include "documents/SKPDocument.h"
-#include "settings/SettingsStore.h"
 #include "shell/Preferences.h"
 #include "ui/DocumentWindow.h"
 #include "ui/LayerPanel.h"
@@ -45,16 +37,13 @@ void settle(double seconds) {
 // backdrop is a vertical gradient, so anything drawn stands out against its row's border.
 int drawnPixels(const QImage& image) {
     int count = 0;
-    for (int y = image.height() / 8; y < image.height() * 7 / 8; ++y) {
-        const QColor border = image.pixelColor(2, y);
+    for (int y = image.height() / 8; y < image.height() * 7 / 8; ++y)
         for (int x = image.width() / 8; x < image.width() * 7 / 8; ++x) {
-            const QColor c = image.pixelColor(x, y);
-            if (std::abs(c.red() - border.red()) + std::abs(c.green() - border.green()) +
-                    std::abs(c.blue() - border.blue()) >
-                60)
-                ++count;
+            const QRgb c = image.pixel(x, y), b = image.pixel(2, y);
+            const int d = std::abs(qRed(c) - qRed(b)) + std::abs(qGreen(c) - qGreen(b)) +
+                          std::abs(qBlue(c) - qBlue(b));
+            count += d > 60;
         }
-    }
     return count;
 }
 
@@ -66,20 +55,14 @@ QAction* findAction(QWidget& window, const QString& text) {
     return nullptr;
 }
 
-void saveForPeople(const QImage& image, const std::string& name) {
-    // Screenshots for a person to look at when VISTREL_SCREENSHOT_DIR is set.
-    if (const char* dir = std::getenv("VISTREL_SCREENSHOT_DIR"))
-        image.save(QString::fromStdString(std::string(dir) + "/" + name));
-}
-
 // Answers save panels with a path in a test folder and records errors.
-class SavingWorkspace final : public Workspace {
-  public:
-    explicit SavingWorkspace(std::filesystem::path folder) : folder_(std::move(folder)) {}
+struct SavingWorkspace final : Workspace {
+    explicit SavingWorkspace(std::filesystem::path folder) : folder(std::move(folder)) {}
+    std::filesystem::path folder;
     std::vector<std::string> errors;
     void copyPNG(const std::vector<std::uint8_t>&) override {}
     std::optional<std::filesystem::path> runSavePanel(const SavePanel& panel) override {
-        return folder_ / panel.suggestedName;
+        return folder / panel.suggestedName;
     }
     void presentError(const std::string& message) override { errors.push_back(message); }
     std::vector<Application> applicationsOpening(const std::filesystem::path&) override {
@@ -87,16 +70,12 @@ class SavingWorkspace final : public Workspace {
     }
     void open(const std::filesystem::path&, const std::filesystem::path&) override {}
     void reveal(const std::filesystem::path&) override {}
-
-  private:
-    std::filesystem::path folder_;
 };
 
 class DocumentWindowTest : public testing::Test {
   protected:
     void SetUp() override {
-        if (QGuiApplication::platformName() == "offscreen" ||
-            QGuiApplication::platformName() == "minimal")
+        if (QGuiApplication::platformName() != "xcb")
             GTEST_SKIP() << "needs a display (run under xvfb-run)";
         Preferences::setStore(&store);
         Preferences::registerDefaults();
@@ -115,7 +94,8 @@ class DocumentWindowTest : public testing::Test {
 TEST_F(DocumentWindowTest, aCorpusDrawingOpensIsDrawnAnswersCommandsAndCloses) {
     const auto corpus = test::corpusDir();
     if (!corpus) GTEST_SKIP() << "corpus absent";
-    const auto file = *corpus / "dxf" / "bnortierdxf__Ceco.NET-Architecture-Tm-53.dxf";
+    const std::string name = "bnortierdxf__Ceco.NET-Architecture-Tm-53";
+    const auto file = *corpus / "dxf" / (name + ".dxf");
 
     DocumentController controller;
     SKPDocument* document = nullptr;
@@ -123,11 +103,9 @@ TEST_F(DocumentWindowTest, aCorpusDrawingOpensIsDrawnAnswersCommandsAndCloses) {
         ASSERT_FALSE(e) << *e;
         document = d;
     });
-    ASSERT_NE(document, nullptr);
-    auto* window = qobject_cast<DocumentWindow*>(document->window());
-    ASSERT_NE(window, nullptr);
-    EXPECT_TRUE(window->isVisible());
-    EXPECT_EQ(window->windowTitle(), "bnortierdxf__Ceco.NET-Architecture-Tm-53.dxf");
+    auto* window = document ? qobject_cast<DocumentWindow*>(document->window()) : nullptr;
+    ASSERT_TRUE(window && window->isVisible());
+    EXPECT_EQ(window->windowTitle().toStdString(), name + ".dxf");
     DocumentModel& m = document->model();
     ASSERT_TRUE(waitUntil([&] { return m.isReady(); }, 20)) << m.statusText();
     EXPECT_FALSE(window->overlay().isVisible());
@@ -138,36 +116,25 @@ TEST_F(DocumentWindowTest, aCorpusDrawingOpensIsDrawnAnswersCommandsAndCloses) {
     ASSERT_NE(window->viewport(), nullptr);
     ViewportWidget& view = *window->viewport();
     const QImage shown = view.grabFramebuffer();
-    saveForPeople(window->grab().toImage(), "window-ready.png");
-    ASSERT_FALSE(shown.isNull());
     const int drawn = drawnPixels(shown);
     EXPECT_GT(drawn, 500) << "the drawing's lines are on screen";
 
-    // Exports through the menus: the PNG is the picture on screen, the PDF a vector page.
+    // The PNG exported through the menu is the picture on screen.
     SavingWorkspace workspace(dir.path());
     Workspace::setCurrent(&workspace);
     QAction* exportPNG = findAction(*window, "Export PNG Image…");
-    QAction* exportPDF = findAction(*window, "Export Vector PDF…");
-    ASSERT_TRUE(exportPNG && exportPDF);
+    ASSERT_TRUE(exportPNG);
     exportPNG->trigger();
     EXPECT_EQ(window->flashText(), "PNG image exported");
-    exportPDF->trigger();
     Workspace::setCurrent(nullptr);
     EXPECT_TRUE(workspace.errors.empty());
-    const QImage exported(
-        QString::fromStdString((dir / "bnortierdxf__Ceco.NET-Architecture-Tm-53.png").string()));
-    ASSERT_FALSE(exported.isNull());
+    const QImage exported(QString::fromStdString((dir / (name + ".png")).string()));
     EXPECT_EQ(exported.size(), shown.size());
     EXPECT_GT(drawnPixels(exported), drawn / 2);
-    std::ifstream pdf(dir / "bnortierdxf__Ceco.NET-Architecture-Tm-53.pdf", std::ios::binary);
-    std::string magic(5, '\0');
-    pdf.read(magic.data(), 5);
-    EXPECT_EQ(magic, "%PDF-");
 
     // Styles through the menu.
     QAction* wireframe = findAction(*window, "Style: Wireframe");
-    ASSERT_NE(wireframe, nullptr);
-    EXPECT_TRUE(wireframe->isEnabled());
+    ASSERT_TRUE(wireframe && wireframe->isEnabled());
     wireframe->trigger();
     EXPECT_EQ(m.shadingStyle(), viewport::ShadingStyle::wireframe);
     settle(0.2);
@@ -181,15 +148,13 @@ TEST_F(DocumentWindowTest, aCorpusDrawingOpensIsDrawnAnswersCommandsAndCloses) {
     hideAll->click();
     EXPECT_EQ(m.visibleLayerCount(), 0);
     settle(0.3);
-    const QImage empty = view.grabFramebuffer();
-    saveForPeople(empty, "window-no-layers.png");
-    EXPECT_LT(drawnPixels(empty), drawn / 20) << "hidden layers are gone from the screen";
+    EXPECT_LT(drawnPixels(view.grabFramebuffer()), drawn / 20)
+        << "hidden layers are gone from the screen";
 
     QPointer<DocumentWindow> closing = window;
     window->close();
     EXPECT_TRUE(controller.documents().empty());
-    waitUntil([&] { return closing.isNull(); }, 5);
-    EXPECT_TRUE(closing.isNull());
+    EXPECT_TRUE(waitUntil([&] { return closing.isNull(); }, 5));
 }
 
 }  // namespace

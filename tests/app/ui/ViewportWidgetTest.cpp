@@ -7,24 +7,17 @@
 
 #include <QCoreApplication>
 #include <QCursor>
-#include <QElapsedTimer>
-#include <QFocusEvent>
 #include <QGuiApplication>
-#include <QHideEvent>
 #include <QImage>
-#include <QKeyEvent>
-#include <QMouseEvent>
-#include <QNativeGestureEvent>
 #include <QPointingDevice>
-#include <QResizeEvent>
-#include <QWheelEvent>
 #include <QWindow>
+#include <QtEvents>
 
 #include <cmath>
-#include <cstdlib>
 #include <memory>
 
 #include "DocumentModelFixture.h"
+#include "EventLoop.h"
 #include "ui/KeyCodes.h"
 
 using namespace vistrel;
@@ -37,33 +30,26 @@ constexpr float kOrbitPerPoint = 0.0069813165f;
 constexpr float kLookPerPoint = 0.0026179939f;
 constexpr std::uint32_t xkbW = 17 + 8, xkbF5 = 63 + 8, xkbS = 31 + 8;
 
-bool hasDisplay() {
-    const char* display = std::getenv("DISPLAY");
-    return display && *display && QGuiApplication::platformName() == "xcb";
-}
-
 class ViewportWidgetTest : public test::DocumentModelTest {
   protected:
+    void SetUp() override {
+        DocumentModelTest::SetUp();
+        widget_ = std::make_unique<ViewportWidget>(doc());
+        widget_->resize(kWidth, kHeight);
+        if (ViewportWidget::isSupported()) {
+            widget_->show();
+            QCoreApplication::processEvents();
+        } else {  // Qt 6.4 cannot show a GL widget offscreen; the events need no window
+            QResizeEvent resize(widget_->size(), QSize());
+            QCoreApplication::sendEvent(widget_.get(), &resize);
+        }
+    }
     void TearDown() override {
         widget_.reset();
         DocumentModelTest::TearDown();
     }
 
-    ViewportWidget& widget() {
-        if (!widget_) {
-            widget_ = std::make_unique<ViewportWidget>(doc());
-            widget_->resize(kWidth, kHeight);
-            if (ViewportWidget::isSupported()) {
-                widget_->show();
-                QCoreApplication::processEvents();
-            } else {
-                // Offscreen: Qt 6.4 cannot show a GL widget there; the events need no window.
-                QResizeEvent resize(widget_->size(), QSize());
-                QCoreApplication::sendEvent(widget_.get(), &resize);
-            }
-        }
-        return *widget_;
-    }
+    ViewportWidget& widget() { return *widget_; }
 
     viewport::ViewportView& view() { return doc().viewport(); }
     viewport::CameraRig::Pose pose() { return *view().cameraPose(); }
@@ -73,9 +59,8 @@ class ViewportWidgetTest : public test::DocumentModelTest {
         return event.isAccepted();
     }
 
-    void mouse(QEvent::Type type, QPointF local, Qt::MouseButton button, Qt::MouseButtons buttons,
-               Qt::KeyboardModifiers modifiers = Qt::NoModifier) {
-        QMouseEvent event(type, local, widget().mapToGlobal(local), button, buttons, modifiers);
+    void mouse(QEvent::Type type, QPointF local, Qt::MouseButton button, Qt::MouseButtons buttons) {
+        QMouseEvent event(type, local, widget().mapToGlobal(local), button, buttons, {});
         send(event);
     }
 
@@ -93,28 +78,9 @@ class ViewportWidgetTest : public test::DocumentModelTest {
     }
 
     bool wheel(QPoint pixels, QPoint angle, Qt::ScrollPhase phase) {
-        const QPointF at(kWidth / 2.0, kHeight / 2.0);
-        QWheelEvent event(at, widget().mapToGlobal(at), pixels, angle, Qt::NoButton, Qt::NoModifier,
-                          phase, false);
+        QWheelEvent event(centre(), widget().mapToGlobal(centre()), pixels, angle, Qt::NoButton,
+                          Qt::NoModifier, phase, false);
         return send(event);
-    }
-
-    void nativeGesture(Qt::NativeGestureType type, double value) {
-        const QPointF at(kWidth / 2.0, kHeight / 2.0);
-        QNativeGestureEvent event(type, QPointingDevice::primaryPointingDevice(), 2, at, at,
-                                  widget().mapToGlobal(at), value, QPointF());
-        send(event);
-    }
-
-    bool waitForExposure() {
-        QElapsedTimer waited;
-        waited.start();
-        while (waited.elapsed() < 5000) {
-            QCoreApplication::processEvents(QEventLoop::AllEvents, 50);
-            const QWindow* window = widget().window()->windowHandle();
-            if (window && window->isExposed()) return true;
-        }
-        return false;
     }
 
     QPointF centre() const { return {kWidth / 2.0, kHeight / 2.0}; }
@@ -124,267 +90,165 @@ class ViewportWidgetTest : public test::DocumentModelTest {
 
 }  // namespace
 
-TEST_F(ViewportWidgetTest, theViewTakesTheWidgetsSizeInPoints) {
-    widget();
+TEST_F(ViewportWidgetTest, theViewTakesTheWidgetsSizeInPointsAndOutlivesItsHooks) {
     EXPECT_EQ(view().size(), (Float2{float(kWidth), float(kHeight)}));
-    EXPECT_FLOAT_EQ(view().backingScale(), float(widget().devicePixelRatioF()));
-    widget().resize(320, 200);
-    if (!widget().isVisible()) {
-        QResizeEvent resize(widget().size(), QSize(kWidth, kHeight));
-        send(resize);
-    }
-    QCoreApplication::processEvents();
-    EXPECT_EQ(view().size(), (Float2{320, 200}));
+
+    view().setFreeFlying(true);
+    widget_.reset();
+    EXPECT_FALSE(view().onRedraw || view().onTakeFocus || view().snapshotter);
+    EXPECT_FALSE(view().isFreeFlying());
+    EXPECT_EQ(view().cursorHides(), 0);
 }
 
-TEST_F(ViewportWidgetTest, leftDragOrbitsTheCameraWithTheVerticalFlipped) {
+TEST_F(ViewportWidgetTest, dragsOrbitWithTheVerticalFlippedAndPan) {
     present(test::groupedModel());
-    widget();
     const auto before = pose();
     drag(Qt::LeftButton, centre(), centre() + QPointF(60, 0));
     const auto across = pose();
     EXPECT_NEAR(across.yaw - before.yaw, -60 * kOrbitPerPoint, 1e-4);
     EXPECT_NEAR(across.pitch, before.pitch, 1e-5);
-
-    // Up the screen is up in the view: the orbit raises the pitch.
-    drag(Qt::LeftButton, centre(), centre() - QPointF(0, 50));
+    drag(Qt::LeftButton, centre(), centre() - QPointF(0, 50));  // up the screen is up
     EXPECT_NEAR(pose().pitch - across.pitch, 50 * kOrbitPerPoint, 1e-4);
     EXPECT_FALSE(view().drag()) << "the release ends the gesture";
-}
 
-TEST_F(ViewportWidgetTest, middleDragPansAndDoubleClickLeavesNoGesture) {
-    present(test::groupedModel());
-    widget();
-    const auto before = pose();
+    const auto orbited = pose();
     drag(Qt::MiddleButton, centre(), centre() + QPointF(40, 0));
-    EXPECT_NEAR(pose().yaw, before.yaw, 1e-6);
-    EXPECT_GT(length(pose().position - before.position), 1e-3f);
-
-    mouse(QEvent::MouseButtonPress, {5, 5}, Qt::LeftButton, Qt::LeftButton);
-    mouse(QEvent::MouseButtonRelease, {5, 5}, Qt::LeftButton, Qt::NoButton);
+    EXPECT_NEAR(pose().yaw, orbited.yaw, 1e-6);
+    EXPECT_GT(length(pose().position - orbited.position), 1e-3f);
     mouse(QEvent::MouseButtonDblClick, {5, 5}, Qt::LeftButton, Qt::LeftButton);
-    EXPECT_FALSE(view().drag());
     mouse(QEvent::MouseButtonRelease, {5, 5}, Qt::LeftButton, Qt::NoButton);
-    EXPECT_FALSE(view().drag());
+    EXPECT_FALSE(view().drag()) << "a double click leaves no gesture";
 }
 
-TEST_F(ViewportWidgetTest, wheelNotchZoomsInTowardsThePointer) {
+TEST_F(ViewportWidgetTest, wheelZoomsTwoFingersOrbitPinchZoomsAndRotateTurns) {
     present(test::groupedModel());
-    widget();
     const auto before = pose();
     EXPECT_TRUE(wheel({}, {0, 120}, Qt::NoScrollPhase));
-    const auto after = pose();
-    EXPECT_LT(after.distance, before.distance);
-    EXPECT_GT(dot(after.position - before.position, before.forward()), 0) << "moved forwards";
+    const auto zoomed = pose();
+    EXPECT_LT(zoomed.distance, before.distance);
+    EXPECT_GT(dot(zoomed.position - before.position, before.forward()), 0) << "moved forwards";
 
-    wheel({}, {0, -240}, Qt::NoScrollPhase);
-    EXPECT_GT(pose().distance, after.distance);
-}
-
-TEST_F(ViewportWidgetTest, twoFingerScrollOrbitsAndMomentumNeverMovesTheCamera) {
-    present(test::groupedModel());
-    widget();
-    const auto before = pose();
     wheel({0, 0}, {}, Qt::ScrollBegin);
     wheel({20, 0}, {}, Qt::ScrollUpdate);
-    EXPECT_NEAR(pose().yaw - before.yaw, -20 * kOrbitPerPoint, 1e-4);
+    EXPECT_NEAR(pose().yaw - zoomed.yaw, -20 * kOrbitPerPoint, 1e-4);
     const auto lifted = pose();
     wheel({30, 0}, {}, Qt::ScrollMomentum);
-    wheel({10, 0}, {}, Qt::ScrollMomentum);
     wheel({}, {}, Qt::ScrollEnd);
-    EXPECT_NEAR(pose().yaw, lifted.yaw, 1e-6);
+    EXPECT_NEAR(pose().yaw, lifted.yaw, 1e-6) << "momentum never moves the camera";
     EXPECT_NEAR(pose().distance, lifted.distance, 1e-6);
+
+    for (auto [type, value] : {std::pair{Qt::BeginNativeGesture, 0.0},
+                               {Qt::ZoomNativeGesture, 0.25},
+                               {Qt::EndNativeGesture, 0.0},
+                               {Qt::BeginNativeGesture, 0.0},
+                               {Qt::RotateNativeGesture, 10.0},
+                               {Qt::EndNativeGesture, 0.0}}) {
+        // Spread fingers, then turn clockwise in Qt's sense.
+        QNativeGestureEvent event(type, QPointingDevice::primaryPointingDevice(), 2, centre(),
+                                  centre(), widget().mapToGlobal(centre()), value, QPointF());
+        send(event);
+    }
+    EXPECT_LT(pose().distance, lifted.distance);
+    EXPECT_NEAR(pose().yaw - lifted.yaw, 10 * 3.14159265f / 180, 1e-4);
 }
 
-TEST_F(ViewportWidgetTest, pinchZoomsAndRotateTurnsAboutTheVertical) {
+TEST_F(ViewportWidgetTest, flyingKeysAreHeldUntilReleasedAndOthersGoToTheWindow) {
     present(test::groupedModel());
-    widget();
-    const auto before = pose();
-    nativeGesture(Qt::BeginNativeGesture, 0);
-    nativeGesture(Qt::ZoomNativeGesture, 0.25);
-    nativeGesture(Qt::EndNativeGesture, 0);
-    EXPECT_LT(pose().distance, before.distance) << "spreading fingers come closer";
-
-    const auto zoomed = pose();
-    nativeGesture(Qt::BeginNativeGesture, 0);
-    nativeGesture(Qt::RotateNativeGesture, 10);  // clockwise, in Qt's sense
-    nativeGesture(Qt::EndNativeGesture, 0);
-    const float pi = 3.14159265f;
-    EXPECT_NEAR(pose().yaw - zoomed.yaw, 10 * pi / 180, 1e-4);
-}
-
-TEST_F(ViewportWidgetTest, flyingKeyIsHeldThroughAutoRepeatAndDroppedWhenFocusLeaves) {
-    present(test::groupedModel());
-    widget();
+    int resets = 0;
+    view().onResetView = [&](bool) { ++resets; };
     EXPECT_TRUE(key(QEvent::KeyPress, Qt::Key_W, xkbW, "w"));
-    EXPECT_TRUE(view().rig().keys.contains(KeyCodes::ansiW));
     // X11 repeats as release-press pairs flagged as auto-repeat: still held.
     EXPECT_TRUE(key(QEvent::KeyRelease, Qt::Key_W, xkbW, "w", Qt::NoModifier, true));
     EXPECT_TRUE(key(QEvent::KeyPress, Qt::Key_W, xkbW, "w", Qt::NoModifier, true));
-    EXPECT_TRUE(view().rig().keys.contains(KeyCodes::ansiW));
-
     EXPECT_TRUE(key(QEvent::KeyPress, Qt::Key_S, xkbS, "s"));
     EXPECT_TRUE(key(QEvent::KeyRelease, Qt::Key_S, xkbS, "s"));
+    EXPECT_TRUE(view().rig().keys.contains(KeyCodes::ansiW));
     EXPECT_FALSE(view().rig().keys.contains(KeyCodes::ansiS));
-
-    QFocusEvent focusOut(QEvent::FocusOut, Qt::ActiveWindowFocusReason);
-    send(focusOut);
-    EXPECT_TRUE(view().rig().keys.empty()) << "a lost key-up must not keep the camera flying";
-}
-
-TEST_F(ViewportWidgetTest, commandGoingDownEmptiesTheHeldKeys) {
-    present(test::groupedModel());
-    widget();
-    key(QEvent::KeyPress, Qt::Key_W, xkbW, "w");
     key(QEvent::KeyPress, Qt::Key_Shift, 50, "");
     EXPECT_TRUE(view().rig().fast);
     key(QEvent::KeyRelease, Qt::Key_Shift, 50, "", Qt::ShiftModifier);
     EXPECT_FALSE(view().rig().fast);
-    EXPECT_TRUE(view().rig().keys.contains(KeyCodes::ansiW));
     key(QEvent::KeyPress, Qt::Key_Control, 37, "");
-    EXPECT_TRUE(view().rig().keys.empty());
-}
+    EXPECT_TRUE(view().rig().keys.empty()) << "command going down empties the held keys";
 
-TEST_F(ViewportWidgetTest, physicalWTypingZOnAzertyResetsTheViewInsteadOfFlying) {
-    present(test::groupedModel());
-    widget();
-    int resets = 0;
-    view().onResetView = [&](bool) { ++resets; };
+    // The physical W typing "z" on AZERTY resets the view instead of flying.
     EXPECT_TRUE(key(QEvent::KeyPress, Qt::Key_Z, xkbW, "z"));
-    EXPECT_FALSE(view().rig().keys.contains(KeyCodes::ansiW));
+    EXPECT_TRUE(view().rig().keys.empty());
     EXPECT_EQ(resets, 1);
-    view().onResetView = nullptr;
-}
-
-TEST_F(ViewportWidgetTest, keysTheViewDoesNotUseGoOnToTheWindow) {
-    present(test::groupedModel());
-    widget();
     EXPECT_FALSE(key(QEvent::KeyPress, Qt::Key_F5, xkbF5, ""));
     EXPECT_FALSE(key(QEvent::KeyPress, Qt::Key_S, xkbS, "\x13", Qt::ControlModifier));
     // A flying key wins over a shortcut on the same key; a command combination does not.
     EXPECT_TRUE(key(QEvent::ShortcutOverride, Qt::Key_W, xkbW, "w"));
     EXPECT_FALSE(key(QEvent::ShortcutOverride, Qt::Key_S, xkbS, "\x13", Qt::ControlModifier));
-    // Without a scan code (offscreen, synthesized), the US layout stands in.
-    view().rig().keys.clear();
-    EXPECT_TRUE(key(QEvent::KeyPress, Qt::Key_Up, 0, ""));
-    EXPECT_TRUE(view().rig().keys.contains(KeyCodes::upArrow));
 }
 
-TEST_F(ViewportWidgetTest, rightDragLooksWithAHiddenCursorThatTheReleaseGivesBack) {
+TEST_F(ViewportWidgetTest, losingFocusTheWindowOrTheWidgetReleasesKeysCursorAndFreeFly) {
     present(test::groupedModel());
-    widget();
-    const QPointF at = centre() + QPointF(-50, 20);
-    mouse(QEvent::MouseButtonPress, at, Qt::RightButton, Qt::RightButton);
-    EXPECT_EQ(view().drag(), viewport::ViewportView::Drag::look);
-    EXPECT_EQ(view().cursorHides(), 1);
-    EXPECT_EQ(widget().cursor().shape(), Qt::BlankCursor);
+    auto held = [&](QEvent& event) {
+        key(QEvent::KeyPress, Qt::Key_W, xkbW, "w");
+        mouse(QEvent::MouseButtonPress, centre(), Qt::RightButton, Qt::RightButton);
+        EXPECT_EQ(view().drag(), viewport::ViewportView::Drag::look);
+        EXPECT_EQ(widget().cursor().shape(), Qt::BlankCursor) << "looking hides the cursor";
+        send(event);
+        EXPECT_TRUE(view().rig().keys.empty()) << event.type();
+        EXPECT_EQ(view().cursorHides(), 0) << event.type();
+        EXPECT_NE(widget().cursor().shape(), Qt::BlankCursor) << event.type();
+        mouse(QEvent::MouseButtonRelease, centre(), Qt::RightButton, Qt::NoButton);
+        EXPECT_FALSE(view().drag());
+    };
+    QFocusEvent focusOut(QEvent::FocusOut, Qt::ActiveWindowFocusReason);
+    QEvent deactivate(QEvent::WindowDeactivate);
+    QHideEvent hide;
+    held(focusOut);
+    held(deactivate);
+    held(hide);
 
-    mouse(QEvent::MouseButtonRelease, at, Qt::RightButton, Qt::NoButton);
-    EXPECT_EQ(view().cursorHides(), 0);
-    EXPECT_NE(widget().cursor().shape(), Qt::BlankCursor);
-}
-
-TEST_F(ViewportWidgetTest, heldCursorCountsRawDeltasAndIgnoresTheWarpsEcho) {
-    present(test::groupedModel());
-    widget();
-    view().setFreeFlying(true);
-    EXPECT_EQ(widget().cursor().shape(), Qt::BlankCursor);
-    const QPoint middle = widget().mapToGlobal(centre()).toPoint();
-    if (QCursor::pos(widget().screen()) != middle)
-        GTEST_SKIP() << "this platform (" << QGuiApplication::platformName().toStdString()
-                     << ") does not move the cursor";
-
-    const float yaw = pose().yaw;
-    const QPointF moved = centre() + QPointF(10, 0);
-    mouse(QEvent::MouseMove, moved, Qt::NoButton, Qt::NoButton);
-    EXPECT_NEAR(pose().yaw - yaw, -10 * kLookPerPoint, 1e-5);
-    EXPECT_EQ(QCursor::pos(widget().screen()), middle) << "warped back to the centre";
-
-    // The move the warp itself produces is not a motion of the user's.
-    const float afterMove = pose().yaw;
-    mouse(QEvent::MouseMove, centre(), Qt::NoButton, Qt::NoButton);
-    EXPECT_NEAR(pose().yaw, afterMove, 1e-6);
-    view().setFreeFlying(false);
-    EXPECT_NE(widget().cursor().shape(), Qt::BlankCursor);
-}
-
-TEST_F(ViewportWidgetTest, leavingWithNoButtonHeldReleasesFreeFlyAndTheCursor) {
-    present(test::groupedModel());
-    widget();
     view().setFreeFlying(true);
     ASSERT_TRUE(doc().isFreeFlying());
     QEvent leave(QEvent::Leave);
     send(leave);
-    EXPECT_FALSE(view().isFreeFlying());
-    EXPECT_FALSE(doc().isFreeFlying());
+    EXPECT_FALSE(view().isFreeFlying() || doc().isFreeFlying()) << "left with no button held";
     EXPECT_EQ(view().cursorHides(), 0);
-    EXPECT_NE(widget().cursor().shape(), Qt::BlankCursor);
 }
 
-TEST_F(ViewportWidgetTest, windowDeactivationAndHidingReleaseInput) {
+TEST_F(ViewportWidgetTest, heldCursorCountsRawDeltasAndIgnoresTheWarpsEcho) {
     present(test::groupedModel());
-    widget();
-    key(QEvent::KeyPress, Qt::Key_W, xkbW, "w");
-    QEvent deactivate(QEvent::WindowDeactivate);
-    send(deactivate);
-    EXPECT_TRUE(view().rig().keys.empty());
-
-    mouse(QEvent::MouseButtonPress, centre(), Qt::RightButton, Qt::RightButton);
-    EXPECT_EQ(view().cursorHides(), 1);
-    QHideEvent hide;
-    send(hide);
-    EXPECT_EQ(view().cursorHides(), 0);
-    EXPECT_FALSE(view().drag());
+    view().setFreeFlying(true);
+    EXPECT_EQ(widget().cursor().shape(), Qt::BlankCursor);
+    const QPoint middle = widget().mapToGlobal(centre()).toPoint();
+    if (QCursor::pos(widget().screen()) != middle)
+        GTEST_SKIP() << QGuiApplication::platformName().toStdString() << " moves no cursor";
+    const float yaw = pose().yaw;
+    mouse(QEvent::MouseMove, centre() + QPointF(10, 0), Qt::NoButton, Qt::NoButton);
+    EXPECT_NEAR(pose().yaw - yaw, -10 * kLookPerPoint, 1e-5);
+    EXPECT_EQ(QCursor::pos(widget().screen()), middle) << "warped back to the centre";
+    const float afterMove = pose().yaw;
+    mouse(QEvent::MouseMove, centre(), Qt::NoButton, Qt::NoButton);  // the warp's own move
+    EXPECT_NEAR(pose().yaw, afterMove, 1e-6);
 }
 
-TEST_F(ViewportWidgetTest, theModelOutlivesTheWidgetWithoutItsHooks) {
-    present(test::groupedModel());
-    widget();
-    view().setFreeFlying(true);
-    widget_.reset();
-    EXPECT_FALSE(view().onRedraw);
-    EXPECT_FALSE(view().onTakeFocus);
-    EXPECT_FALSE(view().snapshotter);
-    EXPECT_FALSE(view().isFreeFlying());
-    EXPECT_EQ(view().cursorHides(), 0);
-    // The view still works on its own.
-    view().orbitByDegrees(10, 0);
-    view().setFreeFlying(true);
-    view().setFreeFlying(false);
-}
-
-TEST_F(ViewportWidgetTest, drawsThePresentedCubeUnderADisplay) {
-    if (!hasDisplay()) GTEST_SKIP() << "no X display: Qt cannot make a GL context offscreen";
-    present(SyntheticModel::cube());
-    widget();
-    ASSERT_TRUE(waitForExposure());
-    const QImage frame = widget().grabFramebuffer();
+TEST_F(ViewportWidgetTest, drawsTheCubeOverTheDarkBackgroundUnderADisplay) {
+    if (QGuiApplication::platformName() != "xcb") GTEST_SKIP() << "Qt has no GL offscreen";
+    ASSERT_TRUE(test::waitUntil([&] { return widget().windowHandle()->isExposed(); }, 5));
+    const QImage empty = widget().grabFramebuffer();
     if (!widget().isGLReady()) GTEST_SKIP() << "GL unavailable: " << widget().glError();
-    ASSERT_FALSE(frame.isNull());
+    auto distance = [](QColor a, QColor b) {
+        return std::abs(a.red() - b.red()) + std::abs(a.green() - b.green()) +
+               std::abs(a.blue() - b.blue());
+    };
+    EXPECT_LE(distance(empty.pixelColor(empty.width() / 2, empty.height() / 2), QColor(17, 19, 23)),
+              6)
+        << "the dark background without a scene";
+    present(SyntheticModel::cube());
+    QCoreApplication::processEvents();
+    const QImage frame = widget().grabFramebuffer();
     const double ratio = widget().devicePixelRatioF();
     EXPECT_EQ(frame.width(), std::lround(kWidth * ratio));
-    const QColor corner = frame.pixelColor(2, 2);
-    const QColor middle = frame.pixelColor(frame.width() / 2, frame.height() / 2);
-    EXPECT_GT(std::abs(corner.red() - middle.red()) + std::abs(corner.green() - middle.green()) +
-                  std::abs(corner.blue() - middle.blue()),
-              30)
+    EXPECT_GT(
+        distance(frame.pixelColor(2, 2), frame.pixelColor(frame.width() / 2, frame.height() / 2)),
+        30)
         << "the cube stands out from the backdrop";
-
-    // Snapshots come from the widget's own context, at the view's pixel size.
-    const auto snapshot = view().snapshot();
-    ASSERT_TRUE(snapshot);
-    EXPECT_EQ(snapshot->width, std::lround(kWidth * ratio));
-    EXPECT_EQ(snapshot->height, std::lround(kHeight * ratio));
-}
-
-TEST_F(ViewportWidgetTest, withoutASceneTheWidgetShowsTheDarkBackground) {
-    if (!hasDisplay()) GTEST_SKIP() << "no X display: Qt cannot make a GL context offscreen";
-    widget();
-    ASSERT_TRUE(waitForExposure());
-    const QImage frame = widget().grabFramebuffer();
-    if (!widget().isGLReady()) GTEST_SKIP() << "GL unavailable: " << widget().glError();
-    const QColor c = frame.pixelColor(frame.width() / 2, frame.height() / 2);
-    EXPECT_NEAR(c.red(), 17, 2);
-    EXPECT_NEAR(c.green(), 19, 2);
-    EXPECT_NEAR(c.blue(), 23, 2);
+    const auto snapshot = view().snapshot();  // from the widget's own context, at pixel size
+    EXPECT_TRUE(snapshot && snapshot->width == std::lround(kWidth * ratio) &&
+                snapshot->height == std::lround(kHeight * ratio));
 }
