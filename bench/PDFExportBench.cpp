@@ -1,6 +1,6 @@
 // Vector PDF export of a heavy plan: 1 million triangles and 1 million edges by default (the
-// first argument sets the triangle count). Prints seconds, peak memory and PDF size, then times
-// LibreCAD's console dxf2pdf on the same drawing written as a DXF plan, and the ratio.
+// first argument sets the triangle count). Prints seconds, CPU seconds, peak memory and PDF size
+// of a flat plan and of a relief whose every triangle takes its own shade.
 //
 //   build/release/bench/pdf_export_bench [triangles [folder to keep the PDFs in]]
 #include <sys/resource.h>
@@ -10,7 +10,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <string>
 
 #include "model/SKPModel.h"
@@ -70,29 +69,6 @@ SKPModel plan(int nx, int ny, bool relief) {
                     std::nullopt);
 }
 
-// The same drawing as an R12 DXF: a SOLID per triangle and a LINE per edge.
-void writeDXF(const fs::path& path, int nx, int ny) {
-    std::FILE* f = std::fopen(path.c_str(), "w");
-    if (!f) return;
-    std::fputs(
-        "0\nSECTION\n2\nHEADER\n9\n$ACADVER\n1\nAC1009\n0\nENDSEC\n0\nSECTION\n2\nENTITIES\n", f);
-    for (int y = 0; y < ny; ++y)
-        for (int x = 0; x < nx; ++x) {
-            std::fprintf(f,
-                         "0\nSOLID\n8\n0\n62\n8\n10\n%d\n20\n%d\n11\n%d\n21\n%d\n12\n%d\n22\n%d\n"
-                         "13\n%d\n23\n%d\n",
-                         x, y, x + 1, y, x + 1, y + 1, x + 1, y + 1);
-            std::fprintf(f,
-                         "0\nSOLID\n8\n0\n62\n8\n10\n%d\n20\n%d\n11\n%d\n21\n%d\n12\n%d\n22\n%d\n"
-                         "13\n%d\n23\n%d\n",
-                         x, y, x + 1, y + 1, x, y + 1, x, y + 1);
-            std::fprintf(f, "0\nLINE\n8\n0\n10\n%d\n20\n%d\n11\n%d\n21\n%d\n", x, y, x + 1, y);
-            std::fprintf(f, "0\nLINE\n8\n0\n10\n%d\n20\n%d\n11\n%d\n21\n%d\n", x, y, x, y + 1);
-        }
-    std::fputs("0\nENDSEC\n0\nEOF\n", f);
-    std::fclose(f);
-}
-
 double peakMiB(int who) {
     rusage usage{};
     getrusage(who, &usage);
@@ -125,14 +101,13 @@ int main(int argc, char** argv) {
         if (argc > 2) {
             std::error_code ec;
             fs::create_directories(argv[2], ec);
-            for (const char* name : {"vistrel-flat.pdf", "vistrel-relief.pdf", "plan.pdf"})
+            for (const char* name : {"vistrel-flat.pdf", "vistrel-relief.pdf"})
                 if (fs::exists(dir / name))
                     fs::copy_file(dir / name, fs::path(argv[2]) / name,
                                   fs::copy_options::overwrite_existing, ec);
         }
         fs::remove_all(dir);
     };
-    double flatSeconds = 0, flatCPU = 0;
     for (bool relief : {false, true}) {
         const SKPModel model = plan(nx, ny, relief);
         if (!relief)
@@ -161,48 +136,6 @@ int main(int argc, char** argv) {
             relief ? "relief (every triangle its own shade)" : "flat plan", took, cpu,
             peakMiB(RUSAGE_SELF), peakMiB(RUSAGE_SELF) - before,
             double(pdf->size()) / (1024 * 1024));
-        if (!relief) {
-            flatSeconds = took;
-            flatCPU = cpu;
-        }
-    }
-    const double ours = flatSeconds, oursCPU = flatCPU;
-
-    if (std::system("command -v librecad >/dev/null 2>&1") != 0) {
-        std::printf("librecad: not installed, comparison skipped (apt-get install librecad)\n");
-        finish();
-        return 0;
-    }
-    // dxf2pdf writes beside its input, whatever -o says.
-    const fs::path dxf = dir / "plan.dxf", theirs = dir / "plan.pdf";
-    writeDXF(dxf, nx, ny);
-    std::printf("plan.dxf: %.1f MiB\n", double(fs::file_size(dxf)) / (1024 * 1024));
-    // dxf2pdf is a Qt program: it wants a display even in console mode. The Debian 12 build
-    // (LibreCAD 2.2) ignores -p and -o: it fits the drawing on A4 beside its input.
-    const std::string command =
-        (std::system("command -v xvfb-run >/dev/null 2>&1") == 0 ? "xvfb-run -a " : "") +
-        std::string("librecad dxf2pdf -a '") + dxf.string() + "' >/dev/null 2>&1";
-    // Its peak memory comes from GNU time when installed: the rusage of a child forked from
-    // this large process would count the pages it shared with us.
-    const bool gnuTime = std::system("test -x /usr/bin/time") == 0;
-    const fs::path memory = dir / "librecad.kib";
-    const std::string timed =
-        gnuTime ? "/usr/bin/time -f '%M %U %S' -o '" + memory.string() + "' " + command : command;
-    const auto lcStart = std::chrono::steady_clock::now();
-    const int rc = std::system(timed.c_str());
-    const double lc = seconds(lcStart);
-    if (rc != 0 || !fs::exists(theirs)) {
-        std::printf("librecad dxf2pdf: failed (status %d) after %.2f s\n", rc, lc);
-    } else {
-        long kib = 0;
-        double user = 0, system = 0;
-        if (std::ifstream in(memory); in) in >> kib >> user >> system;
-        std::printf("librecad dxf2pdf: %.2f s (%.2f s CPU), peak memory %s, PDF %.1f MiB\n", lc,
-                    user + system,
-                    kib > 0 ? (std::to_string(kib / 1024) + " MiB").c_str() : "not measured",
-                    double(fs::file_size(theirs)) / (1024 * 1024));
-        std::printf("ratio librecad / vistrel (flat plan): %.2f wall, %.2f CPU\n", lc / ours,
-                    oursCPU > 0 && user + system > 0 ? (user + system) / oursCPU : 0.0);
     }
     finish();
     return 0;
