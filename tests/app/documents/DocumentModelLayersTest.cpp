@@ -283,7 +283,7 @@ TEST_F(DocumentModelTest, selectingAGroupPulsesItsLayersBrieflyAndClearsTheLayer
     EXPECT_EQ(doc().selectedLayerGroupID(), murs.id);
     EXPECT_FALSE(doc().selectedLayerIndex());
     EXPECT_EQ(scene.activePulseLayers(), (std::set<int>{0, 1}));
-    clock.advance(viewport::ViewportScene::kPulseDuration);
+    clock.advance(viewport::ViewportScene::kPulseDuration + 0.01);
     EXPECT_TRUE(test::waitUntil([&] { return scene.activePulseLayers().empty(); }, 2));
     doc().selectLayer(2);
     EXPECT_FALSE(doc().selectedLayerGroupID());
