@@ -69,27 +69,20 @@ void DocumentModel::exportVectorPDF() {
 std::optional<std::vector<std::uint8_t>> DocumentModel::renderVectorPDF(
     std::optional<Float2> pageSize) {
     if (!isReady() || !skp_) return std::nullopt;
+    return viewport::VectorPDFExporter::renderPDF(*skp_, vectorPDFOptions(pageSize));
+}
+
+viewport::VectorPDFExporter::Options DocumentModel::vectorPDFOptions(
+    std::optional<Float2> pageSize) const {
     namespace Exporter = viewport::VectorPDFExporter;
-    Exporter::Options options;
+    Exporter::Options options = Exporter::optionsFor(settings());
     options.pageSize = Exporter::pageSizeForView(pageSize, viewport_.size());
     if (auto pose = viewport_.cameraPose()) options.pose = *pose;
+    // The view's projection, which a 2D drawing may hold against the document's.
     options.isPerspective = viewport_.isPerspective();
-    options.fovDegrees = float(viewport_.fieldOfView());
-    options.orthographicScale = float(viewport_.orthographicScale());
-    options.exposureOffset = float(viewport_.exposureOffset());
-    options.shadingStyle = shadingStyle_;
-    options.showsEdges = showsEdges_;
-    options.showsGrid = showsGrid_;
-    options.backdropStyle = backdropStyle_;
-    options.customBackdropColor = customBackdropColor_;
-    options.lightingMode = lightingMode_;
-    options.sunAzimuthDegrees = sunAzimuthDegrees_;
-    options.sunElevationDegrees = sunElevationDegrees_;
-    options.sunIntensity = sunIntensity_;
     options.pointLights = pointLights_;
-    options.ambientIntensity = ambientIntensity_;
     options.visibleLayers = layerVisible_;
-    return Exporter::renderPDF(*skp_, options);
+    return options;
 }
 
 std::string DocumentModel::suggestedExportName(const std::string& extension) const {

@@ -38,21 +38,50 @@ bool shiftFromToolkit() {
 
 }  // namespace
 
+viewport::DocumentSettings DocumentModel::initialSettings() {
+    viewport::DocumentSettings s;
+    s.showsEdges = Preferences::boolValue("showsEdges");
+    s.showsGrid = Preferences::boolValue("showsGrid");
+    s.isPerspective = Preferences::boolValue("isPerspective");
+    s.shadowsEnabled = Preferences::boolValue("shadowsEnabled");
+    s.ambientOcclusionEnabled = Preferences::boolValue("ambientOcclusionEnabled");
+    s.ambientOcclusionIntensity = Preferences::ambientOcclusionIntensity();
+    s.backdropStyle =
+        viewport::backdropStyleFromRaw(Preferences::backdropStyleRaw()).value_or(s.backdropStyle);
+    s.customBackdropColor = Preferences::customBackdropColor();
+    return s;
+}
+
 DocumentModel::DocumentModel(viewport::RepeatingTimer& timer, const viewport::Clock& clock,
                              QObject* parent)
+    : DocumentModel(timer, clock, parent, initialSettings()) {}
+
+DocumentModel::DocumentModel(viewport::RepeatingTimer& timer, const viewport::Clock& clock,
+                             QObject* parent, const viewport::DocumentSettings& initial)
     : QObject(parent),
       isShiftHeld(shiftFromToolkit),
       state_(Loading{}),
       viewport_(timer, clock, maximumScreenFramesPerSecond),
-      showsEdges_(Preferences::boolValue("showsEdges")),
-      showsGrid_(Preferences::boolValue("showsGrid")),
-      isPerspective_(Preferences::boolValue("isPerspective")),
-      shadowsEnabled_(Preferences::boolValue("shadowsEnabled")),
-      ambientOcclusionEnabled_(Preferences::boolValue("ambientOcclusionEnabled")),
-      ambientOcclusionIntensity_(Preferences::ambientOcclusionIntensity()),
-      backdropStyle_(viewport::backdropStyleFromRaw(Preferences::backdropStyleRaw())
-                         .value_or(BackdropStyle::architecturalSky)),
-      customBackdropColor_(Preferences::customBackdropColor()) {
+      clock_(clock),
+      showsEdges_(initial.showsEdges),
+      showsGrid_(initial.showsGrid),
+      isPerspective_(initial.isPerspective),
+      shadowsEnabled_(initial.shadowsEnabled),
+      ambientOcclusionEnabled_(initial.ambientOcclusionEnabled),
+      ambientOcclusionIntensity_(initial.ambientOcclusionIntensity),
+      shadingStyle_(initial.shadingStyle),
+      backdropStyle_(initial.backdropStyle),
+      customBackdropColor_(initial.customBackdropColor),
+      lightingMode_(initial.lightingMode),
+      showsPointLightGizmo_(initial.showsPointLightGizmo),
+      sunAzimuthDegrees_(initial.sunAzimuthDegrees),
+      sunElevationDegrees_(initial.sunElevationDegrees),
+      sunIntensity_(initial.sunIntensity),
+      ambientIntensity_(initial.ambientIntensity),
+      cameraFOV_(initial.fovDegrees),
+      cameraExposure_(initial.exposureOffset),
+      cameraOrthoScale_(initial.orthographicScale),
+      cameraSpeedScale_(initial.movementSpeedScale) {
     viewport_.setSize({800, 600});
     // The view is a member: it cannot outlive this model, so `this` is safe in its callbacks.
     viewport_.onFreeFlyingChange = [this](bool flying) {
@@ -150,6 +179,8 @@ void DocumentModel::present(std::shared_ptr<ViewportScene> scene, double seconds
 
     viewport_.setAmbientOcclusionIntensity(ambientOcclusionIntensity_);
     viewport_.setAmbientOcclusionEnabled(ambientOcclusionEnabled_);
+    // Without a timer of its own the layer flash would never fade.
+    scene->setTimerSource(std::make_unique<QtRepeatingTimer>(), &clock_);
 
     write(state_, Ready{scene}, &DocumentModel::stateChanged);
     viewport_.present(scene);
@@ -163,6 +194,31 @@ void DocumentModel::present(std::shared_ptr<ViewportScene> scene, double seconds
         viewport_.setPerspective(isPerspective_);
     write(isPerspective_, viewport_.isPerspective(), &DocumentModel::isPerspectiveChanged);
     syncCameraStateFromViewport();
+}
+
+viewport::DocumentSettings DocumentModel::settings() const {
+    viewport::DocumentSettings s;
+    s.showsEdges = showsEdges_;
+    s.showsGrid = showsGrid_;
+    s.isPerspective = isPerspective_;
+    s.shadowsEnabled = shadowsEnabled_;
+    s.ambientOcclusionEnabled = ambientOcclusionEnabled_;
+    s.ambientOcclusionIntensity = ambientOcclusionIntensity_;
+    s.backdropStyle = backdropStyle_;
+    s.customBackdropColor = customBackdropColor_;
+    s.shadingStyle = shadingStyle_;
+    s.lightingMode = lightingMode_;
+    s.showsPointLightGizmo = showsPointLightGizmo_;
+    s.sunAzimuthDegrees = sunAzimuthDegrees_;
+    s.sunElevationDegrees = sunElevationDegrees_;
+    s.sunIntensity = sunIntensity_;
+    s.ambientIntensity = ambientIntensity_;
+    // The camera's own values: the fields lag it between syncs.
+    s.fovDegrees = float(viewport_.fieldOfView());
+    s.exposureOffset = float(viewport_.exposureOffset());
+    s.orthographicScale = float(viewport_.orthographicScale());
+    s.movementSpeedScale = float(viewport_.movementSpeedScale());
+    return s;
 }
 
 void DocumentModel::syncCameraStateFromViewport() {

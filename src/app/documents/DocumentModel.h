@@ -26,10 +26,12 @@
 #include "identify/SKPFileInfo.h"
 #include "model/Math.h"
 #include "model/SKPModel.h"
+#include "pdf/VectorPDFExporter.h"
 #include "scene/ViewportScene.h"
 #include "sketchup/SKPReader.h"
 #include "view/ViewportView.h"
 #include "vocabulary/BackdropStyle.h"
+#include "vocabulary/DocumentSettings.h"
 #include "vocabulary/LightingMode.h"
 #include "vocabulary/ShadingStyle.h"
 #include "vocabulary/StandardView.h"
@@ -62,6 +64,11 @@ class DocumentModel : public QObject {
     DocumentModel(viewport::RepeatingTimer& timer, const viewport::Clock& clock,
                   QObject* parent = nullptr);
     ~DocumentModel() override;
+
+    // What a new document starts with: the fresh settings with the user's preferences laid over.
+    static viewport::DocumentSettings initialSettings();
+    // The look and camera as they stand.
+    viewport::DocumentSettings settings() const;
 
     // Called with this model after every camera move that did not come from OSC.
     std::function<void(DocumentModel&)> onCameraFeedback;
@@ -159,6 +166,8 @@ class DocumentModel : public QObject {
     // ready or when the exporter fails.
     std::optional<std::vector<std::uint8_t>> renderVectorPDF(
         std::optional<Float2> pageSize = std::nullopt);
+    // What that export draws: the look of settings(), the view's camera, the visible layers.
+    viewport::VectorPDFExporter::Options vectorPDFOptions(std::optional<Float2> pageSize) const;
     // Shows `text` as flashMessage for 2 seconds; a newer different message keeps its own time.
     void flash(std::string text);
     void openInSketchUp();
@@ -266,6 +275,8 @@ class DocumentModel : public QObject {
     void snapshotPreviewImageChanged();
 
   private:
+    DocumentModel(viewport::RepeatingTimer& timer, const viewport::Clock& clock, QObject* parent,
+                  const viewport::DocumentSettings& initial);
     template <class T, class U>
     void write(T& field, U&& value, void (DocumentModel::*signal)()) {
         field = std::forward<U>(value);
@@ -303,32 +314,33 @@ class DocumentModel : public QObject {
     std::optional<std::string> selectedLayerGroupID_;
     std::optional<int> hoveredLayerIndex_;
     int scrollToLayerTrigger_ = 0;
+    const viewport::Clock& clock_;
     bool showsEdges_;
     bool showsGrid_;
     bool isPerspective_;
     bool shadowsEnabled_;
     bool ambientOcclusionEnabled_;
     float ambientOcclusionIntensity_;
-    viewport::ShadingStyle shadingStyle_ = viewport::ShadingStyle::textured;
+    viewport::ShadingStyle shadingStyle_;
     viewport::BackdropStyle backdropStyle_;
     Float3 customBackdropColor_;
-    viewport::LightingMode lightingMode_ = viewport::LightingMode::sun;
+    viewport::LightingMode lightingMode_;
     std::vector<viewport::ViewportPointLight> pointLights_;
     int selectedPointLightIndex_ = 0;
-    bool showsPointLightGizmo_ = true;
-    float sunAzimuthDegrees_ = -135;
-    float sunElevationDegrees_ = 45;
-    float sunIntensity_ = 1;
-    float ambientIntensity_ = 1;
+    bool showsPointLightGizmo_;
+    float sunAzimuthDegrees_;
+    float sunElevationDegrees_;
+    float sunIntensity_;
+    float ambientIntensity_;
     std::optional<viewport::StandardView> activeStandardView_;
     Float3 cameraPosition_{0, 0, 0};
     float cameraYaw_ = 0;
     float cameraPitch_ = 0;
     float cameraDistance_ = 1;
-    float cameraFOV_ = 35;
-    float cameraExposure_ = -0.62f;
-    float cameraOrthoScale_ = 1;
-    float cameraSpeedScale_ = 1;
+    float cameraFOV_;
+    float cameraExposure_;
+    float cameraOrthoScale_;
+    float cameraSpeedScale_;
     bool showSidebar_ = false;
     std::optional<double> loadSeconds_;
     bool isFreeFlying_ = false;

@@ -319,10 +319,12 @@ void DocumentModel::setAmbientIntensity(float value) {
 }
 
 void DocumentModel::resetSun() {
-    write(sunAzimuthDegrees_, -135.0f, &DocumentModel::sunAzimuthDegreesChanged);
-    write(sunElevationDegrees_, 45.0f, &DocumentModel::sunElevationDegreesChanged);
-    write(sunIntensity_, 1.0f, &DocumentModel::sunIntensityChanged);
-    write(ambientIntensity_, 1.0f, &DocumentModel::ambientIntensityChanged);
+    const viewport::DocumentSettings fresh;
+    write(sunAzimuthDegrees_, fresh.sunAzimuthDegrees, &DocumentModel::sunAzimuthDegreesChanged);
+    write(sunElevationDegrees_, fresh.sunElevationDegrees,
+          &DocumentModel::sunElevationDegreesChanged);
+    write(sunIntensity_, fresh.sunIntensity, &DocumentModel::sunIntensityChanged);
+    write(ambientIntensity_, fresh.ambientIntensity, &DocumentModel::ambientIntensityChanged);
     if (auto* s = scene()) {
         s->resetSun();
         s->setAmbientIntensity(ambientIntensity_);

@@ -6,13 +6,14 @@
 #include <cstring>
 
 #include "settings/SettingsStore.h"
+#include "vocabulary/DocumentSettings.h"
 
 namespace vistrel::app::Preferences {
 
 namespace {
 
-// Matches the viewport's default custom backdrop colour.
-constexpr Float3 kDefaultCustomBackdrop{0.14f, 0.16f, 0.20f};
+constexpr viewport::DocumentSettings kFresh;
+constexpr Float3 kDefaultCustomBackdrop = kFresh.customBackdropColor;
 
 SettingsStore* gStore = nullptr;
 
@@ -26,13 +27,13 @@ float floatOr(const std::string& key, float fallback) {
 const nlohmann::json& defaults() {
     static const nlohmann::json d = {
         {"showSidebar", true},
-        {"showsEdges", true},
-        {"showsGrid", false},
-        {"isPerspective", true},
-        {"shadowsEnabled", true},
-        {"ambientOcclusionEnabled", false},
-        {"ambientOcclusionIntensity", 0.7f},
-        {"backdropStyle", "architecturalSky"},
+        {"showsEdges", kFresh.showsEdges},
+        {"showsGrid", kFresh.showsGrid},
+        {"isPerspective", kFresh.isPerspective},
+        {"shadowsEnabled", kFresh.shadowsEnabled},
+        {"ambientOcclusionEnabled", kFresh.ambientOcclusionEnabled},
+        {"ambientOcclusionIntensity", kFresh.ambientOcclusionIntensity},
+        {"backdropStyle", std::string(viewport::rawValue(kFresh.backdropStyle))},
         {"customBackdropR", kDefaultCustomBackdrop.x},
         {"customBackdropG", kDefaultCustomBackdrop.y},
         {"customBackdropB", kDefaultCustomBackdrop.z},
@@ -69,7 +70,7 @@ void setBool(const std::string& key, bool value) {
 }
 
 float ambientOcclusionIntensity() {
-    return floatOr("ambientOcclusionIntensity", 0.7f);
+    return floatOr("ambientOcclusionIntensity", kFresh.ambientOcclusionIntensity);
 }
 
 void setAmbientOcclusionIntensity(float value) {

@@ -312,13 +312,34 @@ Float2 pageSizeForView(std::optional<Float2> requested, Float2 viewSize) {
     return {std::max(size.x, 320.0f), std::max(size.y, 240.0f)};
 }
 
-Options initialViewOptions(const SKPModel& model, Float2 pageSize) {
+Options optionsFor(const DocumentSettings& settings) {
     Options options;
+    options.isPerspective = settings.isPerspective;
+    options.fovDegrees = settings.fovDegrees;
+    options.orthographicScale = settings.orthographicScale;
+    options.exposureOffset = settings.exposureOffset;
+    options.shadingStyle = settings.shadingStyle;
+    options.showsEdges = settings.showsEdges;
+    options.showsGrid = settings.showsGrid;
+    options.backdropStyle = settings.backdropStyle;
+    options.customBackdropColor = settings.customBackdropColor;
+    options.lightingMode = settings.lightingMode;
+    options.sunAzimuthDegrees = settings.sunAzimuthDegrees;
+    options.sunElevationDegrees = settings.sunElevationDegrees;
+    options.sunIntensity = settings.sunIntensity;
+    options.ambientIntensity = settings.ambientIntensity;
+    return options;
+}
+
+Options initialViewOptions(const SKPModel& model, Float2 pageSize,
+                           const DocumentSettings& settings) {
+    Options options = optionsFor(settings);
     options.pageSize = {std::max(pageSize.x, 64.0f), std::max(pageSize.y, 64.0f)};
     options.visibleLayers.reserve(model.layers.size());
     for (const Layer& layer : model.layers) options.visibleLayers.push_back(layer.isVisible);
     const auto bounds = ViewFraming::visibleBounds(model, options.visibleLayers);
-    const auto view = ViewFraming::initialView(model, bounds.min, bounds.max, options.pageSize);
+    const auto view = ViewFraming::initialView(model, bounds.min, bounds.max, options.pageSize,
+                                               settings.fovDegrees, settings.isPerspective);
     options.pose = view.pose;
     options.isPerspective = view.isPerspective;
     options.fovDegrees = view.fovDegrees;

@@ -13,6 +13,7 @@
 #include "model/Math.h"
 #include "model/SKPModel.h"
 #include "vocabulary/BackdropStyle.h"
+#include "vocabulary/DocumentSettings.h"
 #include "vocabulary/LightingMode.h"
 #include "vocabulary/Rendering.h"
 #include "vocabulary/ShadingStyle.h"
@@ -24,23 +25,26 @@ namespace vistrel::viewport::VectorPDFExporter {
 struct Options {
     Float2 pageSize{1440, 900};  // points
     CameraRig::Pose pose;
-    bool isPerspective = true;
-    float fovDegrees = 35;        // vertical
-    float orthographicScale = 1;  // half of the visible height, metres
-    float exposureOffset = 0;
-    ShadingStyle shadingStyle = ShadingStyle::textured;
-    bool showsEdges = true;
-    bool showsGrid = false;
-    BackdropStyle backdropStyle = BackdropStyle::architecturalSky;
-    Float3 customBackdropColor = Rendering::defaultCustomBackdropColor;
-    LightingMode lightingMode = LightingMode::sun;
-    float sunAzimuthDegrees = -135;
-    float sunElevationDegrees = 45;
-    float sunIntensity = Rendering::defaultSunIntensity;
+    bool isPerspective = DocumentSettings{}.isPerspective;
+    float fovDegrees = DocumentSettings{}.fovDegrees;                // vertical
+    float orthographicScale = DocumentSettings{}.orthographicScale;  // half the height, metres
+    float exposureOffset = DocumentSettings{}.exposureOffset;
+    ShadingStyle shadingStyle = DocumentSettings{}.shadingStyle;
+    bool showsEdges = DocumentSettings{}.showsEdges;
+    bool showsGrid = DocumentSettings{}.showsGrid;
+    BackdropStyle backdropStyle = DocumentSettings{}.backdropStyle;
+    Float3 customBackdropColor = DocumentSettings{}.customBackdropColor;
+    LightingMode lightingMode = DocumentSettings{}.lightingMode;
+    float sunAzimuthDegrees = DocumentSettings{}.sunAzimuthDegrees;
+    float sunElevationDegrees = DocumentSettings{}.sunElevationDegrees;
+    float sunIntensity = DocumentSettings{}.sunIntensity;
     std::vector<ViewportPointLight> pointLights;
-    float ambientIntensity = Rendering::defaultAmbientIntensity;
+    float ambientIntensity = DocumentSettings{}.ambientIntensity;
     std::vector<bool> visibleLayers;  // by layer index; an index beyond the list is visible
 };
+
+// The look of `settings`, on the default page and pose.
+Options optionsFor(const DocumentSettings& settings);
 
 // The PDF bytes, or nothing when the PDF surface could not be made. Page sides below 64 points
 // are raised to 64.
@@ -56,12 +60,14 @@ std::optional<std::string> writeFile(const std::vector<std::uint8_t>& data,
 Float2 pageSizeForView(std::optional<Float2> requested, Float2 viewSize);
 
 // The options of the view a file first opens on (model camera, else top for a flat drawing,
-// else iso; framed on the visible layers for a viewport of `pageSize`) with the default look.
-Options initialViewOptions(const SKPModel& model, Float2 pageSize = {1440, 900});
+// else iso; framed on the visible layers for a viewport of `pageSize`) with the look of
+// `settings`.
+Options initialViewOptions(const SKPModel& model, Float2 pageSize = {1440, 900},
+                           const DocumentSettings& settings = {});
 
-// The headless conversion: renders the initial view on a page sized as an export from a view
-// would be (1440 x 900 unless given) and writes it to `path`. Returns an English message on
-// failure; nothing is left at `path` then.
+// The headless conversion: renders the initial view of a freshly opened document on a page
+// sized as an export from a view would be (1440 x 900 unless given) and writes it to `path`.
+// Returns an English message on failure; nothing is left at `path` then.
 std::optional<std::string> exportInitialView(const SKPModel& model,
                                              const std::filesystem::path& path,
                                              std::optional<Float2> pageSize = std::nullopt);

@@ -78,8 +78,7 @@ int ViewportScene::LayerSet::primary() const {
 ViewportScene::ViewportScene(SKPModel model)
     : model_(std::move(model)),
       root_(SceneNode::make("root")),
-      modelRoot_(SceneNode::make("model")),
-      customBackdropColor_(Rendering::defaultCustomBackdropColor) {
+      modelRoot_(SceneNode::make("model")) {
     background_ = Rendering::backdropImage(backdropStyle_, customBackdropColor_);
     lightingEnvironment_ = Rendering::skyImage(false);
     lightingEnvironmentIntensity_ = 1.05f;

@@ -27,6 +27,7 @@
 #include "timing/Clock.h"
 #include "timing/RepeatingTimer.h"
 #include "vocabulary/BackdropStyle.h"
+#include "vocabulary/DocumentSettings.h"
 #include "vocabulary/LightingMode.h"
 #include "vocabulary/ShadingStyle.h"
 #include "vocabulary/ViewportPointLight.h"
@@ -244,10 +245,10 @@ class ViewportScene {
     std::shared_ptr<SceneNode> root_;
     std::shared_ptr<SceneNode> modelRoot_;
 
-    ShadingStyle shadingStyle_ = ShadingStyle::textured;
-    BackdropStyle backdropStyle_ = BackdropStyle::architecturalSky;
-    Float3 customBackdropColor_;
-    bool showsEdges_ = true;
+    ShadingStyle shadingStyle_ = DocumentSettings{}.shadingStyle;
+    BackdropStyle backdropStyle_ = DocumentSettings{}.backdropStyle;
+    Float3 customBackdropColor_ = DocumentSettings{}.customBackdropColor;
+    bool showsEdges_ = DocumentSettings{}.showsEdges;
     Image background_;
     Image lightingEnvironment_;
     float lightingEnvironmentIntensity_ = 1.05f;
@@ -270,14 +271,16 @@ class ViewportScene {
     std::set<int> hiddenLayers_;
 
     std::shared_ptr<SceneNode> fill_, sun_, skyFill_, pointLightsRoot_, gridNode_;
-    float sunAzimuthDegrees_ = -135, sunElevationDegrees_ = 45;
-    float sunIntensity_ = 1, ambientIntensity_ = 1;
-    bool shadowsEnabled_ = true;
-    LightingMode lightingMode_ = LightingMode::sun;
+    float sunAzimuthDegrees_ = DocumentSettings{}.sunAzimuthDegrees;
+    float sunElevationDegrees_ = DocumentSettings{}.sunElevationDegrees;
+    float sunIntensity_ = DocumentSettings{}.sunIntensity;
+    float ambientIntensity_ = DocumentSettings{}.ambientIntensity;
+    bool shadowsEnabled_ = DocumentSettings{}.shadowsEnabled;
+    LightingMode lightingMode_ = DocumentSettings{}.lightingMode;
     std::vector<ViewportPointLight> detectedSceneLights_;
     std::vector<ViewportPointLight> pointLights_;
-    bool showsPointLightGizmo_ = true;
-    bool showsGrid_ = false;
+    bool showsPointLightGizmo_ = DocumentSettings{}.showsPointLightGizmo;
+    bool showsGrid_ = DocumentSettings{}.showsGrid;
     bool shadowQualityIsHigh_ = true;
 
     std::optional<Bounds> cachedVisibleBounds_;

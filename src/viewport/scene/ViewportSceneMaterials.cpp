@@ -149,9 +149,10 @@ void ViewportScene::applyShadingStyle(SceneNode& node, const std::shared_ptr<Mat
 }
 
 void ViewportScene::applyShadingStyle() {
-    // Highlights hold the old materials: drop them first, bring the hover back after.
-    runHoverRestore();
+    // Highlights hold the old materials: drop them first, bring the hover back after. The flash
+    // ends first, since its end brings the hover back with the materials of the moment.
     cancelLayerPulse();
+    runHoverRestore();
     for (const FaceNode& f : faceNodes_) applyShadingStyle(*f.node, f.material);
     applyEdgeVisibility();
     updateEdgeMaterial();

@@ -6,6 +6,7 @@
 #include <numbers>
 
 #include "camera/ViewFraming.h"
+#include "vocabulary/DocumentSettings.h"
 #include "vocabulary/Rendering.h"
 
 namespace vistrel::viewport {
@@ -28,7 +29,7 @@ ViewportView::ViewportView(RepeatingTimer& timer, const Clock& clock,
       cursor_(cursor) {
     CameraSettings camera;
     Rendering::configure(camera);
-    camera.fieldOfView = 35;
+    camera.fieldOfView = DocumentSettings{}.fovDegrees;
     // The camera follows the view's own switch, which starts off, from the first frame.
     Rendering::setAmbientOcclusion(ambientOcclusionEnabled_, ambientOcclusionIntensity_, camera);
     cameraNode_.camera = camera;

@@ -6,6 +6,7 @@
 #include <numbers>
 
 #include "settings/Localization.h"
+#include "vocabulary/DocumentSettings.h"
 
 namespace vistrel::viewport::Rendering {
 
@@ -147,7 +148,7 @@ Image skyImage(bool backdrop) {
 void configure(CameraSettings& camera) {
     camera.wantsHDR = true;
     camera.wantsExposureAdaptation = false;
-    camera.exposureOffset = -0.62;
+    camera.exposureOffset = DocumentSettings{}.exposureOffset;
     camera.contrast = 0.06;
     camera.saturation = 1.04;
     camera.automaticallyAdjustsZRange = true;

@@ -307,6 +307,23 @@ TEST_F(DocumentModelCaptureTest, exportedPDFIsTheViewBeforeThePanelOnTheViewsPag
     EXPECT_GT(differingFraction(*page, *latePage), 0.01) << "hiding the layers did not show";
 }
 
+// Headless exports used to take exposure 0 where a new window has -0.62: 1.5 times too bright.
+TEST_F(DocumentModelCaptureTest, headlessPDFOfANewDocumentLooksLikeTheWindowsOwn) {
+    document().viewport().setSize({400, 300});
+    present(groupedModel());
+    const auto window = document().vectorPDFOptions(std::nullopt);
+    const auto headless = viewport::VectorPDFExporter::initialViewOptions(*doc().skp(), {400, 300});
+    EXPECT_EQ(headless.exposureOffset, window.exposureOffset);
+    const auto pdf = viewport::VectorPDFExporter::renderPDF(*doc().skp(), headless);
+    const auto windowPDF = document().renderVectorPDF(std::nullopt);
+    ASSERT_TRUE(pdf && windowPDF);
+    writeBytes(dir / "headless.pdf", std::string(pdf->begin(), pdf->end()));
+    writeBytes(dir / "window.pdf", std::string(windowPDF->begin(), windowPDF->end()));
+    auto page = rasterise(dir / "headless.pdf"), windowPage = rasterise(dir / "window.pdf");
+    if (!page || !windowPage) GTEST_SKIP() << "poppler's pdftoppm is missing";
+    EXPECT_LT(differingFraction(*page, *windowPage), 0.01);
+}
+
 TEST_F(DocumentModelCaptureTest, snapshotIsTakenOnceAndBeforeThePanel) {
     present(groupedModel());
     fakeSnapshots(patternImage(12, 9));

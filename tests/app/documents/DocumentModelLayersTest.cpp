@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "DocumentModelFixture.h"
+#include "EventLoop.h"
 
 using namespace vistrel;
 using namespace vistrel::app;
@@ -273,7 +274,8 @@ TEST_F(DocumentModelTest, soloLayerGroupTogglesWithAllLayers) {
     EXPECT_EQ(doc().layerVisible(), Visibility(4, true));
 }
 
-TEST_F(DocumentModelTest, selectingAGroupPulsesItsLayersAndClearsTheLayerSelection) {
+// A presented scene used to get no timer, and the flash stayed at full strength for good.
+TEST_F(DocumentModelTest, selectingAGroupPulsesItsLayersBrieflyAndClearsTheLayerSelection) {
     auto& scene = present(test::groupedModel());
     doc().selectLayer(3);
     const auto& murs = groupNamed(*doc().skp(), "Murs");
@@ -281,6 +283,8 @@ TEST_F(DocumentModelTest, selectingAGroupPulsesItsLayersAndClearsTheLayerSelecti
     EXPECT_EQ(doc().selectedLayerGroupID(), murs.id);
     EXPECT_FALSE(doc().selectedLayerIndex());
     EXPECT_EQ(scene.activePulseLayers(), (std::set<int>{0, 1}));
+    clock.advance(viewport::ViewportScene::kPulseDuration + 0.01);
+    EXPECT_TRUE(test::waitUntil([&] { return scene.activePulseLayers().empty(); }, 2));
     doc().selectLayer(2);
     EXPECT_FALSE(doc().selectedLayerGroupID());
 }

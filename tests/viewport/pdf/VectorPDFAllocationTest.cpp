@@ -3,10 +3,6 @@
 
 #include "AllocationCounter.h"
 
-#include <atomic>
-#include <cstdlib>
-#include <new>
-
 #include "PDFTestModels.h"
 #include "pdf/VectorPDFLighting.h"
 #include "pdf/VectorPDFProjector.h"

@@ -164,7 +164,7 @@ TEST(VectorPDFLighting, pointLightFadesWithReachAndExposureScales) {
     // At the reach and beyond, 0.18^1.6 of the light is left.
     EXPECT_NEAR(far.x, 0.5f * std::pow(0.18f, 1.6f) * 0.95f * rig.exposure, 1e-4);
 
-    o.exposureOffset = 1;
+    o.exposureOffset += 1;  // one stop brighter
     EXPECT_NEAR(LightingRig::make(o, model).exposure, 2 * rig.exposure, 1e-5);
 }
 

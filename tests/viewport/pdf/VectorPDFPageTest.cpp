@@ -152,16 +152,13 @@ TEST(VectorPDFPage, wireframePaintsNoFillButTheBackdrop) {
     EXPECT_LT(marked, 320 * 240 / 20) << "and nothing else";
 }
 
-TEST(VectorPDFPage, pageSmallerThanFloorBecomes64Points) {
+TEST(VectorPDFPage, pageSizesFallBackAndHaveFloors) {
     test::TempDir dir;
     Options o = initialViewOptions(test::centredCube(), {10, 10});
     o.pageSize = {10, 10};
     const auto raster = render(test::centredCube(), o, dir, "small");
     EXPECT_EQ(raster.width, 64);
     EXPECT_EQ(raster.height, 64);
-}
-
-TEST(VectorPDFPage, viewPageSizeFallsBackAndHasFloor) {
     EXPECT_EQ(pageSizeForView(Float2{800, 600}, {2000, 1000}), (Float2{800, 600}));
     EXPECT_EQ(pageSizeForView(std::nullopt, {1000, 700}), (Float2{1000, 700}));
     EXPECT_EQ(pageSizeForView(std::nullopt, {1000, 10}), (Float2{1440, 900}));

@@ -205,3 +205,16 @@ TEST(ViewportLayers, pulseOnHiddenLayerBuildsItShowsNothingButStillRuns) {
     timer->fire();
     EXPECT_FALSE(timer->isRunning());
 }
+
+// The hover re-applied while a style change cancels the flash used to save the old-style
+// materials, and the final restore put them back.
+TEST(ViewportLayers, styleChangeUnderTheHoverShowsTheNewStyle) {
+    ViewportScene s(stack());
+    SceneNode& wall = *s.findLayerSet({1})->node->children().front();
+    s.setHoveredLayers({1});
+    s.setShadingStyle(ShadingStyle::clay);
+    EXPECT_EQ(wall.material()->diffuseColor, s.clayMaterial()->diffuseColor);
+    EXPECT_GT(wall.material()->emission.x, 0);
+    s.setHoveredLayers({});
+    EXPECT_EQ(wall.material(), s.clayMaterial());
+}

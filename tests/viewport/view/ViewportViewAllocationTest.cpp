@@ -3,10 +3,6 @@
 
 #include "AllocationCounter.h"
 
-#include <atomic>
-#include <cstdlib>
-#include <new>
-
 #include "ManualClock.h"
 #include "ManualTimer.h"
 #include "view/ViewportView.h"
