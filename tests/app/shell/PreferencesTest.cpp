@@ -46,6 +46,7 @@ TEST_F(PreferencesTest, customBackdropColourIsReadOnlyWhenRedIsStored) {
     EXPECT_EQ(Preferences::customBackdropColor(), (Float3{0.14f, 0.16f, 0.20f}));
     Preferences::setCustomBackdropColor({0.5f, 0.25f, 1.0f});
     EXPECT_EQ(Preferences::customBackdropColor(), (Float3{0.5f, 0.25f, 1.0f}));
+    ASSERT_TRUE(store.flush());
     SettingsStore reread(store.path());
     EXPECT_FLOAT_EQ(reread.value("customBackdropB")->get<float>(), 1.0f);
 }
