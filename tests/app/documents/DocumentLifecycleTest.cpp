@@ -6,8 +6,10 @@
 #include <QCoreApplication>
 #include <QMimeData>
 #include <QPointer>
+#include <QRegularExpression>
 #include <QUrl>
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
@@ -155,44 +157,53 @@ TEST_F(DocumentLifecycleTest, aDrawingShowsItsHeaderThenLoadsThroughProgressToRe
     EXPECT_TRUE(m.viewport().viewportScene());
 }
 
-TEST_F(DocumentLifecycleTest, closingWhileTheReaderRunsPresentsNothingAndRemovesTheTextures) {
-    Gate gate;
-    QPointer<SKPDocument> document =
-        heldDocument(gate, [this] { return modelWithLayers(2, textures); });
-    bool sawReady = false;
-    QObject::connect(&document->model(), &DocumentModel::stateChanged,
-                     [&] { sawReady |= isReady(document->model()); });
-    document->showWindows();
-    ASSERT_TRUE(waitUntil([&] { return gate.wasReached(); }));
-    ASSERT_TRUE(waitUntil([&] {
-        auto* loading = std::get_if<DocumentModel::Loading>(&document->model().state());
-        return loading && loading->progress;
-    }));
-    document->close();
-    gate.release();
-    SKPDocument::waitForLoads();
-    waitUntil([&] { return document.isNull(); });
-    EXPECT_TRUE(document.isNull()) << "a closed document is deleted";
-    EXPECT_FALSE(sawReady);
-    EXPECT_FALSE(std::filesystem::exists(textures));
+TEST_F(DocumentLifecycleTest, closingDuringTheLoadPresentsNothingAndRemovesTheTextures) {
+    // Closed while the reader runs, or after assembly with the finish queued but not yet run.
+    for (bool whileReading : {true, false}) {
+        SCOPED_TRACE(whileReading);
+        std::filesystem::create_directories(textures);
+        Gate gate;
+        if (!whileReading) gate.release();
+        QPointer<SKPDocument> document =
+            heldDocument(gate, [this] { return modelWithLayers(2, textures); });
+        bool sawReady = false;
+        QObject::connect(&document->model(), &DocumentModel::stateChanged,
+                         [&] { sawReady |= isReady(document->model()); });
+        document->showWindows();
+        if (whileReading) {
+            ASSERT_TRUE(waitUntil([&] { return gate.wasReached(); }));
+        } else {
+            SKPDocument::waitForLoads();  // the event loop has not run the finish yet
+            EXPECT_TRUE(std::filesystem::exists(textures));
+        }
+        document->close();
+        gate.release();
+        SKPDocument::waitForLoads();
+        EXPECT_TRUE(waitUntil([&] { return document.isNull(); })) << "a closed document is deleted";
+        EXPECT_FALSE(sawReady);
+        EXPECT_FALSE(std::filesystem::exists(textures));
+    }
 }
 
-TEST_F(DocumentLifecycleTest, closingAfterAssemblyButBeforeTheFinishStillRemovesTheTextures) {
-    Gate gate;
-    gate.release();
-    QPointer<SKPDocument> document =
-        heldDocument(gate, [this] { return modelWithLayers(2, textures); });
-    bool sawReady = false;
-    QObject::connect(&document->model(), &DocumentModel::stateChanged,
-                     [&] { sawReady |= isReady(document->model()); });
-    document->showWindows();
-    // The worker ends with the finish queued; the event loop has not run it yet.
-    SKPDocument::waitForLoads();
-    EXPECT_TRUE(std::filesystem::exists(textures));
-    document->close();
-    waitUntil([&] { return document.isNull(); });
-    EXPECT_FALSE(sawReady);
-    EXPECT_FALSE(std::filesystem::exists(textures));
+// A reader fault other than SKPError or bad_alloc used to escape the worker and end the process.
+TEST_F(DocumentLifecycleTest, anyReaderFaultShowsTheFailureInsteadOfEndingTheProgram) {
+    const std::function<void()> faults[] = {
+        [] { throw std::runtime_error("odd bytes"); },
+        [] { std::vector<int>().at(3); },
+        [] { throw 42; },
+    };
+    for (const auto& fault : faults) {
+        Gate gate;
+        gate.release();
+        std::unique_ptr<SKPDocument> document(heldDocument(gate, [&fault]() -> SKPModel {
+            fault();
+            return modelWithLayers(1);
+        }));
+        document->showWindows();
+        ASSERT_TRUE(waitUntil([&] { return isFailed(document->model()); }));
+        EXPECT_EQ(document->model().statusText(), "Unreadable file: plan.dxf");
+        EXPECT_TRUE(document->model().info()) << "the header stays";
+    }
 }
 
 TEST_F(DocumentLifecycleTest, reportsAfterTheEndAreDroppedAndAFailureKeepsTheHeader) {
@@ -275,6 +286,24 @@ TEST_F(DocumentLifecycleTest, controllerAcceptsTheThreeTypesByExtensionAndOpensA
     std::string error;
     EXPECT_FALSE(DocumentController::typeForContents("notes.txt", &error));
     EXPECT_NE(error.find("notes.txt"), std::string::npos);
+
+    // The open panel used to list only all-lower and all-upper names; Qt matches its filter
+    // case-sensitively on Linux.
+    const QString filter = DocumentController::panelNameFilter();
+    const qsizetype open = filter.indexOf('(');
+    ASSERT_GT(open, 0) << filter.toStdString();
+    const QStringList patterns = filter.mid(open + 1).chopped(1).split(' ');
+    auto offered = [&](const QString& name) {
+        return std::any_of(patterns.begin(), patterns.end(), [&](const QString& p) {
+            return QRegularExpression(QRegularExpression::wildcardToRegularExpression(p))
+                .match(name)
+                .hasMatch();
+        });
+    };
+    for (const char* name : {"a.skp", "A.SKP", "Maison.Skp", "plan.DwG", "plan.dXf", "b.dwg"})
+        EXPECT_TRUE(offered(name)) << name;
+    for (const char* name : {"a.skpx", "plan.dwg.bak", "photo.png", "skp"})
+        EXPECT_FALSE(offered(name)) << name;
 
     DocumentController controller;
     std::optional<std::string> failure;
