@@ -63,27 +63,24 @@ TEST_F(LocalizationTest, vistrelLangOnlyAffectsStoredSystem) {
 
 TEST_F(LocalizationTest, systemLanguageFallsBackToFrench) {
     restart({});
-    {
-        test::ScopedEnv de("LANG", "de_DE.UTF-8");
-        EXPECT_EQ(resolvedCode(AppLanguage::system), "fr");
-    }
-    {
-        test::ScopedEnv en("LANGUAGE", "en_GB:fr");
-        EXPECT_EQ(resolvedCode(AppLanguage::system), "en");
-        EXPECT_EQ(label(AppLanguage::system), "System");
-    }
-    {
-        // LC_ALL outranks LANG; "C" says nothing and falls through.
-        test::ScopedEnv all("LC_ALL", "en_US.UTF-8");
-        EXPECT_EQ(resolvedCode(AppLanguage::system), "en");
-        test::ScopedEnv c("LC_ALL", "C");
-        EXPECT_EQ(resolvedCode(AppLanguage::system), "fr");
-    }
-    {
-        test::ScopedEnv none("LANG", nullptr);
-        EXPECT_EQ(resolvedCode(AppLanguage::system), "fr");
-    }
     EXPECT_EQ(label(AppLanguage::system), "Système");
+    // LANGUAGE, then LC_ALL ("C" says nothing), LC_MESSAGES, LANG; French for all but English.
+    struct Case {
+        const char *language, *lcAll, *lang, *expected;
+    } cases[] = {
+        {nullptr, nullptr, "de_DE.UTF-8", "fr"}, {"en_GB:fr", nullptr, "fr_FR", "en"},
+        {nullptr, "en_US.UTF-8", "fr_FR", "en"}, {nullptr, "C", "fr_FR", "fr"},
+        {nullptr, "C", "en_US", "en"},           {nullptr, nullptr, nullptr, "fr"},
+    };
+    for (const Case& c : cases) {
+        test::ScopedEnv language("LANGUAGE", c.language), all("LC_ALL", c.lcAll),
+            lang("LANG", c.lang);
+        EXPECT_EQ(resolvedCode(AppLanguage::system), c.expected)
+            << (c.language ? c.language : "-") << " " << (c.lcAll ? c.lcAll : "-") << " "
+            << (c.lang ? c.lang : "-");
+    }
+    test::ScopedEnv en("LANGUAGE", "en_GB");
+    EXPECT_EQ(label(AppLanguage::system), "System");
 }
 
 TEST_F(LocalizationTest, writingStoresRawValueAndSystemLanguageKey) {
