@@ -4,7 +4,6 @@
 #include <QGuiApplication>
 #include <QMimeData>
 
-#include <algorithm>
 #include <csignal>
 #include <fstream>
 #include <iterator>
@@ -75,7 +74,7 @@ class DocumentModelCaptureTest : public DocumentModelTest {
         app::Workspace::setCurrent(&workspace);
         doc().scheduleAfter = [this](double seconds, std::function<void()> action) {
             delays.push_back(seconds);
-            timers.push_back({now + seconds, std::move(action)});
+            timers.push_back(std::move(action));
         };
         doc().viewport().setSize({160, 120});  // small: software GL
     }
@@ -83,8 +82,9 @@ class DocumentModelCaptureTest : public DocumentModelTest {
         DocumentModelTest::TearDown();
         app::Workspace::setCurrent(nullptr);
     }
-    // The snapshot gives `image`, or nothing, and counts its calls.
+    // The snapshot gives `image`, or nothing, and counts its calls from now.
     void fakeSnapshots(std::optional<viewport::Image> image) {
+        snapshots = 0;
         doc().viewport().snapshotter = [this, image] {
             ++snapshots;
             return image;
@@ -95,26 +95,13 @@ class DocumentModelCaptureTest : public DocumentModelTest {
         info.url = url;
         doc().setInfo(info);
     }
-    // Runs the delayed actions due by `time`, in order.
-    void advanceTo(double time) {
-        now = time;
-        std::stable_sort(timers.begin(), timers.end(),
-                         [](const auto& a, const auto& b) { return a.first < b.first; });
-        while (!timers.empty() && timers.front().first <= now) {
-            auto action = std::move(timers.front().second);
-            timers.erase(timers.begin());
-            action();
-        }
-    }
-
     ScopedLanguage english{AppLanguage::en};
     // No SketchUp library from this machine may answer for the tests.
     ScopedEnv sdk{"VISTREL_SKETCHUP_SDK", nullptr};
     ScopedEnv bundledOnly{"VISTREL_BUNDLED_SDK_ONLY", "1"};
     FakeWorkspace workspace;
-    double now = 0;
     std::vector<double> delays;
-    std::vector<std::pair<double, std::function<void()>>> timers;
+    std::vector<std::function<void()>> timers;  // run by hand, in the order they expire
     int snapshots = 0;
 };
 
@@ -171,6 +158,12 @@ TEST_F(DocumentModelCaptureTest, captureWaitsForReadyWhileHandOverWorksFromTheHe
 
 TEST_F(DocumentModelCaptureTest, exportAndCopyUseOneSnapshotTakenBeforeThePanel) {
     present(groupedModel());
+    fakeSnapshots(std::nullopt);
+    workspace.panelAnswer = dir / "none.png";
+    doc().copyImage();
+    doc().exportImage();
+    EXPECT_TRUE(workspace.calls.empty()) << "no picture: no panel, no copy, no word";
+    EXPECT_FALSE(doc().flashMessage());
     fakeSnapshots(patternImage(12, 9));
     int snapshotsAtPanel = -1;
     workspace.duringPanel = [&] {
@@ -198,9 +191,11 @@ TEST_F(DocumentModelCaptureTest, exportAndCopyUseOneSnapshotTakenBeforeThePanel)
     doc().copyImage();
     EXPECT_EQ(doc().flashMessage(), "Image copiée dans le presse-papiers");
 
-    // Suggested names keep inner dots and fall back to the program's name.
+    // Suggested names keep inner dots and fall back to the program's name; a cancelled panel
+    // writes nothing and says nothing.
     workspace.panels.clear();
     workspace.panelAnswer.reset();
+    const size_t delaysBefore = delays.size();
     for (const char* url : {"", "/plans/model.v2.skp", "/plans/Plan RDC.dxf"}) {
         if (*url) setFile(url);
         doc().exportImage();
@@ -210,6 +205,8 @@ TEST_F(DocumentModelCaptureTest, exportAndCopyUseOneSnapshotTakenBeforeThePanel)
     for (const auto& panel : workspace.panels) names.push_back(panel.suggestedName);
     EXPECT_EQ(names, (std::vector<std::string>{"Vistrel.png", "Vistrel.pdf", "model.v2.png",
                                                "model.v2.pdf", "Plan RDC.png", "Plan RDC.pdf"}));
+    EXPECT_EQ(delays.size(), delaysBefore);
+    EXPECT_FALSE(fs::exists(dir / "none.png"));
 }
 
 TEST_F(DocumentModelCaptureTest, exportedPDFIsTheViewBeforeThePanel) {
@@ -230,22 +227,6 @@ TEST_F(DocumentModelCaptureTest, exportedPDFIsTheViewBeforeThePanel) {
     // Same drawing, same size; the hidden layers would have shrunk it.
     EXPECT_EQ(written.size(), early->size());
     EXPECT_LT(doc().renderVectorPDF(std::nullopt)->size(), early->size());
-}
-
-TEST_F(DocumentModelCaptureTest, cancelledPanelOrMissingPictureWritesNothingAndSaysNothing) {
-    present(groupedModel());
-    fakeSnapshots(patternImage(4, 4));
-    doc().exportImage();
-    doc().exportVectorPDF();
-    EXPECT_EQ(workspace.calls, (std::vector<std::string>{"panel", "panel"}));
-    fakeSnapshots(std::nullopt);
-    workspace.panelAnswer = dir / "none.png";
-    doc().copyImage();
-    doc().exportImage();
-    EXPECT_EQ(workspace.calls.size(), 2u) << "no picture: no panel, no copy";
-    EXPECT_FALSE(doc().flashMessage());
-    EXPECT_TRUE(delays.empty());
-    EXPECT_FALSE(fs::exists(dir / "none.png"));
 }
 
 TEST_F(DocumentModelCaptureTest, failedWriteShowsTheErrorAndKeepsTheOldFile) {
@@ -289,23 +270,19 @@ TEST_F(DocumentModelCaptureTest, failedWriteShowsTheErrorAndKeepsTheOldFile) {
 
 TEST_F(DocumentModelCaptureTest, newerFlashKeepsItsFullTimeAndTheOlderTimerLeavesIt) {
     doc().flash("first");
-    advanceTo(1.5);
     doc().flash("second");
-    advanceTo(3.4);
+    timers[0]();
     EXPECT_EQ(doc().flashMessage(), "second");
-    advanceTo(3.5);
+    timers[1]();
     EXPECT_FALSE(doc().flashMessage());
-    // The same text twice: the first timer ends it.
     doc().flash("again");
-    advanceTo(5.0);
     doc().flash("again");
-    advanceTo(5.5);
-    EXPECT_FALSE(doc().flashMessage());
+    timers[2]();
+    EXPECT_FALSE(doc().flashMessage()) << "the same text twice: the first timer ends it";
     EXPECT_EQ(delays, std::vector<double>(4, 2.0));
-    // The timer holds the model weakly: it may fire after the document closed.
     doc().flash("closing");
     model.reset();
-    advanceTo(100);
+    timers[4]();  // the timer holds the model weakly: it may fire after the document closed
 }
 
 // The real desktop: the applications of a file come from .desktop entries in the XDG folders,

@@ -115,7 +115,9 @@ class DocumentLifecycleTest : public testing::Test {
 
 }  // namespace
 
-TEST_F(DocumentLifecycleTest, aDrawingShowsItsHeaderThenLoadsThroughProgressToReadyOnce) {
+TEST_F(DocumentLifecycleTest, aDrawingShowsItsHeaderThenLoadsToReadyOnceAndStaysUntouched) {
+    const auto sizeBefore = fs::file_size(dxf);
+    const auto timeBefore = fs::last_write_time(dxf);
     SKPDocument document;
     document.read(dxf);
     DocumentModel& m = document.model();
@@ -146,6 +148,8 @@ TEST_F(DocumentLifecycleTest, aDrawingShowsItsHeaderThenLoadsThroughProgressToRe
     lateProgress({"Lecture", 1, 0.5});
     QCoreApplication::processEvents();
     EXPECT_TRUE(isReady(m)) << "a report after the end is dropped";
+    EXPECT_EQ(fs::file_size(dxf), sizeBefore) << "the source file is never written";
+    EXPECT_EQ(fs::last_write_time(dxf), timeBefore);
 }
 
 TEST_F(DocumentLifecycleTest, closingDuringTheLoadPresentsNothingAndRemovesTheTextures) {
@@ -204,29 +208,6 @@ TEST_F(DocumentLifecycleTest, anyReaderFaultShowsTheFailureAndKeepsTheHeader) {
         QCoreApplication::processEvents();
         EXPECT_TRUE(isFailed(document->model())) << "a report after the end is dropped";
     }
-}
-
-TEST_F(DocumentLifecycleTest, aTruncatedDrawingOpensWithWhatCouldBeReadAndStaysUntouched) {
-    const auto truncated = dir / "cut.dxf";
-    {
-        std::ifstream in(dxf, std::ios::binary);
-        std::string bytes(fs::file_size(dxf) * 4 / 5, '\0');
-        in.read(bytes.data(), std::streamsize(bytes.size()));
-        std::ofstream(truncated, std::ios::binary) << bytes;
-    }
-    const auto sizeBefore = fs::file_size(truncated);
-    const auto timeBefore = fs::last_write_time(truncated);
-    SKPDocument whole, cut;
-    whole.read(dxf);
-    cut.read(truncated);
-    whole.showWindows();
-    cut.showWindows();
-    ASSERT_TRUE(waitUntil([&] { return isReady(whole.model()) && isReady(cut.model()); }))
-        << cut.model().statusText();
-    EXPECT_GT(cut.model().skp()->stats.edges, 0);
-    EXPECT_LT(cut.model().skp()->stats.edges, whole.model().skp()->stats.edges);
-    EXPECT_EQ(fs::file_size(truncated), sizeBefore);
-    EXPECT_EQ(fs::last_write_time(truncated), timeBefore);
 }
 
 TEST_F(DocumentLifecycleTest, severalDocumentsLoadAtTheSameTime) {

@@ -60,9 +60,6 @@ TEST_F(DocumentModelTest, eyeHeightStandsOnTheGroundOrAFloatingModelAndKeepsTheH
     EXPECT_NEAR(doc().cameraYaw(), 40, 1e-3);
     EXPECT_NEAR(doc().cameraPitch(), 0, 1e-3);
     model.reset();
-    const Float3 before = doc().viewport().cameraModelPosition();
-    doc().centerCameraInModel();
-    EXPECT_EQ(doc().viewport().cameraModelPosition(), before) << "no model, no centre";
     doc().set(boxBetween(0, 4));
     doc().centerCameraInModel();
     EXPECT_EQ(doc().viewport().cameraModelPosition(), (Float3{0.5f, 0.5f, 2}));
@@ -96,62 +93,54 @@ TEST_F(DocumentModelTest, togglesArePersistedAndPushedButWireframeEdgesAreNot) {
     EXPECT_TRUE(doc().showsEdges()) << "wireframe turns edges on in the field only";
     EXPECT_FALSE(scene.showsEdges());
     EXPECT_FALSE(Preferences::boolValue("showsEdges"));
-    EXPECT_EQ(scene.shadingStyle(), ShadingStyle::wireframe);
     doc().setShadingStyle(ShadingStyle::textured);
     doc().toggleGrid();
     doc().toggleShadows();
-    doc().toggleEdges();
-    doc().toggleSidebar();
     EXPECT_TRUE(scene.showsGrid());
     EXPECT_FALSE(scene.shadowsEnabled());
-    EXPECT_EQ(scene.showsEdges(), doc().showsEdges());
     EXPECT_FALSE(Preferences::boolValue("shadowsEnabled"));
-    EXPECT_EQ(Preferences::boolValue("showsEdges"), doc().showsEdges());
-    EXPECT_EQ(Preferences::boolValue("showSidebar"), doc().showSidebar());
     ASSERT_TRUE(store.flush());
     EXPECT_EQ(SettingsStore(store.path()).value("showsGrid"), nlohmann::json(true));
 
     doc().setCustomBackdropColor({1.5f, -1, 0.5f});
-    EXPECT_EQ(doc().customBackdropColor(), (Float3{1, 0, 0.5f}));
     EXPECT_EQ(scene.backdropStyle(), BackdropStyle::customColor);
     EXPECT_EQ(Preferences::backdropStyleRaw(), "customColor");
     EXPECT_EQ(Preferences::customBackdropColor(), (Float3{1, 0, 0.5f}));
-    doc().setBackdropStyle(BackdropStyle::warmPaper);
-    EXPECT_EQ(Preferences::backdropStyleRaw(), "warmPaper");
-    EXPECT_EQ(scene.backdropStyle(), BackdropStyle::warmPaper);
 }
 
-TEST_F(DocumentModelTest, ambientOcclusionFollowsItsIntensityAndNeverSwitchesOnInvisible) {
-    present(SyntheticModel::cube());
-    doc().setAmbientOcclusionIntensity(1.2f);
-    EXPECT_TRUE(Preferences::boolValue("ambientOcclusionEnabled"));
+TEST_F(DocumentModelTest, lightValuesAreClampedAndReachTheScene) {
+    auto& scene = present(SyntheticModel::cube());
+    struct Case {
+        void (DocumentModel::*set)(float);
+        float value;
+        float (DocumentModel::*get)() const;
+        float expected;
+    } cases[] = {
+        {&DocumentModel::setSunIntensity, 5, &DocumentModel::sunIntensity, 3},
+        {&DocumentModel::setSunIntensity, -1, &DocumentModel::sunIntensity, 0},
+        {&DocumentModel::setAmbientIntensity, 5, &DocumentModel::ambientIntensity, 2},
+        {&DocumentModel::setAmbientOcclusionIntensity, 9, &DocumentModel::ambientOcclusionIntensity,
+         2},
+    };
+    for (const Case& c : cases) {
+        (doc().*c.set)(c.value);
+        EXPECT_FLOAT_EQ((doc().*c.get)(), c.expected) << c.value;
+    }
+    EXPECT_FLOAT_EQ(scene.ambientIntensity(), 2);
+    doc().setSun(400, -100);
+    doc().resetSun();
+    EXPECT_FLOAT_EQ(scene.sunAzimuthDegrees(), -135);
+    EXPECT_FLOAT_EQ(scene.sunElevationDegrees(), 45);
+    EXPECT_FLOAT_EQ(scene.sunIntensity(), 1);
+
+    // Occlusion follows its intensity and never switches on invisible.
     doc().setAmbientOcclusionIntensity(0);
-    EXPECT_FALSE(doc().ambientOcclusionEnabled());
     EXPECT_FALSE(doc().viewport().ambientOcclusionEnabled());
     EXPECT_FLOAT_EQ(Preferences::ambientOcclusionIntensity(), 0);
     doc().toggleAmbientOcclusion();
-    EXPECT_TRUE(doc().ambientOcclusionEnabled());
+    EXPECT_TRUE(Preferences::boolValue("ambientOcclusionEnabled"));
     EXPECT_FLOAT_EQ(Preferences::ambientOcclusionIntensity(), 0.7f);
     EXPECT_NEAR(doc().viewport().ambientOcclusionIntensity(), 0.7, 1e-6);
-    doc().setAmbientOcclusionIntensity(9);
-    EXPECT_FLOAT_EQ(doc().ambientOcclusionIntensity(), 2);
-}
-
-TEST_F(DocumentModelTest, sunAndAmbientIntensitiesHaveDifferentCeilings) {
-    auto& scene = present(SyntheticModel::cube());
-    doc().setSunIntensity(5);
-    doc().setAmbientIntensity(5);
-    EXPECT_FLOAT_EQ(scene.sunIntensity(), 3);
-    EXPECT_FLOAT_EQ(doc().ambientIntensity(), 2);
-    doc().setSunIntensity(-1);
-    EXPECT_FLOAT_EQ(doc().sunIntensity(), 0);
-    doc().setSun(400, -100);
-    EXPECT_FLOAT_EQ(doc().sunAzimuthDegrees(), 400);
-    doc().resetSun();
-    EXPECT_FLOAT_EQ(doc().sunAzimuthDegrees(), -135);
-    EXPECT_FLOAT_EQ(doc().sunIntensity(), 1);
-    EXPECT_FLOAT_EQ(scene.ambientIntensity(), 1);
-    EXPECT_FLOAT_EQ(scene.sunElevationDegrees(), 45);
 }
 
 TEST_F(DocumentModelTest, pointLightsStartAtTheCentreStepAsideAndTheLastStays) {
