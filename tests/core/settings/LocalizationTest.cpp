@@ -37,28 +37,28 @@ class LocalizationTest : public testing::Test {
 
 }  // namespace
 
-TEST_F(LocalizationTest, commandLineLangReadsPrefixAndOutranksStore) {
-    store.set("org.vistrel.viewer.language", "fr");
-    restart({"--lang", "EN"});
-    EXPECT_EQ(Localization::current(), AppLanguage::en);
-    restart({"a.skp", "--lang", "english"});
-    EXPECT_TRUE(Localization::isEnglish());
-    restart({"--lang", "de"});
-    EXPECT_EQ(Localization::current(), AppLanguage::fr);  // stored choice
-    restart({"--lang"});
-    EXPECT_EQ(Localization::current(), AppLanguage::fr);
-}
-
-TEST_F(LocalizationTest, vistrelLangOnlyAffectsStoredSystem) {
+// --lang outranks a stored choice; VISTREL_LANG only decides a stored "system".
+TEST_F(LocalizationTest, commandLineThenStoreThenEnvironmentDecide) {
     test::ScopedEnv v("VISTREL_LANG", "en");
-    store.set("org.vistrel.viewer.language", "fr");
-    restart({});
-    EXPECT_FALSE(Localization::isEnglish());
-    store.set("org.vistrel.viewer.language", "system");
-    restart({});
-    EXPECT_EQ(Localization::current(), AppLanguage::system);
-    EXPECT_TRUE(Localization::isEnglish());  // on a French system
-    EXPECT_EQ(L("Oui", "Yes"), "Yes");
+    struct Case {
+        const char* stored;
+        std::vector<std::string> args;
+        AppLanguage current;
+        bool english;
+    } cases[] = {
+        {"fr", {"--lang", "EN"}, AppLanguage::en, true},
+        {"fr", {"a.skp", "--lang", "english"}, AppLanguage::en, true},
+        {"fr", {"--lang", "de"}, AppLanguage::fr, false},
+        {"fr", {"--lang"}, AppLanguage::fr, false},
+        {"system", {}, AppLanguage::system, true},  // on a French system
+        {"klingon", {}, AppLanguage::system, true},
+    };
+    for (const Case& c : cases) {
+        store.set("org.vistrel.viewer.language", c.stored);
+        restart(c.args);
+        EXPECT_EQ(Localization::current(), c.current) << c.stored << " " << c.args.size();
+        EXPECT_EQ(L("Oui", "Yes"), c.english ? "Yes" : "Oui");
+    }
 }
 
 TEST_F(LocalizationTest, systemLanguageFallsBackToFrench) {
@@ -91,10 +91,6 @@ TEST_F(LocalizationTest, writingStoresRawValueAndSystemLanguageKey) {
     Localization::setCurrent(AppLanguage::system);
     EXPECT_EQ(store.value("org.vistrel.viewer.language"), "system");
     EXPECT_FALSE(store.contains("AppleLanguages"));
-    // A value that names no language reads as system.
-    store.set("org.vistrel.viewer.language", "klingon");
-    restart({});
-    EXPECT_EQ(Localization::current(), AppLanguage::system);
     EXPECT_EQ(appLanguageFromRaw("en"), AppLanguage::en);
     EXPECT_EQ(appLanguageFromRaw("EN"), std::nullopt);
 }

@@ -34,17 +34,15 @@ TEST(SettingsStore, defaultsAnswerUntilStoredAndValuesSurviveARestartWithNoTempo
 
 TEST(SettingsStore, corruptFileGivesDefaultsAndIsKeptAside) {
     test::TempDir dir;
-    auto file = dir / "settings.json";
     for (const char* bad : {"{\"showsGrid\": tru", "[1, 2, 3]", "\xff\xfe garbage"}) {
-        SCOPED_TRACE(bad);
-        { std::ofstream(file) << bad; }
-        SettingsStore store(file);
+        { std::ofstream(dir / "settings.json") << bad; }
+        SettingsStore store(dir / "settings.json");
         store.registerDefaults({{"showsGrid", false}});
         EXPECT_EQ(store.value("showsGrid"), false);
-        ASSERT_TRUE(store.quarantinedFile().has_value());
+        ASSERT_TRUE(store.quarantinedFile().has_value()) << bad;
         std::ifstream kept(*store.quarantinedFile());
         EXPECT_EQ(std::string(std::istreambuf_iterator<char>(kept), {}), bad);
-        EXPECT_FALSE(std::filesystem::exists(file));
+        EXPECT_FALSE(std::filesystem::exists(dir / "settings.json"));
         std::filesystem::remove(*store.quarantinedFile());
     }
 }
@@ -110,20 +108,16 @@ TEST(SettingsStore, aBurstOfSetsLeavesTheCallerAndBecomesOneWrite) {
 
 TEST(SettingsStore, concurrentWritersLeaveAValidFile) {
     test::TempDir dir;
-    auto file = dir / "settings.json";
     {
-        SettingsStore store(file, 1ms);
-        std::vector<std::thread> threads;
+        SettingsStore store(dir / "settings.json", 1ms);
+        std::vector<std::jthread> threads;
         for (int t = 0; t < 4; ++t)
             threads.emplace_back([&store, t] {
-                for (int i = 0; i < 50; ++i) {
-                    store.set("k" + std::to_string(t), i);
-                    if (i % 10 == 0) store.flush();
-                }
+                for (int i = 0; i < 50; ++i) store.set("k" + std::to_string(t), i);
+                store.flush();
             });
-        for (auto& th : threads) th.join();
     }
-    SettingsStore reread(file);
+    SettingsStore reread(dir / "settings.json");
     EXPECT_FALSE(reread.quarantinedFile().has_value());
     for (int t = 0; t < 4; ++t) EXPECT_EQ(reread.value("k" + std::to_string(t)), 49);
 }
