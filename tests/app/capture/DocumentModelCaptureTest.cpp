@@ -4,6 +4,7 @@
 #include <QGuiApplication>
 #include <QMimeData>
 
+#include <algorithm>
 #include <csignal>
 #include <fstream>
 #include <iterator>
@@ -62,11 +63,8 @@ void writeBytes(const fs::path& path, const std::string& text) {
 // A picture with something in it, for tests that are not about rendering.
 viewport::Image patternImage(int width, int height) {
     viewport::Image image{width, height, true, {}};
-    for (int y = 0; y < height; ++y)
-        for (int x = 0; x < width; ++x)
-            image.pixels.insert(image.pixels.end(),
-                                {std::uint8_t(x * 37 + y * 11), std::uint8_t(x * y * 5),
-                                 std::uint8_t(y * 13), 255});
+    for (int i = 0; i < width * height * 4; ++i)
+        image.pixels.push_back(i % 4 == 3 ? 255 : std::uint8_t(i * 37 + 11));
     return image;
 }
 
@@ -176,9 +174,9 @@ TEST_F(DocumentModelCaptureTest, exportAndCopyUseOneSnapshotTakenBeforeThePanel)
     ASSERT_EQ(workspace.panels.size(), 1u);
     EXPECT_EQ(workspace.panels[0].allowedExtension, "png");
     EXPECT_EQ(doc().flashMessage(), "PNG image exported");
-    auto written = viewport::PNGFile::read(dir / "pattern.png");
-    ASSERT_TRUE(written);
-    EXPECT_EQ(written->pixels, patternImage(12, 9).pixels);
+    auto png = viewport::PNGFile::read(dir / "pattern.png");
+    ASSERT_TRUE(png);
+    EXPECT_EQ(png->pixels, patternImage(12, 9).pixels);
 
     doc().copyImage();
     ASSERT_EQ(workspace.copied.size(), 1u);
@@ -206,23 +204,19 @@ TEST_F(DocumentModelCaptureTest, exportAndCopyUseOneSnapshotTakenBeforeThePanel)
                                                "model.v2.pdf", "Plan RDC.png", "Plan RDC.pdf"}));
     EXPECT_EQ(delays.size(), delaysBefore);
     EXPECT_FALSE(fs::exists(dir / "none.png"));
-}
 
-TEST_F(DocumentModelCaptureTest, exportedPDFIsTheViewBeforeThePanel) {
-    present(groupedModel());
+    // The PDF too is the view before the panel: the layers hidden there would shrink it.
     doc().viewport().setSize({400, 300});
     const auto early = doc().renderVectorPDF(std::nullopt);
     ASSERT_TRUE(early);
     workspace.panelAnswer = dir / "view.pdf";
     workspace.duringPanel = [&] { doc().setAllLayers(false); };
     doc().exportVectorPDF();
-    ASSERT_EQ(workspace.panels.size(), 1u);
-    EXPECT_EQ(workspace.panels[0].allowedExtension, "pdf");
-    EXPECT_EQ(doc().flashMessage(), "Vector PDF exported");
+    EXPECT_EQ(workspace.panels.back().allowedExtension, "pdf");
+    EXPECT_EQ(doc().flashMessage(), "PDF vectoriel exporté");
     const Bytes written = readBytes(dir / "view.pdf");
-    ASSERT_GT(written.size(), 5u);
-    EXPECT_EQ(std::string(written.begin(), written.begin() + 5), "%PDF-");
-    // Same drawing, same size; the hidden layers would have shrunk it.
+    EXPECT_EQ(std::string(written.begin(), written.begin() + std::min<size_t>(5, written.size())),
+              "%PDF-");
     EXPECT_EQ(written.size(), early->size());
     EXPECT_LT(doc().renderVectorPDF(std::nullopt)->size(), early->size());
 }
