@@ -106,11 +106,18 @@ std::string DocumentController::panelMessage() {
 }
 
 QString DocumentController::panelNameFilter() {
+    // Qt matches name filters case-sensitively on Linux, so each letter takes both cases:
+    // "plan.Dxf" is as much a drawing as "plan.dxf".
     QStringList patterns;
     for (const std::string& extension : allowedExtensions) {
-        patterns << QString::fromStdString("*." + extension);
-        QString upper = QString::fromStdString("*." + extension).toUpper();
-        patterns << upper;
+        QString pattern = "*.";
+        for (char c : extension) {
+            const QChar letter(c);
+            pattern += letter.isLetter()
+                           ? QString("[%1%2]").arg(letter.toLower()).arg(letter.toUpper())
+                           : QString(letter);
+        }
+        patterns << pattern;
     }
     return QString::fromStdString(L("Fichiers SketchUp et AutoCAD", "SketchUp and AutoCAD files")) +
            " (" + patterns.join(' ') + ")";

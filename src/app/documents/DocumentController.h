@@ -55,7 +55,7 @@ class DocumentController : public QObject {
 
     // The panel's words, in the user's language.
     static std::string panelMessage();
-    // The panel's name filter: the three extensions in both cases.
+    // The panel's name filter: the three extensions in any letter case.
     static QString panelNameFilter();
 
   signals:

@@ -5,6 +5,7 @@
 #include <QWidget>
 
 #include <chrono>
+#include <cstdio>
 #include <system_error>
 
 #include "model/SKPError.h"
@@ -136,6 +137,14 @@ void SKPDocument::startLoading() {
         } catch (const std::bad_alloc&) {
             fail(L("Mémoire insuffisante pour ouvrir ce modèle.",
                    "Not enough memory to open this model."));
+            return;
+        } catch (const std::exception& error) {
+            // A reader fault is still the file we could not read; the cause goes to the log.
+            std::fprintf(stderr, "vistrel: %s: %s\n", url.string().c_str(), error.what());
+            fail(SKPError::unreadable(url).errorDescription());
+            return;
+        } catch (...) {
+            fail(SKPError::unreadable(url).errorDescription());
             return;
         }
 

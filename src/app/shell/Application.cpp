@@ -16,12 +16,12 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
-#include <filesystem>
-#include <system_error>
 
 #include "documents/DocumentController.h"
 #include "documents/SKPDocument.h"
 #include "settings/Localization.h"
+#include "settings/SettingsStore.h"
+#include "settings/TemporaryFolder.h"
 #include "shell/LaunchOptions.h"
 #include "shell/Preferences.h"
 #include "ui/Theme.h"
@@ -43,11 +43,10 @@ void chooseOffscreenWithoutDisplay() {
         ::setenv("QT_QPA_PLATFORM", "offscreen", 1);
 }
 
-// Texture files that earlier runs left behind when they did not end cleanly.
+// Texture files that earlier runs left behind when they did not end cleanly; a copy that is
+// still running keeps its own.
 void removeStaleTextures() {
-    std::error_code ignored;
-    const auto temp = std::filesystem::temp_directory_path(ignored);
-    if (!temp.empty()) std::filesystem::remove_all(temp / "Vistrel", ignored);
+    if (auto folder = TemporaryFolder::userFolder()) TemporaryFolder::removeAbandoned(*folder);
 }
 
 // Closing the last window leaves the process running, as a server for remote control must;
@@ -141,6 +140,8 @@ int runApplication(int argc, char** argv) {
     });
     const int status = application.exec();
     controller.closeAll();
+    // Settings changed in the last moments are still on their way to the disk.
+    Preferences::store().flush();
     return status;
 }
 

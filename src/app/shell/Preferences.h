@@ -1,5 +1,5 @@
-// Typed access to the persisted user settings, with their defaults. Values are written the
-// moment a command changes them; reads fall back to the registered defaults.
+// Typed access to the persisted user settings, with their defaults. A command's change holds at
+// once and reaches the disk on the store's writer; reads fall back to the registered defaults.
 #pragma once
 
 #include <cstdint>

@@ -9,6 +9,7 @@
 #include "model/SKPError.h"
 #include "model/UUIDText.h"
 #include "settings/Localization.h"
+#include "settings/TemporaryFolder.h"
 
 namespace fs = std::filesystem;
 
@@ -184,10 +185,9 @@ void Converter::readMaterials(SUHandle model) {
                 if (ch >= 'A' && ch <= 'Z') ch = static_cast<char>(ch - 'A' + 'a');
             if (ext.empty()) ext = "png";
             if (!textureDirectory_) {
-                std::error_code ec;
-                fs::path dir = fs::temp_directory_path(ec);
-                if (!ec) {
-                    dir = dir / "Vistrel" / makeUUIDText();
+                if (auto mine = TemporaryFolder::forThisProcess()) {
+                    std::error_code ec;
+                    fs::path dir = *mine / makeUUIDText();
                     fs::create_directories(dir, ec);
                     if (!ec) textureDirectory_ = dir;
                 }

@@ -6,21 +6,17 @@
 #include <QCoreApplication>
 #include <QMimeData>
 #include <QPointer>
+#include <QRegularExpression>
 #include <QUrl>
 
+#include <algorithm>
 #include <atomic>
-#include <chrono>
-#include <condition_variable>
 #include <fstream>
-#include <mutex>
-#include <thread>
 
 #include "DXFPlanGenerator.h"
 #include "EventLoop.h"
 #include "ScopedLanguage.h"
-#include "TestEnv.h"
 #include "documents/DocumentController.h"
-#include "documents/DocumentModel.h"
 #include "documents/SKPDocument.h"
 #include "model/SKPError.h"
 #include "model/SyntheticModel.h"
@@ -31,7 +27,7 @@
 
 using namespace vistrel;
 using namespace vistrel::app;
-using vistrel::test::TempDir;
+namespace fs = std::filesystem;
 
 namespace {
 
@@ -39,33 +35,22 @@ using test::waitUntil;
 
 // A door the loader waits at until the test opens it.
 struct Gate {
-    std::mutex lock;
-    std::condition_variable changed;
-    bool open = false;
-    bool reached = false;
+    std::atomic<bool> open = false, reached = false;
     void arrive() {
-        std::unique_lock guard(lock);
         reached = true;
-        changed.notify_all();
-        changed.wait(guard, [this] { return open; });
+        open.wait(false);
     }
     void release() {
-        std::lock_guard guard(lock);
         open = true;
-        changed.notify_all();
+        open.notify_all();
     }
-    // A loader never outlives the gate it waits at.
-    ~Gate() {
+    ~Gate() {  // a loader never outlives the gate it waits at
         release();
         SKPDocument::waitForLoads();
     }
-    bool wasReached() {
-        std::lock_guard guard(lock);
-        return reached;
-    }
 };
 
-SKPModel modelWithLayers(int count, std::optional<std::filesystem::path> textures = {}) {
+SKPModel modelWithLayers(int count, std::optional<fs::path> textures = {}) {
     std::vector<Layer> layers;
     for (int i = 0; i < count; ++i) layers.push_back({"Mur " + std::to_string(i), true, "Murs"});
     SKPModel m(Definition{}, {}, {}, std::move(layers), {}, std::nullopt, {0, 0, 0}, {1, 1, 1},
@@ -86,25 +71,23 @@ class DocumentLifecycleTest : public testing::Test {
     void SetUp() override {
         Preferences::setStore(&store);
         Preferences::registerDefaults();
-        dxf = dir / "plan.dxf";
         tools::writeDXFPlan(dxf, 200'000);
-        textures = dir / "textures";
-        std::filesystem::create_directories(textures);
-        std::ofstream(textures / "wood.png") << "png";
     }
     void TearDown() override {
         SKPDocument::waitForLoads();
         QCoreApplication::processEvents();
         Preferences::setStore(nullptr);
     }
-
-    // A document on `dxf` whose loader waits at `gate`, then returns `result`.
-    SKPDocument* heldDocument(Gate& gate, std::function<SKPModel()> result) {
+    // A document on `dxf` whose loader reports, waits at `gate`, then returns `result`; its
+    // progress callback goes to `keep`, for reports after the end.
+    SKPDocument* heldDocument(Gate& gate, std::function<SKPModel()> result,
+                              SKPReader::ProgressCallback* keep = nullptr) {
         auto* document = new SKPDocument;
         document->read(dxf);
-        document->loader = [&gate, result](const std::filesystem::path&,
-                                           const SKPReader::ProgressCallback& progress,
-                                           const SKPReader::CancelCheck&) {
+        document->loader = [&gate, result, keep](const fs::path&,
+                                                 const SKPReader::ProgressCallback& progress,
+                                                 const SKPReader::CancelCheck&) {
+            if (keep) *keep = progress;
             progress({"Lecture", 10, 0.1});
             gate.arrive();
             return result();
@@ -112,169 +95,146 @@ class DocumentLifecycleTest : public testing::Test {
         return document;
     }
 
-    TempDir dir;
+    test::TempDir dir;
     SettingsStore store{dir / "settings.json"};
     test::ScopedLanguage english{AppLanguage::en};
-    std::filesystem::path dxf, textures;
+    fs::path dxf = dir / "plan.dxf", textures = dir / "textures";
+    SKPReader::ProgressCallback lateProgress;
 };
 
-TEST_F(DocumentLifecycleTest, aDrawingShowsItsHeaderThenLoadsThroughProgressToReadyOnce) {
+}  // namespace
+
+TEST_F(DocumentLifecycleTest, aDrawingShowsItsHeaderThenLoadsToReadyOnceAndStaysUntouched) {
+    const auto sizeBefore = fs::file_size(dxf);
+    const auto timeBefore = fs::last_write_time(dxf);
     SKPDocument document;
     document.read(dxf);
     DocumentModel& m = document.model();
-    ASSERT_TRUE(m.info());
-    EXPECT_TRUE(m.info()->isCAD());
+    ASSERT_TRUE(m.info() && m.info()->isCAD());
     EXPECT_FALSE(std::get<DocumentModel::Loading>(m.state()).progress);
-
     std::atomic<int> loads = 0;
     auto real = document.loader;
-    document.loader = [&](const std::filesystem::path& url, const SKPReader::ProgressCallback& p,
+    document.loader = [&](const fs::path& url, const SKPReader::ProgressCallback& p,
                           const SKPReader::CancelCheck& c) {
         ++loads;
+        lateProgress = p;
         return real(url, p, c);
     };
     std::vector<std::string> phases;
     QObject::connect(&m, &DocumentModel::stateChanged, [&] {
-        if (auto* loading = std::get_if<DocumentModel::Loading>(&m.state());
-            loading && loading->progress)
-            phases.push_back(loading->progress->phase);
+        if (auto* loading = std::get_if<DocumentModel::Loading>(&m.state()); loading)
+            if (loading->progress) phases.push_back(loading->progress->phase);
     });
     document.showWindows();
     document.showWindows();
-    ASSERT_TRUE(
-        waitUntil([&] { return !std::holds_alternative<DocumentModel::Loading>(m.state()); }));
-    ASSERT_TRUE(isReady(m)) << m.statusText();
+    ASSERT_TRUE(waitUntil([&] { return isReady(m); })) << m.statusText();
     EXPECT_EQ(loads, 1);
     ASSERT_FALSE(phases.empty());
     EXPECT_EQ(phases.back(), "Assembling GPU geometry…");
-    ASSERT_TRUE(m.loadSeconds());
-    EXPECT_GT(*m.loadSeconds(), 0);
-    ASSERT_TRUE(m.skp());
+    EXPECT_GT(m.loadSeconds().value_or(0), 0);
     EXPECT_GT(m.skp()->stats.edges, 0);
-    EXPECT_NE(m.statusText().find(" m"), std::string::npos);
     EXPECT_TRUE(m.viewport().viewportScene());
-}
-
-TEST_F(DocumentLifecycleTest, closingWhileTheReaderRunsPresentsNothingAndRemovesTheTextures) {
-    Gate gate;
-    QPointer<SKPDocument> document =
-        heldDocument(gate, [this] { return modelWithLayers(2, textures); });
-    bool sawReady = false;
-    QObject::connect(&document->model(), &DocumentModel::stateChanged,
-                     [&] { sawReady |= isReady(document->model()); });
-    document->showWindows();
-    ASSERT_TRUE(waitUntil([&] { return gate.wasReached(); }));
-    ASSERT_TRUE(waitUntil([&] {
-        auto* loading = std::get_if<DocumentModel::Loading>(&document->model().state());
-        return loading && loading->progress;
-    }));
-    document->close();
-    gate.release();
-    SKPDocument::waitForLoads();
-    waitUntil([&] { return document.isNull(); });
-    EXPECT_TRUE(document.isNull()) << "a closed document is deleted";
-    EXPECT_FALSE(sawReady);
-    EXPECT_FALSE(std::filesystem::exists(textures));
-}
-
-TEST_F(DocumentLifecycleTest, closingAfterAssemblyButBeforeTheFinishStillRemovesTheTextures) {
-    Gate gate;
-    gate.release();
-    QPointer<SKPDocument> document =
-        heldDocument(gate, [this] { return modelWithLayers(2, textures); });
-    bool sawReady = false;
-    QObject::connect(&document->model(), &DocumentModel::stateChanged,
-                     [&] { sawReady |= isReady(document->model()); });
-    document->showWindows();
-    // The worker ends with the finish queued; the event loop has not run it yet.
-    SKPDocument::waitForLoads();
-    EXPECT_TRUE(std::filesystem::exists(textures));
-    document->close();
-    waitUntil([&] { return document.isNull(); });
-    EXPECT_FALSE(sawReady);
-    EXPECT_FALSE(std::filesystem::exists(textures));
-}
-
-TEST_F(DocumentLifecycleTest, reportsAfterTheEndAreDroppedAndAFailureKeepsTheHeader) {
-    // Failure: the reader throws, the window keeps the header.
-    SKPReader::ProgressCallback lateProgress;
-    SKPDocument failing;
-    failing.read(dxf);
-    failing.loader = [&](const std::filesystem::path& url, const SKPReader::ProgressCallback& p,
-                         const SKPReader::CancelCheck&) -> SKPModel {
-        lateProgress = p;
-        throw SKPError::unreadable(url);
-    };
-    failing.showWindows();
-    ASSERT_TRUE(waitUntil([&] { return isFailed(failing.model()); }));
-    SKPDocument::waitForLoads();
-    const std::string failure = failing.model().statusText();
-    EXPECT_NE(failure.find("plan.dxf"), std::string::npos) << failure;
-    EXPECT_TRUE(failing.model().info());
     lateProgress({"Lecture", 1, 0.5});
     QCoreApplication::processEvents();
-    EXPECT_TRUE(isFailed(failing.model()));
-
-    // Ready: a late report does not take the document back to loading.
-    SKPDocument ready;
-    ready.read(dxf);
-    ready.loader = [&](const std::filesystem::path&, const SKPReader::ProgressCallback& p,
-                       const SKPReader::CancelCheck&) {
-        lateProgress = p;
-        return modelWithLayers(33);
-    };
-    ready.showWindows();
-    ASSERT_TRUE(waitUntil([&] { return isReady(ready.model()); }));
-    lateProgress({"Lecture", 1, 0.5});
-    QCoreApplication::processEvents();
-    EXPECT_TRUE(isReady(ready.model()));
-    EXPECT_TRUE(ready.model().expandedLayerGroups().empty()) << "33 layers: every group closed";
+    EXPECT_TRUE(isReady(m)) << "a report after the end is dropped";
+    EXPECT_EQ(fs::file_size(dxf), sizeBefore) << "the source file is never written";
+    EXPECT_EQ(fs::last_write_time(dxf), timeBefore);
 }
 
-TEST_F(DocumentLifecycleTest, aTruncatedDrawingOpensWithWhatCouldBeReadAndStaysUntouched) {
-    const auto fullSize = std::filesystem::file_size(dxf);
-    const auto truncated = dir / "cut.dxf";
-    {
-        std::ifstream in(dxf, std::ios::binary);
-        std::string bytes(fullSize * 4 / 5, '\0');
-        in.read(bytes.data(), std::streamsize(bytes.size()));
-        std::ofstream(truncated, std::ios::binary) << bytes;
+TEST_F(DocumentLifecycleTest, closingDuringTheLoadPresentsNothingAndRemovesTheTextures) {
+    // Closed while the reader runs, or after assembly with the finish queued but not yet run.
+    for (bool whileReading : {true, false}) {
+        SCOPED_TRACE(whileReading);
+        fs::create_directories(textures);
+        std::ofstream(textures / "wood.png") << "png";
+        Gate gate;
+        if (!whileReading) gate.release();
+        QPointer<SKPDocument> document =
+            heldDocument(gate, [this] { return modelWithLayers(2, textures); });
+        bool sawReady = false;
+        QObject::connect(&document->model(), &DocumentModel::stateChanged,
+                         [&] { sawReady |= isReady(document->model()); });
+        document->showWindows();
+        if (whileReading) {
+            ASSERT_TRUE(waitUntil([&] { return gate.reached.load(); }));
+        } else {
+            SKPDocument::waitForLoads();  // the event loop has not run the finish yet
+            EXPECT_TRUE(fs::exists(textures));
+        }
+        document->close();
+        gate.release();
+        SKPDocument::waitForLoads();
+        EXPECT_TRUE(waitUntil([&] { return document.isNull(); })) << "a closed document is deleted";
+        EXPECT_FALSE(sawReady);
+        EXPECT_FALSE(fs::exists(textures));
     }
-    const auto sizeBefore = std::filesystem::file_size(truncated);
-    const auto timeBefore = std::filesystem::last_write_time(truncated);
-    SKPDocument whole, cut;
-    whole.read(dxf);
-    cut.read(truncated);
-    whole.showWindows();
-    cut.showWindows();
-    ASSERT_TRUE(waitUntil([&] { return isReady(whole.model()) && isReady(cut.model()); }))
-        << cut.model().statusText();
-    EXPECT_GT(cut.model().skp()->stats.edges, 0);
-    EXPECT_LT(cut.model().skp()->stats.edges, whole.model().skp()->stats.edges);
-    EXPECT_EQ(std::filesystem::file_size(truncated), sizeBefore);
-    EXPECT_EQ(std::filesystem::last_write_time(truncated), timeBefore);
+}
+
+// A reader fault other than SKPError or bad_alloc used to escape the worker and end the process.
+TEST_F(DocumentLifecycleTest, anyReaderFaultShowsTheFailureAndKeepsTheHeader) {
+    const std::function<void()> faults[] = {
+        [this] { throw SKPError::unreadable(dxf); },
+        [] { throw std::runtime_error("odd bytes"); },
+        [] { (void)std::vector<int>().at(3); },
+        [] { throw 42; },
+    };
+    for (const auto& fault : faults) {
+        Gate gate;
+        gate.release();
+        std::unique_ptr<SKPDocument> document(heldDocument(
+            gate,
+            [&fault]() -> SKPModel {
+                fault();
+                return modelWithLayers(1);
+            },
+            &lateProgress));
+        document->showWindows();
+        ASSERT_TRUE(waitUntil([&] { return isFailed(document->model()); }));
+        EXPECT_EQ(document->model().statusText(), "Unreadable file: plan.dxf");
+        EXPECT_TRUE(document->model().info()) << "the header stays";
+        SKPDocument::waitForLoads();
+        lateProgress({"Lecture", 1, 0.5});
+        QCoreApplication::processEvents();
+        EXPECT_TRUE(isFailed(document->model())) << "a report after the end is dropped";
+    }
 }
 
 TEST_F(DocumentLifecycleTest, severalDocumentsLoadAtTheSameTime) {
     Gate first, second;
     std::unique_ptr<SKPDocument> a(heldDocument(first, [] { return modelWithLayers(1); }));
-    std::unique_ptr<SKPDocument> b(heldDocument(second, [] { return modelWithLayers(1); }));
+    std::unique_ptr<SKPDocument> b(heldDocument(second, [] { return modelWithLayers(33); }));
     a->showWindows();
     b->showWindows();
     // Both loaders are inside their reader at once: neither waits for the other.
-    ASSERT_TRUE(waitUntil([&] { return first.wasReached() && second.wasReached(); }));
+    ASSERT_TRUE(waitUntil([&] { return first.reached.load() && second.reached.load(); }));
     first.release();
     second.release();
     EXPECT_TRUE(waitUntil([&] { return isReady(a->model()) && isReady(b->model()); }));
+    EXPECT_TRUE(b->model().expandedLayerGroups().empty()) << "33 layers: every group closed";
 }
 
-TEST_F(DocumentLifecycleTest, controllerAcceptsTheThreeTypesByExtensionAndOpensAFileOnce) {
+TEST_F(DocumentLifecycleTest, controllerAcceptsTheThreeTypesInAnyCaseAndOpensAFileOnce) {
     EXPECT_EQ(DocumentController::typeForContents("/x/A.SKP"), "com.sketchup.skp");
     EXPECT_EQ(DocumentController::typeForContents("plan.Dwg"), "com.autodesk.dwg");
     EXPECT_EQ(DocumentController::typeForContents("plan.dxf"), "com.autodesk.dxf");
     std::string error;
     EXPECT_FALSE(DocumentController::typeForContents("notes.txt", &error));
     EXPECT_NE(error.find("notes.txt"), std::string::npos);
+
+    // The open panel used to offer only all-lower and all-upper names, and Qt matches its
+    // filter case-sensitively on Linux.
+    const QString filter = DocumentController::panelNameFilter();
+    const QStringList patterns = filter.mid(filter.indexOf('(') + 1).chopped(1).split(' ');
+    auto offered = [&](const QString& name) {
+        return std::any_of(patterns.begin(), patterns.end(), [&](const QString& p) {
+            const auto wildcard = QRegularExpression::wildcardToRegularExpression(p);
+            return QRegularExpression(wildcard).match(name).hasMatch();
+        });
+    };
+    for (const char* name : {"a.skp", "A.SKP", "Maison.Skp", "plan.DwG", "plan.dXf", "b.dwg"})
+        EXPECT_TRUE(offered(name)) << name << " in " << filter.toStdString();
+    for (const char* name : {"a.skpx", "plan.dwg.bak", "photo.png", "skp"})
+        EXPECT_FALSE(offered(name)) << name;
 
     DocumentController controller;
     std::optional<std::string> failure;
@@ -285,10 +245,8 @@ TEST_F(DocumentLifecycleTest, controllerAcceptsTheThreeTypesByExtensionAndOpensA
     };
     controller.openDocument(dir / "missing.dxf", false, completion);
     EXPECT_EQ(opened, nullptr);
-    ASSERT_TRUE(failure);
-    EXPECT_NE(failure->find("missing.dxf"), std::string::npos) << *failure;
+    EXPECT_NE(failure.value_or("").find("missing.dxf"), std::string::npos);
     EXPECT_TRUE(controller.documents().empty());
-
     controller.openDocument(dxf, false, completion);
     ASSERT_NE(opened, nullptr);
     EXPECT_FALSE(failure);
@@ -296,10 +254,6 @@ TEST_F(DocumentLifecycleTest, controllerAcceptsTheThreeTypesByExtensionAndOpensA
     controller.openDocument(dir / "." / "plan.dxf", false, completion);
     EXPECT_EQ(opened, first) << "the same file is not opened twice";
     EXPECT_EQ(controller.documents().size(), 1u);
-    ASSERT_TRUE(waitUntil([&] { return isReady(first->model()); }));
-    EXPECT_TRUE(SKPDocument::writableTypes().empty());
-    EXPECT_FALSE(SKPDocument::isDocumentEdited());
-
     first->close();
     EXPECT_TRUE(controller.documents().empty());
 }
@@ -310,52 +264,33 @@ TEST_F(DocumentLifecycleTest, menuCommandsFollowTheDocumentsState) {
     std::unique_ptr<SKPDocument> document(
         heldDocument(gate, [] { return SyntheticModel::cube(); }));
     document->showWindows();
-    ASSERT_TRUE(waitUntil([&] { return gate.wasReached(); }));
-    EXPECT_FALSE(document->validate(Action::toggleEdges));
-    EXPECT_FALSE(document->validate(Action::exportImage));
+    ASSERT_TRUE(waitUntil([&] { return gate.reached.load(); }));
+    EXPECT_FALSE(document->validate(Action::toggleEdges)) << "not while loading";
     EXPECT_TRUE(document->validate(Action::revealInFinder));
     EXPECT_TRUE(document->isHidden(Action::openInSketchUp)) << "no SketchUp on this machine";
     gate.release();
     ASSERT_TRUE(waitUntil([&] { return isReady(document->model()); }));
 
     DocumentModel& m = document->model();
-    EXPECT_TRUE(document->validate(Action::toggleEdges));
-    EXPECT_TRUE(document->validate(Action::toggleShadows));
     EXPECT_TRUE(document->validate(Action::nextScene)) << "the cube has one scene";
-    document->perform(Action::nextScene);
-    EXPECT_EQ(m.selectedScene(), 0);
     EXPECT_TRUE(document->validate(Action::resetView));
     EXPECT_FALSE(document->validate(Action::resetView, 0, true)) << "Z types in a text field";
-
     document->perform(Action::selectShadingStyle, 3);
-    EXPECT_EQ(m.shadingStyle(), viewport::ShadingStyle::wireframe);
-    EXPECT_TRUE(document->isChecked(Action::selectShadingStyle, 3));
-    EXPECT_FALSE(document->isChecked(Action::selectShadingStyle, 0));
     document->perform(Action::selectShadingStyle, 9);  // out of range: ignored
     EXPECT_EQ(m.shadingStyle(), viewport::ShadingStyle::wireframe);
-
+    EXPECT_TRUE(document->isChecked(Action::selectShadingStyle, 3));
+    EXPECT_TRUE(document->validate(Action::toggleShadows));
     document->perform(Action::toggleLightingMode);
-    EXPECT_EQ(m.lightingMode(), viewport::LightingMode::point);
     EXPECT_TRUE(document->isChecked(Action::toggleLightingMode));
     EXPECT_FALSE(document->validate(Action::toggleShadows)) << "shadows belong to the sun";
-
-    const bool edges = m.showsEdges();
-    document->perform(Action::toggleEdges);
-    EXPECT_NE(m.showsEdges(), edges);
-    EXPECT_EQ(document->isChecked(Action::toggleEdges), m.showsEdges());
-
-    document->perform(Action::lookStandard, 6);
-    EXPECT_EQ(m.activeStandardView(), viewport::StandardView::bottom);
-
     document->perform(Action::toggleFreeFlight);
     EXPECT_TRUE(m.isFreeFlying());
     EXPECT_FALSE(document->validate(Action::zoomExtents)) << "no zoom extents in free fly";
-    document->perform(Action::toggleFreeFlight);
-    EXPECT_FALSE(m.isFreeFlying());
 }
 
-TEST_F(DocumentLifecycleTest, theWindowShowsProgressThenTheFailureAndKeepsTheHeader) {
+TEST_F(DocumentLifecycleTest, theWindowShowsProgressThenTheFailureAndTakesDroppedFiles) {
     // The offscreen platform has no GL: the window stands without its live view.
+    DocumentController controller;
     Gate gate;
     std::unique_ptr<SKPDocument> document(
         heldDocument(gate, []() -> SKPModel { throw SKPError::api("SUModelCreateFromFile", 7); }));
@@ -367,35 +302,21 @@ TEST_F(DocumentLifecycleTest, theWindowShowsProgressThenTheFailureAndKeepsTheHea
     ASSERT_TRUE(waitUntil([&] { return window->overlay().detail() == "Lecture"; }));
     EXPECT_EQ(window->overlay().heading(), "Opening model…");
     EXPECT_TRUE(window->overlay().showsProgress());
-    EXPECT_NE(window->statusLine().toStdString().find("Loading…"), std::string::npos);
-
     gate.release();
     ASSERT_TRUE(waitUntil([&] { return isFailed(document->model()); }));
     EXPECT_TRUE(window->overlay().isVisibleTo(window));
     EXPECT_EQ(window->overlay().heading(), "The model could not be opened");
-    EXPECT_FALSE(window->overlay().detail().isEmpty());
+    EXPECT_EQ(window->overlay().detail(), "SketchUp API error (SUModelCreateFromFile → 7).");
     EXPECT_FALSE(window->overlay().showsProgress());
     EXPECT_FALSE(window->overlay().offersOpenInSketchUp()) << "no SketchUp on this machine";
     EXPECT_EQ(window->statusLine(), window->overlay().detail());
-    EXPECT_TRUE(document->model().info()) << "the header stays";
-}
 
-TEST_F(DocumentLifecycleTest, droppedFilesOpenButWebLinksDoNot) {
-    DocumentController controller;
-    std::unique_ptr<SKPDocument> document(new SKPDocument);
-    document->read(dxf);
-    document->makeWindowControllers();
-    auto* window = qobject_cast<DocumentWindow*>(document->window());
-    ASSERT_NE(window, nullptr);
     const auto other = dir / "other.dxf";
-    std::filesystem::copy_file(dxf, other);
-
-    QMimeData links;
+    fs::copy_file(dxf, other);
+    QMimeData links, files;
     links.setUrls({QUrl("https://example.com/plan.dxf")});
-    EXPECT_FALSE(window->openDropped(&links));
+    EXPECT_FALSE(window->openDropped(&links)) << "web links do not open";
     EXPECT_TRUE(controller.documents().empty());
-
-    QMimeData files;
     files.setUrls({QUrl("https://example.com/plan.dxf"),
                    QUrl::fromLocalFile(QString::fromStdString(other.string()))});
     EXPECT_TRUE(window->openDropped(&files));
@@ -403,5 +324,3 @@ TEST_F(DocumentLifecycleTest, droppedFilesOpenButWebLinksDoNot) {
     EXPECT_EQ(controller.documents()[0]->fileURL(), other);
     controller.closeAll();
 }
-
-}  // namespace

@@ -5,19 +5,11 @@
 using namespace vistrel::app;
 
 TEST(LaunchOptions, informationalFlagsVersionOutranksHelp) {
-    auto version = informationalText({"--version", "--help"});
-    ASSERT_TRUE(version);
-    EXPECT_TRUE(version->starts_with("Vistrel 1.1.0"));
-    EXPECT_EQ(version->find("Usage"), std::string::npos);
-    EXPECT_EQ(informationalText({"a.skp", "-v"}), version);
-    auto help = informationalText({"-h"});
+    EXPECT_EQ(informationalText({"a.skp", "--help", "-v"}), versionLine());
+    const auto help = informationalText({"-h"});
     ASSERT_TRUE(help);
-    EXPECT_EQ(*help, versionLine() +
-                         " — Visualiseur 3D de fichiers SketchUp (.skp)\n\nUsage:\n"
-                         "  Vistrel [fichier.skp]\n  Vistrel --version\n  Vistrel --help\n"
-                         "  Vistrel --self-test [fichier.skp]\n  Vistrel --snapshot <sortie.png> "
-                         "[fichier.skp] [--view document|about|help|shortcuts|settings] "
-                         "[--lang fr|en]");
+    EXPECT_TRUE(help->starts_with(versionLine() + " — Visualiseur 3D")) << *help;
+    EXPECT_NE(help->find("\nUsage:\n  Vistrel [fichier.skp]\n"), std::string::npos);
     EXPECT_EQ(informationalText({"--verbose", "a.skp"}), std::nullopt);
 }
 
@@ -64,5 +56,4 @@ TEST(LaunchOptions, openFilesFilterSkipsOptionValues) {
     EXPECT_EQ(filesToOpen({"--lang", "en", "b.dxf", "--verbose", "c.dwg"}),
               (std::vector<std::string>{"b.dxf", "c.dwg"}));
     EXPECT_EQ(filesToOpen({"-psn_0_1"}), std::vector<std::string>{});
-    EXPECT_EQ(filesToOpen({}), std::vector<std::string>{});
 }

@@ -37,53 +37,50 @@ class LocalizationTest : public testing::Test {
 
 }  // namespace
 
-TEST_F(LocalizationTest, commandLineLangReadsPrefixAndOutranksStore) {
-    store.set("org.vistrel.viewer.language", "fr");
-    restart({"--lang", "EN"});
-    EXPECT_EQ(Localization::current(), AppLanguage::en);
-    restart({"a.skp", "--lang", "english"});
-    EXPECT_TRUE(Localization::isEnglish());
-    restart({"--lang", "de"});
-    EXPECT_EQ(Localization::current(), AppLanguage::fr);  // stored choice
-    restart({"--lang"});
-    EXPECT_EQ(Localization::current(), AppLanguage::fr);
-}
-
-TEST_F(LocalizationTest, vistrelLangOnlyAffectsStoredSystem) {
+// --lang outranks a stored choice; VISTREL_LANG only decides a stored "system".
+TEST_F(LocalizationTest, commandLineThenStoreThenEnvironmentDecide) {
     test::ScopedEnv v("VISTREL_LANG", "en");
-    store.set("org.vistrel.viewer.language", "fr");
-    restart({});
-    EXPECT_FALSE(Localization::isEnglish());
-    store.set("org.vistrel.viewer.language", "system");
-    restart({});
-    EXPECT_EQ(Localization::current(), AppLanguage::system);
-    EXPECT_TRUE(Localization::isEnglish());  // on a French system
-    EXPECT_EQ(L("Oui", "Yes"), "Yes");
+    struct Case {
+        const char* stored;
+        std::vector<std::string> args;
+        AppLanguage current;
+        bool english;
+    } cases[] = {
+        {"fr", {"--lang", "EN"}, AppLanguage::en, true},
+        {"fr", {"a.skp", "--lang", "english"}, AppLanguage::en, true},
+        {"fr", {"--lang", "de"}, AppLanguage::fr, false},
+        {"fr", {"--lang"}, AppLanguage::fr, false},
+        {"system", {}, AppLanguage::system, true},  // on a French system
+        {"klingon", {}, AppLanguage::system, true},
+    };
+    for (const Case& c : cases) {
+        store.set("org.vistrel.viewer.language", c.stored);
+        restart(c.args);
+        EXPECT_EQ(Localization::current(), c.current) << c.stored << " " << c.args.size();
+        EXPECT_EQ(L("Oui", "Yes"), c.english ? "Yes" : "Oui");
+    }
 }
 
 TEST_F(LocalizationTest, systemLanguageFallsBackToFrench) {
     restart({});
-    {
-        test::ScopedEnv de("LANG", "de_DE.UTF-8");
-        EXPECT_EQ(resolvedCode(AppLanguage::system), "fr");
-    }
-    {
-        test::ScopedEnv en("LANGUAGE", "en_GB:fr");
-        EXPECT_EQ(resolvedCode(AppLanguage::system), "en");
-        EXPECT_EQ(label(AppLanguage::system), "System");
-    }
-    {
-        // LC_ALL outranks LANG; "C" says nothing and falls through.
-        test::ScopedEnv all("LC_ALL", "en_US.UTF-8");
-        EXPECT_EQ(resolvedCode(AppLanguage::system), "en");
-        test::ScopedEnv c("LC_ALL", "C");
-        EXPECT_EQ(resolvedCode(AppLanguage::system), "fr");
-    }
-    {
-        test::ScopedEnv none("LANG", nullptr);
-        EXPECT_EQ(resolvedCode(AppLanguage::system), "fr");
-    }
     EXPECT_EQ(label(AppLanguage::system), "Système");
+    // LANGUAGE, then LC_ALL ("C" says nothing), LC_MESSAGES, LANG; French for all but English.
+    struct Case {
+        const char *language, *lcAll, *lang, *expected;
+    } cases[] = {
+        {nullptr, nullptr, "de_DE.UTF-8", "fr"}, {"en_GB:fr", nullptr, "fr_FR", "en"},
+        {nullptr, "en_US.UTF-8", "fr_FR", "en"}, {nullptr, "C", "fr_FR", "fr"},
+        {nullptr, "C", "en_US", "en"},           {nullptr, nullptr, nullptr, "fr"},
+    };
+    for (const Case& c : cases) {
+        test::ScopedEnv language("LANGUAGE", c.language), all("LC_ALL", c.lcAll),
+            lang("LANG", c.lang);
+        EXPECT_EQ(resolvedCode(AppLanguage::system), c.expected)
+            << (c.language ? c.language : "-") << " " << (c.lcAll ? c.lcAll : "-") << " "
+            << (c.lang ? c.lang : "-");
+    }
+    test::ScopedEnv en("LANGUAGE", "en_GB");
+    EXPECT_EQ(label(AppLanguage::system), "System");
 }
 
 TEST_F(LocalizationTest, writingStoresRawValueAndSystemLanguageKey) {
@@ -94,10 +91,6 @@ TEST_F(LocalizationTest, writingStoresRawValueAndSystemLanguageKey) {
     Localization::setCurrent(AppLanguage::system);
     EXPECT_EQ(store.value("org.vistrel.viewer.language"), "system");
     EXPECT_FALSE(store.contains("AppleLanguages"));
-    // A value that names no language reads as system.
-    store.set("org.vistrel.viewer.language", "klingon");
-    restart({});
-    EXPECT_EQ(Localization::current(), AppLanguage::system);
     EXPECT_EQ(appLanguageFromRaw("en"), AppLanguage::en);
     EXPECT_EQ(appLanguageFromRaw("EN"), std::nullopt);
 }

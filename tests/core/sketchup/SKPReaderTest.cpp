@@ -12,6 +12,7 @@
 #include "TestEnv.h"
 #include "model/SKPError.h"
 #include "settings/Localization.h"
+#include "settings/TemporaryFolder.h"
 #include "sketchup/SKPConverter.h"
 #include "sketchup/SKPReader.h"
 #include "sketchup/SketchUpAPI.h"
@@ -50,8 +51,8 @@ class SKPReaderTest : public ::testing::Test {
     size_t textureFolders() {
         std::error_code ec;
         size_t n = 0;
-        for (fs::directory_iterator it(tmp.path() / "Vistrel", ec), end; !ec && it != end;
-             it.increment(ec))
+        for (fs::directory_iterator it(TemporaryFolder::forThisProcess().value(), ec), end;
+             !ec && it != end; it.increment(ec))
             ++n;
         return n;
     }
@@ -144,7 +145,7 @@ TEST_F(SKPReaderTest, materialsOpacityTransparencyAndTextures) {
     }
 
     ASSERT_TRUE(m.textureDirectory);
-    EXPECT_EQ(m.textureDirectory->parent_path(), tmp.path() / "Vistrel");
+    EXPECT_EQ(m.textureDirectory->parent_path(), TemporaryFolder::forThisProcess());
     EXPECT_EQ(m.textureDirectory->filename().string().size(), 36u);
     ASSERT_TRUE(m.materials[4].textureURL);
     EXPECT_EQ(*m.materials[4].textureURL, *m.textureDirectory / "4.jpg");
