@@ -10,19 +10,13 @@ using namespace vistrel::viewport;
 namespace {
 
 Light light(Light::Type type, float lumens, bool shadows = false) {
-    Light l;
-    l.type = type;
-    l.intensity = lumens;
-    l.temperature = 6500;
-    l.castsShadow = shadows;
-    return l;
+    return {.type = type, .intensity = lumens, .temperature = 6500, .castsShadow = shadows};
 }
 
 // Lumens become radiance in their ratios; the first shadow-casting directional light gets the
 // cascades, and only while something casts; dark lights are left out.
 TEST(FrameLightsTest, sunSkyAndFillKeepTheirRatiosAndTheSunGetsTheCascades) {
     FrameLights f;
-    f.clear();
     const Light sky = light(Light::Type::directional, 220), fill = light(Light::Type::ambient, 140);
     const Light sun = light(Light::Type::directional, 1050, true);
     f.add(sky, {}, 10, true);
@@ -44,7 +38,6 @@ TEST(FrameLightsTest, sunSkyAndFillKeepTheirRatiosAndTheSunGetsTheCascades) {
 // Thirty-two point lights all light; the first two shadow-casting ones take six views each.
 TEST(FrameLightsTest, everyOmniLightLightsAndTheFirstTwoTakeTheShadowViews) {
     FrameLights f;
-    f.clear();
     const Light omni = light(Light::Type::omni, 2064, true);
     for (int i = 0; i < FrameLights::maxLocal; ++i)
         f.add(omni, Float4x4::translation({float(i), 0, 2}), 10, true);

@@ -13,12 +13,10 @@ using namespace vistrel::viewport;
 namespace {
 
 Light sunLight(int cascades, float maximumDistance = 100) {
-    Light l;
-    l.type = Light::Type::directional;
-    l.shadowCascadeCount = cascades;
-    l.shadowMapSize = 2048;
-    l.maximumShadowDistance = maximumDistance;
-    return l;
+    return {.type = Light::Type::directional,
+            .shadowMapSize = 2048,
+            .shadowCascadeCount = cascades,
+            .maximumShadowDistance = maximumDistance};
 }
 
 RenderCamera cameraAt(Float3 eye, Float3 target, bool parallel = false) {
