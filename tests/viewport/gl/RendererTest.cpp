@@ -620,14 +620,14 @@ TEST_F(RendererTest, everyFixtureOfTheModelLightsTheFloorUnderIt) {
     }
 }
 
-// Real models through the reader and scene assembly, large enough to judge by eye: a curved
-// body in the four styles, under point light and in the sun with the grid; a plan from the top.
+// Real models read and assembled, large enough to judge by eye, under a low sun: a curved body
+// in the four styles and under point light, a tray shadowing its basin, a plan from the top.
 TEST_F(RendererTest, corpusModelsMatchTheirBaselines) {
     const auto corpus = test::corpusDir();
     if (!corpus) GTEST_SKIP() << "corpus absent";
     using enum ShadingStyle;
     using enum LightingMode;
-    const char *egg = "assimp__PinkEggFromLW.dxf",
+    const char *egg = "assimp__PinkEggFromLW.dxf", *tray = "assimp__issue_2229.dxf",
                *plan = "bnortierdxf__Ceco.NET-Architecture-Tm-53.dxf";
     struct Case {
         const char *file, *baseline;
@@ -635,9 +635,9 @@ TEST_F(RendererTest, corpusModelsMatchTheirBaselines) {
         LightingMode mode;
         bool grid;
     } cases[] = {
-        {egg, "egg_sun_grid", textured, sun, true}, {egg, "egg_clay", clay, sun, false},
-        {egg, "egg_xray", xray, sun, false},        {egg, "egg_wireframe", wireframe, sun, false},
-        {egg, "egg_point", clay, point, false},     {plan, "plan_grid", textured, sun, true}};
+        {tray, "tray_sun_grid", textured, sun, true}, {egg, "egg_clay", clay, sun, false},
+        {egg, "egg_xray", xray, sun, false},          {egg, "egg_wireframe", wireframe, sun, false},
+        {egg, "egg_point", clay, point, false},       {plan, "plan_grid", textured, sun, true}};
     std::string loaded;
     SKPModel model;
     for (const Case& c : cases) {
@@ -646,6 +646,7 @@ TEST_F(RendererTest, corpusModelsMatchTheirBaselines) {
         scene.setShadingStyle(c.style);
         scene.setShowsGrid(c.grid);
         scene.setLightingMode(c.mode);
+        scene.setSunElevationDegrees(25);
         if (c.mode == point) {  // two lamps outside the closed body
             const Float3 mid = (model.boundsMin + model.boundsMax) * 0.5f;
             const float d = length(model.boundsMax - model.boundsMin);
