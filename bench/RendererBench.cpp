@@ -2,7 +2,8 @@
 // triangles, with sun shadows (3 cascades, 2048) and ambient occlusion each on and off. Each
 // frame is a snapshot: drawn offscreen and read back, so the time covers the whole pipeline.
 // The first frame of a model (uploads) is not timed. On Mesa's llvmpipe a 20 M frame takes
-// seconds, so the large cases run only a few iterations.
+// seconds, so the large cases run only a few iterations. `lampFrameTime` lights the 1 M model
+// with point lights rigged by ViewportScene, as the point lighting mode does.
 #include <benchmark/benchmark.h>
 
 #include <cmath>
@@ -14,6 +15,7 @@
 #include "gl/OffscreenContext.h"
 #include "gl/RenderMath.h"
 #include "gl/Renderer.h"
+#include "scene/ViewportScene.h"
 #include "vocabulary/Rendering.h"
 
 using namespace vistrel;
@@ -68,7 +70,7 @@ std::unique_ptr<Model> makeModel(int millions) {
     m->modelRoot->transform(2, 1) = -1;
     m->modelRoot->transform(2, 2) = 0;
     m->root->addChild(m->modelRoot);
-    auto material = std::make_shared<Material>();
+    auto material = std::make_shared<viewport::Material>();
     material->diffuseColor = {0.82f, 0.78f, 0.70f, 1};
     material->isDoubleSided = true;
     const int chunks = millions * 4;  // about 250,000 triangles each
@@ -167,6 +169,52 @@ void frameTime(benchmark::State& state) {
     state.counters["shadowViews"] = s.shadowViews;
 }
 
+// Arguments: point lights in a grid over the field, shadows (0/1; the first two lights cast).
+void lampFrameTime(benchmark::State& state) {
+    Bench& b = bench();
+    if (!b.renderer) {
+        state.SkipWithError(("no GL context: " + b.error).c_str());
+        return;
+    }
+    b.models.clear();
+    auto& slot = b.models[1];
+    slot = makeModel(1);
+    Model& m = *slot;
+    const Float3 size = m.modelRoot->children().front()->geometry->boundsMax;
+    SKPModel empty;
+    empty.boundsMax = {size.x * 2, size.y * 2, 2};
+    ViewportScene scene(empty);
+    std::vector<ViewportPointLight> lamps;
+    const int count = int(state.range(0));
+    for (int i = 0; i < count; ++i)
+        lamps.push_back(
+            {Uuid::random(), "lamp", {float(i % 8) * 2.5f + 1, float(i / 8) * 4 + 2, 2}, 1, true});
+    scene.setShadowsEnabled(state.range(1) != 0);
+    scene.setPointLights(lamps);
+    scene.setLightingMode(LightingMode::point);
+    auto rig = scene.pointLightsRoot();
+    rig->removeFromParent();
+    m.modelRoot->addChild(rig);
+    m.sun->light->intensity = 0;
+    m.sun->light->castsShadow = false;
+    m.fill.intensity = 65;
+    m.frame.environmentIntensity = 0.28f;
+    b.renderer->snapshot(m.frame, kWidth, kHeight);  // uploads, untimed
+    for (auto _ : state) {
+        Image image = b.renderer->snapshot(m.frame, kWidth, kHeight);
+        benchmark::DoNotOptimize(image.pixels.data());
+    }
+    state.counters["shadowViews"] = b.renderer->statistics().shadowViews;
+    b.models.clear();
+}
+
+BENCHMARK(lampFrameTime)
+    ->ArgNames({"lamps", "shadows"})
+    ->Args({5, 1})
+    ->Args({32, 0})
+    ->Args({32, 1})
+    ->Iterations(4)
+    ->Unit(benchmark::kMillisecond);
 BENCHMARK(frameTime)
     ->ArgNames({"Mtri", "shadows", "ssao"})
     ->Args({1, 0, 0})

@@ -29,6 +29,14 @@ constexpr int kMaxLocalShadowViews = FrameLights::maxLocalShadowViews;
 constexpr int kMaxCascades = ShadowCascades::maxCount;
 constexpr float kInf = std::numeric_limits<float>::infinity();
 
+// The balance of the look. The sky image is display-referred: at full strength its irradiance
+// outweighs the sun, greys turn white and shadows vanish. It lights at kEnvironmentScale of the
+// environment intensity, and a sun shadow takes kShadowAlphaScale times its colour's alpha of
+// the sun (0.48 becomes 0.96), so that shadowed light-grey ground reads about a third darker than
+// lit ground, mid grey half, as outdoors. The ratios between the lights are untouched.
+constexpr float kEnvironmentScale = 0.2f;
+constexpr float kShadowAlphaScale = 2.0f;
+
 // GL names released by GPU copies whose geometry or material died; deleted at the next frame,
 // when the context is surely current.
 struct DeletionQueue {
@@ -828,7 +836,8 @@ void Renderer::Impl::render(const RenderFrame& frame, GLuint target, int w, int 
     glUniformMatrix4fv(su.localShadowMatrix, kMaxLocalShadowViews, GL_FALSE,
                        fl.localShadowMatrix[0].m.data());
     glUniform3fv(su.irradiance, 9, &irradiance[0].x);
-    glUniform1f(su.environmentIntensity, frame.environment ? frame.environmentIntensity : 0.0f);
+    glUniform1f(su.environmentIntensity,
+                frame.environment ? frame.environmentIntensity * kEnvironmentScale : 0.0f);
     glUniform1i(su.cascadeCount, std::max(cascades.count, 1));
     glUniformMatrix4fv(su.cascadeMatrix, kMaxCascades, GL_FALSE,
                        cascades.viewProjection[0].m.data());
@@ -839,7 +848,7 @@ void Renderer::Impl::render(const RenderFrame& frame, GLuint target, int w, int 
         glUniform1f(su.shadowRadius, std::max(l.shadowRadius, 0.5f));
         glUniform1i(su.shadowSamples, std::max(l.shadowSampleCount, 1));
         glUniform4f(su.shadowColor, l.shadowColor.x, l.shadowColor.y, l.shadowColor.z,
-                    l.shadowColor.w);
+                    std::min(l.shadowColor.w * kShadowAlphaScale, 1.0f));
     }
     glUniform1f(su.occlusionIntensity, occlusionIntensity);
     glUniform2f(su.viewportSize, float(w), float(h));

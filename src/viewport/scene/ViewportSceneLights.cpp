@@ -33,14 +33,6 @@ Float4x4 lookRotation(Float3 forward, Float3 up) {
     return r;
 }
 
-Float4x4 eulerRotation(float x, float y, float z) {
-    auto rx = Float4x4::identity(), ry = Float4x4::identity(), rz = Float4x4::identity();
-    rx(1, 1) = std::cos(x), rx(1, 2) = -std::sin(x), rx(2, 1) = std::sin(x), rx(2, 2) = std::cos(x);
-    ry(0, 0) = std::cos(y), ry(0, 2) = std::sin(y), ry(2, 0) = -std::sin(y), ry(2, 2) = std::cos(y);
-    rz(0, 0) = std::cos(z), rz(0, 1) = -std::sin(z), rz(1, 0) = std::sin(z), rz(1, 1) = std::cos(z);
-    return rz * ry * rx;  // applied X, then Y, then Z
-}
-
 std::shared_ptr<Material> constantMaterial(Float4 color, bool readsDepth) {
     auto m = std::make_shared<Material>();
     m->lightingModel = Material::LightingModel::constant;
@@ -153,25 +145,18 @@ void ViewportScene::updateLightingModeAndPointLights() {
 
     while (pointLightsRoot_->children().size() > pointLights_.size())
         pointLightsRoot_->children().back()->removeFromParent();
-    static const Float3 kFaces[6] = {{0, 0, 0},        {kPi, 0, 0},      {kPi / 2, 0, 0},
-                                     {-kPi / 2, 0, 0}, {0, -kPi / 2, 0}, {0, kPi / 2, 0}};
+    // One omni light per point light, where six spots back to back would exhaust the renderer's
+    // local lights after five point lights; it casts its shadow through a cube of six views.
     while (pointLightsRoot_->children().size() < pointLights_.size()) {
         auto node = SceneNode::make();
         auto rig = SceneNode::make("pointLightShadowRig");
-        for (int f = 0; f < 6; ++f) {
-            auto spot = SceneNode::make("spotFace" + std::to_string(f));
-            spot->transform = eulerRotation(kFaces[f].x, kFaces[f].y, kFaces[f].z);
-            Light l;
-            l.type = Light::Type::spot;
-            l.temperature = 5400;
-            l.attenuationFalloffExponent = 1.85f;
-            l.spotInnerAngle = 82;
-            l.spotOuterAngle = 110;
-            l.shadowRadius = 2.8f;
-            l.automaticallyAdjustsShadowProjection = true;
-            spot->light = l;
-            rig->addChild(spot);
-        }
+        Light l;
+        l.type = Light::Type::omni;
+        l.temperature = 5400;
+        l.attenuationFalloffExponent = 1.85f;
+        l.shadowRadius = 2.8f;
+        l.automaticallyAdjustsShadowProjection = true;
+        rig->light = l;
         node->addChild(rig);
         pointLightsRoot_->addChild(node);
     }
@@ -181,10 +166,10 @@ void ViewportScene::updateLightingModeAndPointLights() {
         node.name = pl.name;
         node.transform = Float4x4::translation(pl.position);
         const float p = std::pow(std::max(pl.intensity, 0.0f), 1.35f);
-        // Only the first two lights cast shadows: twelve shadow maps is the budget.
+        // Only the first two lights cast shadows: twelve shadow views is the budget.
         const bool shadows = shadowsEnabled_ && pl.intensity > 0.001f && i < 2;
-        for (auto& spot : node.children()[0]->children()) {
-            Light& l = *spot->light;
+        {
+            Light& l = *node.children()[0]->light;
             l.intensity = p * 2400 * 0.86f;
             l.attenuationStartDistance = nearDist * 0.08f;
             l.attenuationEndDistance = d * 0.65f;

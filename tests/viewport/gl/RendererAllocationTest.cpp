@@ -3,12 +3,6 @@
 
 #include "AllocationCounter.h"
 
-#include <atomic>
-#include <cstdlib>
-#include <new>
-
-#include <cmath>
-#include <numbers>
 #include <string>
 
 #include "gl/OffscreenContext.h"
@@ -34,19 +28,7 @@ TEST(RendererAllocationTest, repeatedFramesAllocateNothing) {
     ASSERT_TRUE(renderer.initialize(error)) << error;
 
     ViewportScene scene(SyntheticModel::cube());
-    auto sunNode = SceneNode::make("sun");
-    Light sun;
-    sun.type = Light::Type::directional;
-    sun.intensity = 1050;
-    sun.castsShadow = true;
-    sun.shadowCascadeCount = 3;
-    sun.shadowMapSize = 1024;
-    sunNode->light = sun;
-    sunNode->transform = RenderMath::lookAlong({0, 0, 0}, {0.5f, 0.5f, -0.707f}, {0, 0, 1});
-    scene.modelRoot()->addChild(sunNode);
-    Light fill;
-    fill.type = Light::Type::ambient;
-    fill.intensity = 140;
+    const Light fill = *scene.fill()->light;  // the scene's own sun casts the shadows
 
     RenderFrame frame;
     frame.root = scene.rootNode().get();
