@@ -3,7 +3,7 @@
 
 #include "AllocationCounter.h"
 
-#include "PDFTestModels.h"
+#include "ViewportTestModels.h"
 #include "pdf/VectorPDFLighting.h"
 #include "pdf/VectorPDFProjector.h"
 #include "pdf/VectorPDFVisitor.h"

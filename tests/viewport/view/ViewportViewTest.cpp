@@ -8,10 +8,12 @@
 
 #include "ManualClock.h"
 #include "ManualTimer.h"
+#include "ViewportTestModels.h"
 
 using namespace vistrel;
 using namespace vistrel::viewport;
 using Pose = CameraRig::Pose;
+using test::floorModel;
 
 namespace {
 
@@ -21,45 +23,14 @@ constexpr std::uint16_t keyW = 13, keyEscape = 53;
 constexpr Float2 viewSize{800, 600};
 
 void expectNear(Float3 a, Float3 b, float tolerance = 1e-3f) {
-    EXPECT_NEAR(a.x, b.x, tolerance);
-    EXPECT_NEAR(a.y, b.y, tolerance);
-    EXPECT_NEAR(a.z, b.z, tolerance);
-}
-
-SKPModel withFileInfo(Definition root, std::vector<Layer> layers, Float3 lo, Float3 hi,
-                      const char* url, Stats stats) {
-    SKPFileInfo info;
-    info.url = url;
-    return SKPModel(std::move(root), {}, {}, std::move(layers), {}, std::nullopt, lo, hi, stats,
-                    info, std::nullopt, std::nullopt);
-}
-
-// A 40 x 40 m floor on layer 1 with a 2 m block on layer 2 in its middle.
-SKPModel floorModel() {
-    Mesh floor;
-    floor.layer = 1;
-    floor.positions = {{-20, -20, 0}, {20, -20, 0}, {20, 20, 0}, {-20, 20, 0}};
-    floor.normals.assign(4, {0, 0, 1});
-    floor.indices = {0, 1, 2, 0, 2, 3};
-    Mesh block;
-    block.layer = 2;
-    block.positions = {{-1, -1, 2}, {1, -1, 2}, {1, 1, 2}, {-1, 1, 2}};
-    block.normals.assign(4, {0, 0, 1});
-    block.indices = {0, 1, 2, 0, 2, 3};
-    Definition root{"", {floor, block}, {}, {}};
-    return withFileInfo(root, {{"Layer0", true, {}}, {"Sol", true, {}}, {"Bloc", true, {}}},
-                        {-20, -20, 0}, {20, 20, 2}, "/tmp/floor.skp", {2, 4, 0, 0, 0, 0});
+    test::expectNear(a, b, tolerance);
 }
 
 // A flat drawing as a DXF gives it: lines only, on one plane.
 SKPModel planModel() {
-    EdgeSet lines;
-    lines.layer = 0;
-    lines.positions = {{0, 0, 0},   {30, 0, 0}, {30, 0, 0}, {30, 20, 0},
-                       {30, 20, 0}, {0, 20, 0}, {0, 20, 0}, {0, 0, 0}};
-    Definition root{"", {}, {lines}, {}};
-    return withFileInfo(root, {{"0", true, {}}}, {0, 0, 0}, {30, 20, 0}, "/tmp/plan.dxf",
-                        {0, 0, 4, 0, 0, 0});
+    Definition root{"", {}, {{0, {{0, 0, 0}, {30, 0, 0}, {30, 0, 0}, {30, 20, 0}}}}, {}};
+    return test::makeModel(root, {}, {}, {}, {0, 0, 0}, {30, 20, 0}, "plan.dxf",
+                           {0, 0, 2, 0, 0, 0});
 }
 
 KeyEvent key(std::uint16_t code, std::string_view characters, Modifiers modifiers = {}) {
@@ -105,20 +76,6 @@ class ViewportViewTest : public testing::Test {
         t += releaseDelay;
         view.mouseUp(at(p, t, modifiers));
         return t;
-    }
-
-    // Where a model point shows in the view, in points.
-    Float2 screenPoint(Float3 world) const {
-        const Pose& p = view.rig().pose();
-        const Float3 v = world - p.position;
-        if (!view.isPerspective()) {
-            const float u = view.visibleHeight() / viewSize.y;
-            return {dot(v, p.right()) / u + viewSize.x / 2, dot(v, p.up()) / u + viewSize.y / 2};
-        }
-        const float k = std::tan(float(view.fieldOfView()) * pi / 360) / (viewSize.y / 2);
-        const float depth = dot(v, p.forward());
-        return {dot(v, p.right()) / depth / k + viewSize.x / 2,
-                dot(v, p.up()) / depth / k + viewSize.y / 2};
     }
 
     void tick(double dt = 1.0 / 60) {
@@ -236,9 +193,9 @@ TEST_F(ViewportViewTest, wheelZoomKeepsThePointUnderTheCursorInBothProjections) 
         wheel.time = 50.05;  // the same gesture: the anchor is not looked up again
         view.scrollWheel(wheel);
 
-        const Float2 shown = screenPoint(*under);
-        EXPECT_NEAR(shown.x, pointer.x, 0.05f);
-        EXPECT_NEAR(shown.y, pointer.y, 0.05f);
+        const std::optional<Float3> after = view.hit(pointer);
+        ASSERT_TRUE(after);
+        expectNear(*after, *under, 0.02f);
         const float ratio = std::pow(0.9f, 6);
         if (perspective)
             EXPECT_NEAR(length(*under - view.rig().pose().position), reachBefore * ratio, 1e-3f);
@@ -308,8 +265,6 @@ TEST_F(ViewportViewTest, aParallelFileCameraIsShownAndResetToAsSaved) {
 TEST_F(ViewportViewTest, focalLengthAndFieldOfViewAreInverseWithinTheirRanges) {
     for (double fov = 10; fov <= 120; fov += 5)
         EXPECT_NEAR(ViewportView::verticalFOVDegrees(ViewportView::focalLengthMM(fov)), fov, 1e-9);
-    // A 24 mm frame height: 2 atan(12 / f).
-    EXPECT_NEAR(ViewportView::verticalFOVDegrees(50), 2 * std::atan(12.0 / 50) * 180 / M_PI, 1e-9);
     EXPECT_EQ(ViewportView::verticalFOVDegrees(1e6), ViewportView::verticalFOVDegrees(300));
     EXPECT_EQ(ViewportView::focalLengthMM(1), ViewportView::focalLengthMM(5));
 }
