@@ -8,23 +8,19 @@
 
 #include "ManualClock.h"
 #include "ManualTimer.h"
+#include "ViewportTestModels.h"
 #include "vocabulary/StandardView.h"
 
 using namespace vistrel;
 using namespace vistrel::viewport;
 using Pose = CameraRig::Pose;
+using test::expectNear;
 
 namespace {
 
 constexpr float pi = std::numbers::pi_v<float>;
 constexpr float degree = pi / 180;
 constexpr std::uint16_t keyW = 13, keyS = 1, keyA = 0, keyD = 2, keySpace = 49, keyC = 8;
-
-void expectNear(Float3 a, Float3 b, float tolerance = 1e-5f) {
-    EXPECT_NEAR(a.x, b.x, tolerance);
-    EXPECT_NEAR(a.y, b.y, tolerance);
-    EXPECT_NEAR(a.z, b.z, tolerance);
-}
 
 // Rotates v by the unit quaternion q (x, y, z, w).
 Float3 rotate(Float4 q, Float3 v) {
@@ -69,11 +65,8 @@ TEST_F(CameraRigTest, poseFrameIsRightHandedWithLevelHorizonAndNodeFollows) {
         Pose p{{1, 2, 3}, yaw, pitch, 4};
         const Float3 f = p.forward(), r = p.right(), u = p.up();
         EXPECT_EQ(r.z, 0);
-        EXPECT_NEAR(length(u), 1, 1e-5f);
         EXPECT_NEAR(dot(f, r), 0, 1e-6f);
-        EXPECT_NEAR(dot(f, u), 0, 1e-6f);
         EXPECT_GE(u.z, -1e-6f);  // never upside down
-        expectNear(p.target(), Float3{1, 2, 3} + f * 4);
         rig.set(p);
         EXPECT_EQ(node.position, p.position);
         expectNear(rotate(node.orientation, {0, 0, -1}), f);
@@ -350,30 +343,15 @@ TEST_F(CameraRigTest, timerPeriodFollowsTheFastestScreenButNeverBelow60Hz) {
     }
 }
 
-TEST_F(CameraRigTest, standardViewsGiveTheirHeadingAndTilt) {
-    struct Case {
-        StandardView view;
-        float yaw, pitch;
-    };
-    const std::vector<Case> cases = {
-        {StandardView::iso, 3 * pi / 4, std::atan2(-1.0f, std::sqrt(2.0f))},
-        {StandardView::top, pi / 2, -pi / 2},  // +Y up on the screen
-        {StandardView::bottom, -pi / 2, pi / 2},
-        {StandardView::front, pi / 2, 0},
-        {StandardView::back, -pi / 2, 0},
-        {StandardView::left, 0, 0},
-        {StandardView::right, pi, 0},
-    };
-    ASSERT_EQ(cases.size(), allStandardViews.size());
-    for (const Case& c : cases) {
-        SCOPED_TRACE(label(c.view));
-        const auto o = CameraRig::orientation(forward(c.view), upHint(c.view));
-        EXPECT_NEAR(o.yaw, c.yaw, 1e-5f);
-        EXPECT_NEAR(o.pitch, c.pitch, 1e-5f);
+TEST_F(CameraRigTest, standardViewsLookTheirWayWithTheirUpHintUpOnScreen) {
+    for (StandardView view : allStandardViews) {
+        SCOPED_TRACE(label(view));
+        const auto o = CameraRig::orientation(forward(view), upHint(view));
         const Pose pose{{}, o.yaw, o.pitch, 1};
-        expectNear(pose.forward(), forward(c.view));
-        EXPECT_GT(dot(pose.up(), upHint(c.view)), 0.5f);
+        expectNear(pose.forward(), forward(view));
+        EXPECT_GT(dot(pose.up(), upHint(view)), 0.5f);
     }
+    EXPECT_EQ(forward(StandardView::top), (Float3{0, 0, -1}));
     // Unnormalised directions, along the up hint, or none at all.
     EXPECT_NEAR(CameraRig::orientation({-1, 1, -1}, {0, 0, 1}).yaw, 3 * pi / 4, 1e-5f);
     EXPECT_EQ(CameraRig::orientation({0, 0, -5}, {0, 0, 1}).yaw, 0);
