@@ -4,7 +4,7 @@
 
 #include "ManualClock.h"
 #include "ManualTimer.h"
-#include "model/SyntheticModel.h"
+#include "ViewportTestModels.h"
 #include "scene/ViewportScene.h"
 
 using namespace vistrel;
@@ -12,33 +12,17 @@ using namespace vistrel::viewport;
 
 namespace {
 
-Mesh quad(int layer, float z, std::optional<int> material = std::nullopt) {
-    // A 10 x 10 m square at height z, facing up.
-    Mesh m;
-    m.layer = layer;
-    m.material = material;
-    m.positions = {{-5, -5, z}, {5, -5, z}, {5, 5, z}, {-5, 5, z}};
-    m.normals.assign(4, {0, 0, 1});
-    m.indices = {0, 1, 2, 0, 2, 3};
-    return m;
-}
-
-EdgeSet line(int layer, Float3 a, Float3 b) {
-    return {layer, {a, b}};
-}
+using test::square;
 
 // Layer 1: a wall (floor plane at z = 0); layer 2: an edge 1 cm above it;
 // layer 3: an edge 1 m below it; layer 4: a roof at z = 3.
 SKPModel stack() {
-    Definition root{
-        "",
-        {quad(1, 0), quad(4, 3)},
-        {line(2, {-1, 0, 0.01f}, {1, 0, 0.01f}), line(3, {-1, 0.3f, -1}, {1, 0.3f, -1})},
-        {}};
-    std::vector<Layer> layers;
-    for (const char* n : {"Layer0", "Mur", "Trait", "Dessous", "Toit"})
-        layers.push_back({n, true, {}});
-    return SKPModel(root, {}, {}, layers, {}, {}, {-5, -5, -1}, {5, 5, 3}, {}, {}, {}, {});
+    Definition root{"",
+                    {square(1, 0), square(4, 3)},
+                    {{2, {{-1, 0, 0.01f}, {1, 0, 0.01f}}}, {3, {{-1, 0.3f, -1}, {1, 0.3f, -1}}}},
+                    {}};
+    return test::makeModel(root, {}, {}, std::vector<Layer>(5, Layer{"L", true, {}}), {-5, -5, -1},
+                           {5, 5, 3}, "stack.skp");
 }
 
 std::optional<int> pickDown(ViewportScene& s, Float3 at, bool edges = true) {
@@ -120,10 +104,10 @@ TEST(ViewportLayers, visibleBoundsFollowVisibilityAndFallBackToTheModel) {
 
 TEST(ViewportLayers, layerZeroMatchesItsOwnSetOrElseEverySetHoldingIt) {
     // Geometry on [0, 4] and [0, 7] through instances on layer 0, and on [0] itself if asked.
-    const Definition a{"a", {quad(4, 0)}, {}, {}}, b{"b", {quad(7, 1)}, {}, {}};
+    const Definition a{"a", {square(4, 0)}, {}, {}}, b{"b", {square(7, 1)}, {}, {}};
     auto matching = [&](bool ownZero, std::set<int> asked) {
         Definition root{"", {}, {}, {{0, {}, 0, false, {}, ""}, {1, {}, 0, false, {}, ""}}};
-        if (ownZero) root.meshes.push_back(quad(0, 2));
+        if (ownZero) root.meshes.push_back(square(0, 2));
         ViewportScene s(SKPModel(root, {a, b}, {}, std::vector<Layer>(8, Layer{"L", true, {}}), {},
                                  {}, {-5, -5, 0}, {5, 5, 2}, {}, {}, {}, {}));
         std::vector<std::vector<int>> keys;
