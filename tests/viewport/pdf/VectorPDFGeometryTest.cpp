@@ -27,10 +27,8 @@ CameraRig::Pose lookingAlongY() {
     return pose;
 }
 
-Projector perspective(float distance = 10) {
-    CameraRig::Pose pose = lookingAlongY();
-    pose.distance = distance;
-    return Projector::make(pose, true, 60, 1, 400, 300);
+Projector perspective() {
+    return Projector::make(lookingAlongY(), true, 60, 1, 400, 300);
 }
 
 struct Walk {
@@ -61,7 +59,7 @@ Definition panel(int meshLayer, int edgeLayer, std::optional<int> material = std
 
 }  // namespace
 
-TEST(VectorPDFProjection, projectsThroughCentreWithFocalScale) {
+TEST(VectorPDFProjection, segmentsProjectThroughTheCentreAndAreClippedBehindTheEye) {
     const Projector p = perspective();
     const float focal = float(150 / std::tan(30 * std::numbers::pi / 180));  // 60 degrees high
     std::vector<ProjectedEdge> out;
@@ -72,54 +70,47 @@ TEST(VectorPDFProjection, projectsThroughCentreWithFocalScale) {
     EXPECT_NEAR(out[0].p1.x, 200 + focal / 10, 1e-3);
     EXPECT_NEAR(out[0].p1.y, 150, 1e-3);
     EXPECT_NEAR(out[0].depth, 10, 1e-4);
+    out.clear();
+    p.projectSegment({0, -1, 0}, {1, -2, 0}, 0, out);  // behind the eye
+    EXPECT_TRUE(out.empty());
+    p.projectSegment({0, -1, 0}, {0, 5, 0}, 0.5f, out);  // one end behind: clipped, kept
+    ASSERT_EQ(out.size(), 1u);
+    EXPECT_NEAR(out[0].depth, 0.5f * (p.nearPlane + 5) - 0.5f, 1e-4);
 }
 
-TEST(VectorPDFProjection, triangleCrossingNearPlaneSplitsInTwoWithOwnDepths) {
+TEST(VectorPDFProjection, trianglesSplitAtTheNearPlaneAndDropOffPage) {
     const Projector p = perspective();
-    std::vector<ProjectedTriangle> out;
-    // One corner behind the eye, two in front: the clipped quadrilateral becomes a fan of two.
-    p.projectTriangle({0, -1, -0.5f}, {1, 5, 0.5f}, {-1, 5, 0}, out);
-    ASSERT_EQ(out.size(), 2u);
-    EXPECT_NE(out[0].depth, out[1].depth);
-    for (const auto& t : out) {
-        EXPECT_GT(t.area, 0.01);
-        EXPECT_GT(t.depth, p.nearPlane);
+    struct Case {
+        Float3 a, b, c;
+        size_t pieces;
+        const char* what;
+    } cases[] = {
+        {{0, -1, -0.5f}, {1, 5, 0.5f}, {-1, 5, 0}, 2, "one corner behind: a fan of two"},
+        {{0, 5, 0.5f}, {1, 5, 0}, {-1, 5, 0}, 1, "wholly in front"},
+        {{0, -1, 0}, {1, -2, 0.5f}, {-1, -2, -0.5f}, 0, "wholly behind"},
+        {{50, 5, 0}, {51, 5, 0}, {50, 5, 1}, 0, "far right of the page"},
+        {{0, 5, 0}, {1, 5, 0}, {2, 5, 0}, 0, "collinear"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.what);
+        std::vector<ProjectedTriangle> out;
+        p.projectTriangle(c.a, c.b, c.c, out);
+        ASSERT_EQ(out.size(), c.pieces);
+        for (const auto& t : out) {
+            EXPECT_GT(t.area, 0.01);
+            EXPECT_GT(t.depth, p.nearPlane);
+        }
+        if (c.pieces == 2) {
+            EXPECT_NE(out[0].depth, out[1].depth) << "each piece its own depth";
+        }
     }
-
-    out.clear();
-    p.projectTriangle({0, 5, 0.5f}, {1, 5, 0}, {-1, 5, 0}, out);
-    EXPECT_EQ(out.size(), 1u) << "a triangle wholly in front stays whole";
-
-    out.clear();
-    p.projectTriangle({0, -1, 0}, {1, -2, 0.5f}, {-1, -2, -0.5f}, out);
-    EXPECT_TRUE(out.empty()) << "a triangle wholly behind gives nothing";
-}
-
-TEST(VectorPDFProjection, clippingKeepsOrderAndCrossings) {
-    ClipPolygon in{{{0, 0, -1}, {0, 1, 1}, {1, 0, 1}}, 3};
-    const ClipPolygon out = clipPolygonAgainstNearPlane(in, 0);
-    ASSERT_EQ(out.count, 4);
-    // Leaving towards the first (outside) corner, then entering, then the two inside corners.
-    EXPECT_EQ(out.corners[0], (Float3{0.5f, 0, 0}));
-    EXPECT_EQ(out.corners[1], (Float3{0, 0.5f, 0}));
-    EXPECT_EQ(out.corners[2], (Float3{0, 1, 1}));
-    EXPECT_EQ(out.corners[3], (Float3{1, 0, 1}));
+    // Clipping keeps the order: leaving towards the outside corner, entering, then the insiders.
+    const ClipPolygon clipped =
+        clipPolygonAgainstNearPlane(ClipPolygon{{{0, 0, -1}, {0, 1, 1}, {1, 0, 1}}, 3}, 0);
+    ASSERT_EQ(clipped.count, 4);
+    const Float3 expected[] = {{0.5f, 0, 0}, {0, 0.5f, 0}, {0, 1, 1}, {1, 0, 1}};
+    for (int k = 0; k < 4; ++k) EXPECT_EQ(clipped.corners[k], expected[k]) << k;
     EXPECT_EQ(clipPolygonAgainstNearPlane(ClipPolygon{}, 0).count, 0);
-}
-
-TEST(VectorPDFProjection, dropsWhatIsOffPageOrDegenerate) {
-    const Projector p = perspective();
-    std::vector<ProjectedTriangle> tris;
-    p.projectTriangle({50, 5, 0}, {51, 5, 0}, {50, 5, 1}, tris);  // far right of the page
-    p.projectTriangle({0, 5, 0}, {1, 5, 0}, {2, 5, 0}, tris);     // collinear
-    EXPECT_TRUE(tris.empty());
-
-    std::vector<ProjectedEdge> edges;
-    p.projectSegment({0, -1, 0}, {1, -2, 0}, 0, edges);  // behind the eye
-    EXPECT_TRUE(edges.empty());
-    p.projectSegment({0, -1, 0}, {0, 5, 0}, 0.5f, edges);  // one end behind: clipped, kept
-    ASSERT_EQ(edges.size(), 1u);
-    EXPECT_NEAR(edges[0].depth, 0.5f * (p.nearPlane + 5) - 0.5f, 1e-4);
 }
 
 TEST(VectorPDFLighting, sunFacingFaceIsBrighterAndNormalsTurnToTheEye) {

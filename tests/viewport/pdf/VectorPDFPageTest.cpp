@@ -25,11 +25,9 @@ constexpr Float2 kPage{320, 240};
 test::Raster render(const SKPModel& model, const Options& options, const test::TempDir& dir,
                     const std::string& name) {
     const auto pdf = renderPDF(model, options);
-    EXPECT_TRUE(pdf);
-    if (!pdf) return {};
-    auto raster = test::rasterisePDF(*pdf, dir.path(), name);
-    EXPECT_TRUE(raster) << "pdftoppm failed";
-    return raster ? *raster : test::Raster{};
+    const auto raster = pdf ? test::rasterisePDF(*pdf, dir.path(), name) : std::nullopt;
+    EXPECT_TRUE(raster) << "no page, or pdftoppm failed";
+    return raster.value_or(test::Raster{});
 }
 
 // Where a world point lands in the raster (y down), as the exporter projects it.
@@ -137,10 +135,7 @@ TEST(VectorPDFPage, unwritableDestinationReportsAndLeavesNothing) {
     std::filesystem::create_directory(dir / "taken.pdf");
     std::filesystem::create_directory(dir / "taken.pdf" / "inside");
     EXPECT_TRUE(exportInitialView(SyntheticModel::cube(), dir / "taken.pdf", kPage));
-    int entries = 0;
-    for ([[maybe_unused]] const auto& e : std::filesystem::directory_iterator(dir.path()))
-        ++entries;
-    EXPECT_EQ(entries, 1);
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(dir.path()), {}), 1);
 }
 
 TEST(VectorPDFPage, picturesMatchBaselines) {
@@ -168,31 +163,18 @@ TEST(VectorPDFPage, picturesMatchBaselines) {
 }
 
 TEST(VectorPDFPage, equalDepthsPaintInListOrder) {
-    // Two coplanar squares seen straight from the front: the later mesh covers the earlier.
-    auto square = [](int material) {
-        Mesh m;
-        m.material = material;
-        m.positions = {{-1, 0, -1}, {1, 0, -1}, {1, 0, 1}, {-1, 0, 1}};
-        m.normals.assign(4, {0, -1, 0});
-        m.indices = {0, 1, 2, 0, 2, 3};
-        return m;
-    };
+    // Two coplanar squares seen straight from above: the later mesh covers the earlier.
     Definition root;
-    root.meshes = {square(0), square(1)};
+    root.meshes = {test::square(0, 0, 1), test::square(0, 0, 1)};
+    root.meshes[0].material = 0;
+    root.meshes[1].material = 1;
     const SKPModel model = test::makeModel(std::move(root), {},
                                            {{"red", {0.9f, 0.1f, 0.1f, 1}, 1, false, {}, {1, 1}},
                                             {"blue", {0.1f, 0.1f, 0.9f, 1}, 1, false, {}, {1, 1}}},
-                                           {}, {-1, 0, -1}, {1, 0, 1}, "Order.skp");
-    Options o;
-    o.pageSize = kPage;
-    o.pose.yaw = std::numbers::pi_v<float> / 2;  // looking along +Y
-    o.pose.position = {0, -5, 0};
-    o.pose.distance = 5;
-    o.isPerspective = false;
-    o.orthographicScale = 2;
+                                           {}, {-1, -1, 0}, {1, 1, 0}, "Order.skp");
+    Options o = initialViewOptions(model, kPage);
     o.showsEdges = false;
     test::TempDir dir;
-    const auto raster = render(model, o, dir, "order");
-    const auto centre = raster.at(170, 110);
+    const auto centre = render(model, o, dir, "order").at(160, 120);
     EXPECT_GT(centre.b, centre.r + 40) << "the second square is on top";
 }
