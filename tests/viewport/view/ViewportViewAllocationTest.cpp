@@ -17,12 +17,7 @@ using namespace vistrel::viewport;
 namespace {
 
 MouseEvent at(float x, float y, double time, Modifiers modifiers = {}) {
-    MouseEvent e;
-    e.point = {x, y};
-    e.delta = {1, -1};
-    e.time = time;
-    e.modifiers = modifiers;
-    return e;
+    return {.point = {x, y}, .delta = {1, -1}, .time = time, .modifiers = modifiers};
 }
 
 }  // namespace
@@ -46,12 +41,8 @@ TEST(ViewportViewAllocationTest, dragsWheelHoverKeysAndTicksAllocateNothing) {
     counting = false;
     ASSERT_EQ(allocations.exchange(0), 1);
 
-    KeyEvent w;
-    w.keyCode = 13;
-    w.characters = "w";
-    WheelEvent wheel;
-    wheel.point = {420, 280};
-    wheel.scrollingDelta = {0, 1};
+    KeyEvent w{.keyCode = 13, .characters = "w", .modifiers = {}};
+    WheelEvent wheel{.point = {420, 280}, .scrollingDelta = {0, 1}, .modifiers = {}};
     counting = true;
     double t = 1;
     for (int round = 0; round < 50; ++round) {
