@@ -58,9 +58,8 @@ class CameraRigTest : public testing::Test {
 }  // namespace
 
 TEST_F(CameraRigTest, poseFrameIsRightHandedWithLevelHorizonAndNodeFollows) {
-    const std::vector<std::pair<float, float>> angles = {
-        {0, 0}, {pi / 2, 0}, {0.7f, -0.4f}, {-2.5f, 1.2f}, {pi / 2, -pi / 2}, {10.0f, 0.3f}};
-    for (auto [yaw, pitch] : angles) {
+    for (auto [yaw, pitch] :
+         {std::pair{0.0f, 0.0f}, {0.7f, -0.4f}, {-2.5f, 1.2f}, {pi / 2, -pi / 2}, {10.0f, 0.3f}}) {
         SCOPED_TRACE(testing::Message() << "yaw " << yaw << " pitch " << pitch);
         Pose p{{1, 2, 3}, yaw, pitch, 4};
         const Float3 f = p.forward(), r = p.right(), u = p.up();
@@ -122,21 +121,17 @@ TEST_F(CameraRigTest, glideYawTakesTheShortWayRound) {
     }
 }
 
-TEST_F(CameraRigTest, newGlideReplacesTheRunningOneFromWhereItHadCome) {
-    rig.set(Pose{{0, 0, 0}, 0, 0, 1});
+TEST_F(CameraRigTest, newGlideStartsFromWhereTheRunningOneHadComeAndZeroDurationJumps) {
     rig.beginGlide(Pose{{10, 0, 0}, 0, 0, 1}, 1, 1, 1);
     rig.step(0.5f);
     const Float3 reached = rig.pose().position;
     rig.beginGlide(Pose{{0, 10, 0}, 0, 0, 1}, 1, 1, 1);
     EXPECT_EQ(timer.starts(), 1);  // still the one timer
     EXPECT_EQ(rig.glide()->from.position, reached);
-    EXPECT_EQ(rig.glide()->elapsed, 0);
     rig.step(1);
     expectNear(rig.pose().position, {0, 10, 0});
-
-    // A zero duration is a jump on the next step, even a step of no time.
     rig.beginGlide(Pose{{5, 5, 5}, 1, 0, 2}, 1, 1, 0);
-    rig.step(0);
+    rig.step(0);  // even a step of no time
     EXPECT_EQ(rig.pose(), (Pose{{5, 5, 5}, 1, 0, 2}));
     EXPECT_FALSE(rig.glide().has_value());
 }
@@ -164,12 +159,9 @@ TEST_F(CameraRigTest, orbitPitchStopsAt89DegreesWithoutPullingPosesBeyondIt) {
 TEST_F(CameraRigTest, orbitTurnsAroundTargetOrPivotKeepingDistance) {
     const Pose start{{-10, 0, 5}, 0, -0.4f, 6};
     rig.set(start);
-    const Float3 target = start.target();
     rig.orbit(1.0f, 0.3f);
-    expectNear(rig.pose().target(), target, 1e-4f);
+    expectNear(rig.pose().target(), start.target(), 1e-4f);
     EXPECT_EQ(rig.pose().distance, 6);
-    EXPECT_FLOAT_EQ(rig.pose().yaw, 1.0f);
-
     rig.set(start);
     rig.pivot = Float3{0, 0, 0};
     const float radius = length(start.position);

@@ -3,6 +3,7 @@
 #include <cmath>
 
 #include "ScopedLanguage.h"
+#include "ViewportTestModels.h"
 #include "model/SyntheticModel.h"
 #include "scene/ViewportScene.h"
 
@@ -20,23 +21,17 @@ float elevationDegrees(Float3 towardsLight) {
     return std::asin(towardsLight.z / length(towardsLight)) * 180 / float(M_PI);
 }
 
-// A model with one 1 m box per entry, named as given, at x = 3i, on its own layer.
+// A model with one triangle `height` high per entry, named as given, at x = 3i.
 SKPModel fixtures(std::vector<std::pair<std::string, float>> named) {
     std::vector<Definition> defs;
     Definition root;
-    std::vector<Layer> layers{{"Layer0", true, {}}};
-    for (size_t i = 0; i < named.size(); ++i) {
-        float h = named[i].second;
-        Mesh m;
-        m.positions = {{0, 0, 0}, {0.2f, 0, 0}, {0, 0.2f, h}};
-        m.normals = {{0, 0, 1}, {0, 0, 1}, {0, 0, 1}};
-        m.indices = {0, 1, 2};
-        defs.push_back({named[i].first, {m}, {}, {}});
-        root.children.push_back(
-            {int(i), Float4x4::translation({3.0f * float(i), 0, 0}), 0, false, {}, ""});
+    for (auto& [name, height] : named) {
+        const int i = int(defs.size());
+        defs.push_back(
+            {name, {test::triangleMesh({0, 0, 0}, {0.2f, 0, 0}, {0, 0.2f, height})}, {}, {}});
+        root.children.push_back({i, Float4x4::translation({3.0f * i, 0, 0}), 0, false, {}, ""});
     }
-    return SKPModel(root, defs, {}, layers, {}, {}, {0, 0, 0}, {3.0f * float(named.size()), 1, 6},
-                    {}, {}, {}, {});
+    return test::makeModel(root, defs, {}, {}, {0, 0, 0}, {3.0f * defs.size(), 1, 6}, "lights.skp");
 }
 
 }  // namespace

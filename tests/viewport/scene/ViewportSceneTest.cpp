@@ -5,6 +5,7 @@
 #include <map>
 
 #include "TestEnv.h"
+#include "ViewportTestModels.h"
 #include "model/SyntheticModel.h"
 
 using namespace vistrel;
@@ -12,15 +13,13 @@ using namespace vistrel::viewport;
 
 namespace {
 
-// A mesh of `triangles` triangles on `layer`, all vertices at `at`.
-Mesh mesh(int layer, int triangles = 1, std::optional<int> material = std::nullopt,
-          Float3 at = {0, 0, 0}) {
+// A mesh of `triangles` triangles on `layer`.
+Mesh mesh(int layer, int triangles = 1, std::optional<int> material = std::nullopt) {
     Mesh m;
     m.layer = layer;
     m.material = material;
-    for (int t = 0; t < triangles; ++t) {
-        uint32_t b = uint32_t(m.positions.size());
-        m.positions.insert(m.positions.end(), {at, at + Float3{1, 0, 0}, at + Float3{0, 1, 0}});
+    for (uint32_t b = 0; b < uint32_t(3 * triangles); b += 3) {
+        m.positions.insert(m.positions.end(), {{0, 0, 0}, {1, 0, 0}, {0, 1, 0}});
         m.normals.insert(m.normals.end(), 3, Float3{0, 0, 1});
         m.indices.insert(m.indices.end(), {b, b + 1, b + 2});
     }
@@ -32,21 +31,12 @@ Instance child(int definition, int layer, std::optional<int> material = std::nul
     return {definition, transform, layer, false, material, ""};
 }
 
-SKPModel modelOf(Definition root, std::vector<Definition> defs, int layerCount,
-                 int materialCount = 0) {
-    std::vector<Layer> layers;
-    for (int i = 0; i < layerCount; ++i) layers.push_back({"L" + std::to_string(i), true, {}});
-    std::vector<vistrel::Material> materials;
-    for (int i = 0; i < materialCount; ++i)
-        materials.push_back({"M" + std::to_string(i), {0.5f, 0.5f, 0.5f, 1}, 1, false, {}, {1, 1}});
-    return SKPModel(std::move(root), std::move(defs), std::move(materials), std::move(layers), {},
-                    std::nullopt, {0, 0, 0}, {10, 10, 10}, {}, {}, std::nullopt, std::nullopt);
-}
-
-std::vector<std::vector<int>> keys(const ViewportScene& s) {
-    std::vector<std::vector<int>> out;
-    for (auto& set : s.layerSets()) out.push_back(set->layers);
-    return out;
+SKPModel modelOf(Definition root, std::vector<Definition> defs, int layers, int materials = 0) {
+    return test::makeModel(std::move(root), std::move(defs),
+                           std::vector<vistrel::Material>(
+                               materials, {"M", {0.5f, 0.5f, 0.5f, 1}, 1, false, {}, {1, 1}}),
+                           std::vector<Layer>(layers, Layer{"L", true, {}}), {0, 0, 0},
+                           {10, 10, 10}, "scene.skp");
 }
 
 }  // namespace
@@ -59,7 +49,9 @@ TEST(ViewportScene, meshesFeedTheSetOfTheirLayerAndEveryEnclosingLayer) {
     Definition group{"group", {}, {}, {child(0, 7)}};
     Definition root{"", {}, {}, {child(2, 7), child(1, 3), child(0, 0), child(0, 0)}};
     ViewportScene s(modelOf(root, {part, onThree, group}, 8));
-    EXPECT_EQ(keys(s), (std::vector<std::vector<int>>{{2, 7}, {5, 7}, {3}, {0, 2}, {0, 5}}));
+    std::vector<std::vector<int>> keys;
+    for (auto& set : s.layerSets()) keys.push_back(set->layers);
+    EXPECT_EQ(keys, (std::vector<std::vector<int>>{{2, 7}, {5, 7}, {3}, {0, 2}, {0, 5}}));
     // The same definition placed twice feeds the same set with two placements.
     EXPECT_EQ(s.findLayerSet({0, 2})->placements.size(), 2u);
     EXPECT_EQ(s.findLayerSet({3})->placements.size(), 1u);  // [3], never [3, 3]
