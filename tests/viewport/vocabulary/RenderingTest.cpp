@@ -95,6 +95,10 @@ TEST(RenderingTest, edgeColourStaysLegibleOnEachBackdrop) {
                     EXPECT_GT(std::fabs(edge - Rendering::backdropLuminance(backdrop, custom)),
                               0.3f);
             }
+    // The soft sky takes dark edges over faces, but light ones when the edges are all there is.
+    EXPECT_GT(luma(Rendering::contrastingEdgeColor(BackdropStyle::architecturalSky, {},
+                                                   ShadingStyle::wireframe)),
+              0.5f);
 }
 
 TEST(RenderingTest, backdropAndSkyImagesRunBetweenTheirStops) {
