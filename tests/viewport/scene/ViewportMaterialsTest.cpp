@@ -2,8 +2,6 @@
 
 #include <stb_image_write.h>
 
-#include <fstream>
-
 #include "TestEnv.h"
 #include "model/SyntheticModel.h"
 #include "scene/ViewportScene.h"
@@ -12,12 +10,6 @@ using namespace vistrel;
 using namespace vistrel::viewport;
 
 namespace {
-
-// A 1x1 opaque PNG.
-void writeTinyPNG(const std::filesystem::path& path) {
-    const unsigned char pixel[4] = {200, 100, 50, 255};
-    ASSERT_TRUE(stbi_write_png(path.c_str(), 1, 1, 4, pixel, 4));
-}
 
 SKPModel withMaterials(std::vector<vistrel::Material> materials) {
     SKPModel cube = SyntheticModel::cube();
@@ -48,7 +40,8 @@ TEST(ViewportMaterials, opacityAndTransparencyRules) {
 
 TEST(ViewportMaterials, texturesDecodeOnceAndMissingFilesFallBackToColour) {
     test::TempDir dir;
-    writeTinyPNG(dir / "t.png");
+    const unsigned char pixel[4] = {200, 100, 50, 255};
+    ASSERT_TRUE(stbi_write_png((dir / "t.png").c_str(), 1, 1, 4, pixel, 4));
     SKPModel m =
         withMaterials({{"wood", {0.5f, 0.4f, 0.3f, 1}, 0.5f, false, dir / "t.png", {2, 4}},
                        {"lost", {0.1f, 0.2f, 0.3f, 1}, 1, false, dir / "nope.png", {1, 1}}});
