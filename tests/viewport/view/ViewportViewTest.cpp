@@ -52,29 +52,18 @@ class ViewportViewTest : public testing::Test {
         view.present(std::make_shared<ViewportScene>(std::move(model)));
     }
 
-    static MouseEvent at(Float2 point, double time, Modifiers modifiers = {}, int clicks = 1) {
-        return {.point = point,
-                .delta = {},
-                .clickCount = clicks,
-                .time = time,
-                .modifiers = modifiers};
+    static MouseEvent at(Float2 p, double t, Modifiers m = {}, int clicks = 1) {
+        return {.point = p, .delta = {}, .clickCount = clicks, .time = t, .modifiers = m};
     }
 
     // Presses at `from`, drags by `step` points `count` times 16 ms apart, and releases
-    // `releaseDelay` after the last move. Returns the release time.
-    double leftDrag(Float2 from, Float2 step, int count, double releaseDelay,
-                    Modifiers modifiers = {}) {
+    // `releaseDelay` after the last move.
+    void leftDrag(Float2 from, Float2 step, int count, double releaseDelay, Modifiers m = {}) {
         double t = 10;
-        view.mouseDown(at(from, t, modifiers));
-        Float2 p = from;
-        for (int i = 0; i < count; ++i) {
-            t += 0.016;
-            p = {p.x + step.x, p.y + step.y};
-            view.mouseDragged(at(p, t, modifiers));
-        }
-        t += releaseDelay;
-        view.mouseUp(at(p, t, modifiers));
-        return t;
+        view.mouseDown(at(from, t, m));
+        for (int i = 1; i <= count; ++i)
+            view.mouseDragged(at({from.x + step.x * i, from.y + step.y * i}, t += 0.016, m));
+        view.mouseUp(at({from.x + step.x * count, from.y + step.y * count}, t + releaseDelay, m));
     }
 
     void tick(double dt = 1.0 / 60) {
