@@ -61,7 +61,7 @@ TEST(RenderingTest, lightPercentageReadsTheSameUnderAnyProcessLocale) {
     if (!french) GTEST_SKIP() << "fr_FR.UTF-8 is not installed; checked in the C locale only";
 }
 
-TEST(RenderingTest, customGradientStaysInRangeAndTheMiddleStopRepresentsEachStyle) {
+TEST(RenderingTest, customGradientStaysInRangeAndDarkensUpwards) {
     for (Float3 custom : {Float3{0, 0, 0}, Float3{1, 1, 1}, Float3{-2, 3, 0.5f}}) {
         const auto s = Rendering::backdropGradientStops(BackdropStyle::customColor, custom);
         for (Float3 stop : {s.top, s.mid, s.bottom})
@@ -71,11 +71,6 @@ TEST(RenderingTest, customGradientStaysInRangeAndTheMiddleStopRepresentsEachStyl
             }
         EXPECT_LE(s.top.z, s.mid.z);  // darker towards the top
         EXPECT_LE(s.mid.z, s.bottom.z);
-    }
-    for (BackdropStyle style : allBackdropStyles) {
-        const Float3 custom{0.9f, 0.1f, 0.5f};
-        const auto s = Rendering::backdropGradientStops(style, custom);
-        EXPECT_EQ(Rendering::backdropRepresentativeColor(style, custom), s.mid);
     }
 }
 
