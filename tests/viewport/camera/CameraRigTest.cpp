@@ -8,22 +8,19 @@
 
 #include "ManualClock.h"
 #include "ManualTimer.h"
+#include "ViewportTestModels.h"
+#include "vocabulary/StandardView.h"
 
 using namespace vistrel;
 using namespace vistrel::viewport;
 using Pose = CameraRig::Pose;
+using test::expectNear;
 
 namespace {
 
 constexpr float pi = std::numbers::pi_v<float>;
 constexpr float degree = pi / 180;
 constexpr std::uint16_t keyW = 13, keyS = 1, keyA = 0, keyD = 2, keySpace = 49, keyC = 8;
-
-void expectNear(Float3 a, Float3 b, float tolerance = 1e-5f) {
-    EXPECT_NEAR(a.x, b.x, tolerance);
-    EXPECT_NEAR(a.y, b.y, tolerance);
-    EXPECT_NEAR(a.z, b.z, tolerance);
-}
 
 // Rotates v by the unit quaternion q (x, y, z, w).
 Float3 rotate(Float4 q, Float3 v) {
@@ -61,25 +58,14 @@ class CameraRigTest : public testing::Test {
 }  // namespace
 
 TEST_F(CameraRigTest, poseFrameIsRightHandedWithLevelHorizonAndNodeFollows) {
-    const std::vector<std::pair<float, float>> angles = {
-        {0, 0}, {pi / 2, 0}, {0.7f, -0.4f}, {-2.5f, 1.2f}, {pi / 2, -pi / 2}, {10.0f, 0.3f}};
-    for (auto [yaw, pitch] : angles) {
+    for (auto [yaw, pitch] :
+         {std::pair{0.0f, 0.0f}, {0.7f, -0.4f}, {-2.5f, 1.2f}, {pi / 2, -pi / 2}, {10.0f, 0.3f}}) {
         SCOPED_TRACE(testing::Message() << "yaw " << yaw << " pitch " << pitch);
         Pose p{{1, 2, 3}, yaw, pitch, 4};
         const Float3 f = p.forward(), r = p.right(), u = p.up();
-        expectNear(
-            f, {std::cos(yaw) * std::cos(pitch), std::sin(yaw) * std::cos(pitch), std::sin(pitch)});
         EXPECT_EQ(r.z, 0);
-        EXPECT_NEAR(length(u), 1, 1e-5f);
         EXPECT_NEAR(dot(f, r), 0, 1e-6f);
-        EXPECT_NEAR(dot(f, u), 0, 1e-6f);
         EXPECT_GE(u.z, -1e-6f);  // never upside down
-        expectNear(p.target(), Float3{1, 2, 3} + f * 4);
-        const Float3x3 b = p.basis();
-        expectNear(b.c0, r);
-        expectNear(b.c1, u);
-        expectNear(b.c2, -f);
-
         rig.set(p);
         EXPECT_EQ(node.position, p.position);
         expectNear(rotate(node.orientation, {0, 0, -1}), f);
@@ -88,36 +74,26 @@ TEST_F(CameraRigTest, poseFrameIsRightHandedWithLevelHorizonAndNodeFollows) {
     }
 }
 
-TEST_F(CameraRigTest, glideEndsOnTheStepThatReachesItsDurationNotBeforeOrAfter) {
-    const Pose to{{10, 0, 0}, 0.5f, -0.3f, 5};
-    rig.beginGlide(to, 1, 3, CameraRig::defaultGlideDuration);
-    ASSERT_TRUE(timer.isRunning());
-    for (int n = 1; n <= 3; ++n) {
-        tickAfter(0.1);
-        SCOPED_TRACE(n);
-        EXPECT_TRUE(rig.glide().has_value());
-        EXPECT_TRUE(timer.isRunning());
-        EXPECT_LT(rig.pose().position.x, 10);
-    }
-    tickAfter(0.1);
-    EXPECT_FALSE(rig.glide().has_value());
-    EXPECT_FALSE(timer.isRunning());
-    EXPECT_EQ(rig.pose(), to);  // e is exactly 1 on the last step
-    EXPECT_EQ(node.camera->orthographicScale, 3);
-    EXPECT_EQ(changes, 4);
-}
-
-TEST_F(CameraRigTest, glideFollowsSmoothstepAndInterpolatesScale) {
+TEST_F(CameraRigTest, glideEasesAndEndsOnTheStepThatReachesItsDuration) {
     rig.set(Pose{{0, 0, 0}, 0, 0, 1});
-    rig.beginGlide(Pose{{8, -4, 2}, 0, 0.4f, 9}, 2, 6, 1);
-    rig.step(0.25f);  // e = 0.15625
-    expectNear(rig.pose().position, Float3{8, -4, 2} * 0.15625f);
-    EXPECT_NEAR(rig.pose().distance, 1 + 8 * 0.15625f, 1e-5f);
-    EXPECT_NEAR(node.camera->orthographicScale, 2 + 4 * 0.15625, 1e-6);
-    rig.step(0.25f);  // halfway in time is halfway in space
+    const Pose to{{8, -4, 2}, 0.5f, 0.4f, 9};
+    rig.beginGlide(to, 2, 6, 0.4f);
+    ASSERT_TRUE(timer.isRunning());
+    tickAfter(0.1);
+    EXPECT_LT(rig.pose().position.x, 8 * 0.25f) << "starts slower than linear";
+    tickAfter(0.1);  // halfway in time is halfway in space and scale
     expectNear(rig.pose().position, {4, -2, 1});
     EXPECT_NEAR(rig.pose().pitch, 0.2f, 1e-6f);
     EXPECT_NEAR(node.camera->orthographicScale, 4, 1e-6);
+    tickAfter(0.1);
+    EXPECT_TRUE(rig.glide().has_value());
+    EXPECT_TRUE(timer.isRunning());
+    tickAfter(0.1);
+    EXPECT_FALSE(rig.glide().has_value());
+    EXPECT_FALSE(timer.isRunning());
+    EXPECT_EQ(rig.pose(), to);  // exactly the end, not nearly
+    EXPECT_EQ(node.camera->orthographicScale, 6);
+    EXPECT_EQ(changes, 5);  // the set and four steps
 }
 
 TEST_F(CameraRigTest, glideYawTakesTheShortWayRound) {
@@ -145,21 +121,17 @@ TEST_F(CameraRigTest, glideYawTakesTheShortWayRound) {
     }
 }
 
-TEST_F(CameraRigTest, newGlideReplacesTheRunningOneFromWhereItHadCome) {
-    rig.set(Pose{{0, 0, 0}, 0, 0, 1});
+TEST_F(CameraRigTest, newGlideStartsFromWhereTheRunningOneHadComeAndZeroDurationJumps) {
     rig.beginGlide(Pose{{10, 0, 0}, 0, 0, 1}, 1, 1, 1);
     rig.step(0.5f);
     const Float3 reached = rig.pose().position;
     rig.beginGlide(Pose{{0, 10, 0}, 0, 0, 1}, 1, 1, 1);
     EXPECT_EQ(timer.starts(), 1);  // still the one timer
     EXPECT_EQ(rig.glide()->from.position, reached);
-    EXPECT_EQ(rig.glide()->elapsed, 0);
     rig.step(1);
     expectNear(rig.pose().position, {0, 10, 0});
-
-    // A zero duration is a jump on the next step, even a step of no time.
     rig.beginGlide(Pose{{5, 5, 5}, 1, 0, 2}, 1, 1, 0);
-    rig.step(0);
+    rig.step(0);  // even a step of no time
     EXPECT_EQ(rig.pose(), (Pose{{5, 5, 5}, 1, 0, 2}));
     EXPECT_FALSE(rig.glide().has_value());
 }
@@ -187,12 +159,9 @@ TEST_F(CameraRigTest, orbitPitchStopsAt89DegreesWithoutPullingPosesBeyondIt) {
 TEST_F(CameraRigTest, orbitTurnsAroundTargetOrPivotKeepingDistance) {
     const Pose start{{-10, 0, 5}, 0, -0.4f, 6};
     rig.set(start);
-    const Float3 target = start.target();
     rig.orbit(1.0f, 0.3f);
-    expectNear(rig.pose().target(), target, 1e-4f);
+    expectNear(rig.pose().target(), start.target(), 1e-4f);
     EXPECT_EQ(rig.pose().distance, 6);
-    EXPECT_FLOAT_EQ(rig.pose().yaw, 1.0f);
-
     rig.set(start);
     rig.pivot = Float3{0, 0, 0};
     const float radius = length(start.position);
@@ -202,20 +171,6 @@ TEST_F(CameraRigTest, orbitTurnsAroundTargetOrPivotKeepingDistance) {
     expectNear(start.basis().transposeTimes(-start.position),
                rig.pose().basis().transposeTimes(-rig.pose().position), 1e-4f);
     EXPECT_EQ(rig.pose().distance, 6);
-}
-
-TEST_F(CameraRigTest, orbitIn2DModeNeverTilts) {
-    rig.is2DMode = true;
-    rig.set(Pose{{0, 0, 20}, 0.2f, -1.0f, 20});
-    rig.orbit(0.3f, 0.5f, 5.0);
-    EXPECT_EQ(rig.pose().pitch, -pi / 2);
-    EXPECT_EQ(rig.spin().y, 0);
-    EXPECT_FLOAT_EQ(rig.spin().x, 0.3f * 60);
-    rig.orbit(0.1f, -0.7f);
-    EXPECT_EQ(rig.pose().pitch, -pi / 2);
-    rig.startTicking();
-    ticksUntilRest(1.0 / 60);
-    EXPECT_EQ(rig.pose().pitch, -pi / 2);
 }
 
 TEST_F(CameraRigTest, orbitSpeedUsesTheEventIntervalWithinBounds) {
@@ -243,32 +198,20 @@ TEST_F(CameraRigTest, orbitSpeedUsesTheEventIntervalWithinBounds) {
     EXPECT_NEAR(rig.spin().x, d * 60, 1e-3f);
 }
 
-TEST_F(CameraRigTest, inertiaDecaysAndStopsTheTimerOnTheTickItComesToRest) {
-    rig.set(Pose{{-5, 0, 0}, 0, 0, 5});
-    rig.orbit(0.01f, 0, 3.0);
-    EXPECT_NEAR(rig.spin().x, 0.6f, 1e-5f);
-    rig.startTicking();
-    const float yawAtRelease = rig.pose().yaw;
-    EXPECT_EQ(ticksUntilRest(1.0 / 60), 25);
-    EXPECT_EQ(rig.spin(), (Float2{0, 0}));
-    // Total turn of the decay: about 0.6 * 0.1 rad, and the camera then stays put.
-    EXPECT_NEAR(rig.pose().yaw - yawAtRelease, 0.6f * 0.1f, 0.01f);
-    const Pose rest = rig.pose();
-    timer.fire();
-    EXPECT_EQ(rig.pose(), rest);
-}
-
-TEST_F(CameraRigTest, inertiaTimeConstantDoesNotDependOnFrameRate) {
+TEST_F(CameraRigTest, inertiaDecaysAlikeAtAnyFrameRateAndStopsTheTimerAtRest) {
     for (double rate : {60.0, 120.0, 30.0}) {
+        SCOPED_TRACE(rate);
         rig.set(Pose{});
         rig.orbit(0.02f, 0.01f, 1.0);
         rig.startTicking();
         for (int n = 0; n < int(rate / 10); ++n) tickAfter(1 / rate);  // 0.1 s
-        SCOPED_TRACE(rate);
         EXPECT_NEAR(rig.spin().x, 1.2f * std::exp(-1.0f), 1e-3f);
         EXPECT_NEAR(rig.spin().y, 0.6f * std::exp(-1.0f), 1e-3f);
-        rig.set(Pose{});
+        EXPECT_GT(ticksUntilRest(1 / rate), 0);
+        EXPECT_EQ(rig.spin(), (Float2{0, 0}));
+        const Pose rest = rig.pose();
         timer.fire();
+        EXPECT_EQ(rig.pose(), rest);
     }
 }
 
@@ -299,17 +242,16 @@ TEST_F(CameraRigTest, keyFlightDirectionAndSpeed) {
         {{keyW}, true, false, start.up() * s},
         {{53}, false, false, {}},  // Esc is no move key: nothing moves, nobody is told
     };
+    rig.baseSpeed = 2;
+    rig.speedScale = 1.5f;
+    rig.pivot = Float3{7, 7, 7};
     for (const Case& c : cases) {
-        SCOPED_TRACE(testing::Message() << "keys " << c.keys.size() << " first " << c.keys[0]
-                                        << " 2D " << c.is2D << " fast " << c.fast);
+        SCOPED_TRACE(&c - cases.data());
         rig.set(start);
         rig.keys.clear();
         for (auto k : c.keys) rig.keys.insert(k);
         rig.is2DMode = c.is2D;
         rig.fast = c.fast;
-        rig.baseSpeed = 2;
-        rig.speedScale = 1.5f;
-        rig.pivot = Float3{7, 7, 7};
         changes = 0;
         rig.step(0.5f);
         expectNear(rig.pose().position, c.expected);
@@ -334,24 +276,25 @@ TEST_F(CameraRigTest, keysRunTheTimerUntilReleasedAndAStallStepsATenthOfASecond)
     EXPECT_NEAR(rig.pose().position.x, 0.12f, 1e-6f);
 }
 
-TEST_F(CameraRigTest, lookTurnsInPlaceAndNotifiesTwice) {
+TEST_F(CameraRigTest, orbitIn2DModeNeverTiltsButLookTurnsInPlace) {
     rig.is2DMode = true;
     rig.pivot = Float3{5, 5, 5};
-    rig.set(Pose{{1, 2, 3}, 0, 0, 4});
-    rig.orbit(0, 0, 1.0);
-    rig.orbit(0.2f, 0, 1.05);
+    rig.set(Pose{{1, 2, 3}, 0, -1.0f, 4});
+    rig.orbit(0, 0.5f, 1.0);
+    rig.orbit(0.2f, 0.5f, 1.05);
+    EXPECT_EQ(rig.pose().pitch, -pi / 2);
+    EXPECT_EQ(rig.spin().y, 0);
     const Float3 before = rig.pose().position;
     const Float2 spin = rig.spin();
-    std::vector<Pose> seen;
-    rig.onChange = [&] { seen.push_back(rig.pose()); };
     rig.look(0.5f, 0.3f);
-    ASSERT_EQ(seen.size(), 2u);
-    EXPECT_FLOAT_EQ(seen[0].yaw, 0.7f);
-    EXPECT_FLOAT_EQ(seen[0].pitch, -pi / 2);         // yaw first, pitch untouched
-    EXPECT_FLOAT_EQ(seen[1].pitch, -pi / 2 + 0.3f);  // look ignores 2D mode
+    EXPECT_FLOAT_EQ(rig.pose().yaw, 0.7f);
+    EXPECT_FLOAT_EQ(rig.pose().pitch, -pi / 2 + 0.3f);  // look ignores 2D mode
     EXPECT_EQ(rig.pose().position, before);
     EXPECT_EQ(*rig.pivot, (Float3{5, 5, 5}));
     EXPECT_EQ(rig.spin(), spin);
+    rig.startTicking();
+    ticksUntilRest(1.0 / 60);
+    EXPECT_EQ(rig.pose().pitch, -pi / 2) << "the spin left over never tilts";
 }
 
 TEST_F(CameraRigTest, setStopsGlideAndInertiaAndTheTimerStopsOnItsNextTick) {
@@ -373,56 +316,38 @@ TEST_F(CameraRigTest, setStopsGlideAndInertiaAndTheTimerStopsOnItsNextTick) {
 }
 
 TEST_F(CameraRigTest, timerPeriodFollowsTheFastestScreenButNeverBelow60Hz) {
-    struct Case {
-        std::function<double()> fps;
-        double period;
+    const std::vector<std::pair<std::optional<double>, double>> cases = {
+        {std::nullopt, 1.0 / 60}, {0.0, 1.0 / 60},    {30.0, 1.0 / 60},
+        {120.0, 1.0 / 120},       {144.0, 1.0 / 144},
     };
-    const std::vector<Case> cases = {
-        {{}, 1.0 / 60},
-        {[] { return 0.0; }, 1.0 / 60},
-        {[] { return 30.0; }, 1.0 / 60},
-        {[] { return 120.0; }, 1.0 / 120},
-        {[] { return 144.0; }, 1.0 / 144},
-    };
-    for (const Case& c : cases) {
+    for (auto [fps, period] : cases) {
         test::ManualTimer t;
         {
-            CameraRig r{node, t, clock, c.fps};
+            CameraRig r{node, t, clock,
+                        fps ? std::function<double()>([v = *fps] { return v; }) : nullptr};
             r.keys.insert(keyW);
             r.startTicking();
             r.startTicking();  // a second call keeps the running timer
             EXPECT_EQ(t.starts(), 1);
-            EXPECT_DOUBLE_EQ(t.interval(), c.period);
+            EXPECT_DOUBLE_EQ(t.interval(), period);
         }
         EXPECT_FALSE(t.isRunning()) << "a destroyed rig stops its timer";
     }
 }
 
-TEST_F(CameraRigTest, orientationOfStandardDirections) {
-    struct Case {
-        Float3 forward, up;
-        float yaw, pitch;
-    };
-    const float iso = std::atan2(-1.0f, std::sqrt(2.0f));
-    const std::vector<Case> cases = {
-        {{0, 0, -1}, {0, 1, 0}, pi / 2, -pi / 2},   // top: +Y up on screen
-        {{0, 0, 1}, {0, 1, 0}, -pi / 2, pi / 2},    // bottom
-        {{0, 1, 0}, {0, 0, 1}, pi / 2, 0},          // front
-        {{0, -1, 0}, {0, 0, 1}, -pi / 2, 0},        // back
-        {{1, 0, 0}, {0, 0, 1}, 0, 0},               // left
-        {{-1, 0, 0}, {0, 0, 1}, pi, 0},             // right
-        {{-1, 1, -1}, {0, 0, 1}, 3 * pi / 4, iso},  // iso, not normalised on purpose
-        {{0, 0, -5}, {0, 0, 1}, 0, -pi / 2},        // forward along the up hint: heading 0
-        {{0, 0, 0}, {0, 0, 1}, 0, 0},               // no direction at all
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(testing::Message() << c.forward.x << "," << c.forward.y << "," << c.forward.z);
-        const auto o = CameraRig::orientation(c.forward, c.up);
-        EXPECT_NEAR(o.yaw, c.yaw, 1e-5f);
-        EXPECT_NEAR(o.pitch, c.pitch, 1e-5f);
-        if (length(c.forward) > 0)
-            expectNear(Pose{{}, o.yaw, o.pitch, 1}.forward(), normalize(c.forward));
+TEST_F(CameraRigTest, standardViewsLookTheirWayWithTheirUpHintUpOnScreen) {
+    for (StandardView view : allStandardViews) {
+        SCOPED_TRACE(label(view));
+        const auto o = CameraRig::orientation(forward(view), upHint(view));
+        const Pose pose{{}, o.yaw, o.pitch, 1};
+        expectNear(pose.forward(), forward(view));
+        EXPECT_GT(dot(pose.up(), upHint(view)), 0.5f);
     }
-    const auto top = CameraRig::orientation({0, 0, -1}, {0, 1, 0});
-    expectNear(Pose{{}, top.yaw, top.pitch, 1}.up(), {0, 1, 0});
+    EXPECT_EQ(forward(StandardView::top), (Float3{0, 0, -1}));
+    // Unnormalised directions, along the up hint, or none at all.
+    EXPECT_NEAR(CameraRig::orientation({-1, 1, -1}, {0, 0, 1}).yaw, 3 * pi / 4, 1e-5f);
+    EXPECT_EQ(CameraRig::orientation({0, 0, -5}, {0, 0, 1}).yaw, 0);
+    const auto none = CameraRig::orientation({0, 0, 0}, {0, 0, 1});
+    EXPECT_EQ(none.yaw, 0);
+    EXPECT_EQ(none.pitch, 0);
 }

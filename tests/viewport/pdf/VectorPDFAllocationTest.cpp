@@ -3,7 +3,7 @@
 
 #include "AllocationCounter.h"
 
-#include "PDFTestModels.h"
+#include "ViewportTestModels.h"
 #include "pdf/VectorPDFLighting.h"
 #include "pdf/VectorPDFProjector.h"
 #include "pdf/VectorPDFVisitor.h"
@@ -19,23 +19,19 @@ namespace {
 
 // A square sheet of n by n cells, two triangles and two edges each, placed twice by instances.
 SKPModel sheet(int n) {
-    Mesh mesh;
-    EdgeSet edges;
-    for (int y = 0; y <= n; ++y)
-        for (int x = 0; x <= n; ++x) {
-            mesh.positions.push_back({float(x) / n, float(y) / n, 0});
-            mesh.normals.push_back({0, 0, 1});
-        }
+    Definition piece{"sheet", {Mesh{}}, {EdgeSet{}}, {}};
+    Mesh& mesh = piece.meshes[0];
     for (int y = 0; y < n; ++y)
         for (int x = 0; x < n; ++x) {
-            const uint32_t a = uint32_t(y * (n + 1) + x), b = a + 1, c = a + uint32_t(n) + 1;
-            mesh.indices.insert(mesh.indices.end(), {a, b, c + 1, a, c + 1, c});
-            edges.positions.insert(edges.positions.end(), {mesh.positions[a], mesh.positions[b],
-                                                           mesh.positions[a], mesh.positions[c]});
+            const Float3 a{float(x) / n, float(y) / n, 0}, b = a + Float3{1.0f / n, 0, 0},
+                                                           c = a + Float3{0, 1.0f / n, 0},
+                                                           d = b + Float3{0, 1.0f / n, 0};
+            const uint32_t i = uint32_t(mesh.positions.size());
+            mesh.positions.insert(mesh.positions.end(), {a, b, d, c});
+            mesh.normals.insert(mesh.normals.end(), 4, Float3{0, 0, 1});
+            mesh.indices.insert(mesh.indices.end(), {i, i + 1, i + 2, i, i + 2, i + 3});
+            piece.edges[0].positions.insert(piece.edges[0].positions.end(), {a, b, a, c});
         }
-    Definition piece;
-    piece.meshes.push_back(std::move(mesh));
-    piece.edges.push_back(std::move(edges));
     Definition root;
     root.children.push_back({0, Float4x4::identity(), 0, false, std::nullopt, "A"});
     root.children.push_back({0, Float4x4::translation({0, 0, 1}), 0, false, std::nullopt, "B"});

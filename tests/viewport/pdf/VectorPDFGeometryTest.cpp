@@ -6,8 +6,8 @@
 #include <cmath>
 #include <numbers>
 
-#include "PDFTestModels.h"
 #include "TestEnv.h"
+#include "ViewportTestModels.h"
 #include "pdf/VectorPDFLighting.h"
 #include "pdf/VectorPDFProjector.h"
 #include "pdf/VectorPDFVisitor.h"
@@ -27,10 +27,8 @@ CameraRig::Pose lookingAlongY() {
     return pose;
 }
 
-Projector perspective(float distance = 10) {
-    CameraRig::Pose pose = lookingAlongY();
-    pose.distance = distance;
-    return Projector::make(pose, true, 60, 1, 400, 300);
+Projector perspective() {
+    return Projector::make(lookingAlongY(), true, 60, 1, 400, 300);
 }
 
 struct Walk {
@@ -61,10 +59,9 @@ Definition panel(int meshLayer, int edgeLayer, std::optional<int> material = std
 
 }  // namespace
 
-TEST(VectorPDFProjection, projectsThroughCentreWithFocalScale) {
+TEST(VectorPDFProjection, segmentsProjectThroughTheCentreAndAreClippedBehindTheEye) {
     const Projector p = perspective();
-    const float focal = float(150 / std::tan(30 * std::numbers::pi / 180));
-    EXPECT_NEAR(p.focal, focal, 0.01f);
+    const float focal = float(150 / std::tan(30 * std::numbers::pi / 180));  // 60 degrees high
     std::vector<ProjectedEdge> out;
     // A point 10 m ahead and 1 m to the right lands focal / 10 points right of centre.
     p.projectSegment({0, 10, 0}, {1, 10, 0}, 0, out);
@@ -73,125 +70,89 @@ TEST(VectorPDFProjection, projectsThroughCentreWithFocalScale) {
     EXPECT_NEAR(out[0].p1.x, 200 + focal / 10, 1e-3);
     EXPECT_NEAR(out[0].p1.y, 150, 1e-3);
     EXPECT_NEAR(out[0].depth, 10, 1e-4);
+    out.clear();
+    p.projectSegment({0, -1, 0}, {1, -2, 0}, 0, out);  // behind the eye
+    EXPECT_TRUE(out.empty());
+    p.projectSegment({0, -1, 0}, {0, 5, 0}, 0.5f, out);  // one end behind: clipped, kept
+    ASSERT_EQ(out.size(), 1u);
+    EXPECT_NEAR(out[0].depth, 0.5f * (p.nearPlane + 5) - 0.5f, 1e-4);
 }
 
-TEST(VectorPDFProjection, nearPlaneFollowsDistanceWithinLimits) {
-    EXPECT_FLOAT_EQ(perspective(1).nearPlane, 0.04f);
-    EXPECT_FLOAT_EQ(perspective(20).nearPlane, 0.1f);
-    EXPECT_FLOAT_EQ(perspective(1000).nearPlane, 0.25f);
-    EXPECT_FLOAT_EQ(Projector::make(lookingAlongY(), false, 35, 2, 400, 300).nearPlane, -10000);
-}
-
-TEST(VectorPDFProjection, triangleCrossingNearPlaneSplitsInTwoWithOwnDepths) {
+TEST(VectorPDFProjection, trianglesSplitAtTheNearPlaneAndDropOffPage) {
     const Projector p = perspective();
-    std::vector<ProjectedTriangle> out;
-    // One corner behind the eye, two in front: the clipped quadrilateral becomes a fan of two.
-    p.projectTriangle({0, -1, -0.5f}, {1, 5, 0.5f}, {-1, 5, 0}, out);
-    ASSERT_EQ(out.size(), 2u);
-    EXPECT_NE(out[0].depth, out[1].depth);
-    for (const auto& t : out) {
-        EXPECT_GT(t.area, 0.01);
-        EXPECT_GT(t.depth, p.nearPlane);
+    struct Case {
+        Float3 a, b, c;
+        size_t pieces;
+        const char* what;
+    } cases[] = {
+        {{0, -1, -0.5f}, {1, 5, 0.5f}, {-1, 5, 0}, 2, "one corner behind: a fan of two"},
+        {{0, 5, 0.5f}, {1, 5, 0}, {-1, 5, 0}, 1, "wholly in front"},
+        {{0, -1, 0}, {1, -2, 0.5f}, {-1, -2, -0.5f}, 0, "wholly behind"},
+        {{50, 5, 0}, {51, 5, 0}, {50, 5, 1}, 0, "far right of the page"},
+        {{0, 5, 0}, {1, 5, 0}, {2, 5, 0}, 0, "collinear"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.what);
+        std::vector<ProjectedTriangle> out;
+        p.projectTriangle(c.a, c.b, c.c, out);
+        ASSERT_EQ(out.size(), c.pieces);
+        for (const auto& t : out) {
+            EXPECT_GT(t.area, 0.01);
+            EXPECT_GT(t.depth, p.nearPlane);
+        }
+        if (c.pieces == 2) {
+            EXPECT_NE(out[0].depth, out[1].depth) << "each piece its own depth";
+        }
     }
-
-    out.clear();
-    p.projectTriangle({0, 5, 0.5f}, {1, 5, 0}, {-1, 5, 0}, out);
-    EXPECT_EQ(out.size(), 1u) << "a triangle wholly in front stays whole";
-
-    out.clear();
-    p.projectTriangle({0, -1, 0}, {1, -2, 0.5f}, {-1, -2, -0.5f}, out);
-    EXPECT_TRUE(out.empty()) << "a triangle wholly behind gives nothing";
-}
-
-TEST(VectorPDFProjection, clippingKeepsOrderAndCrossings) {
-    ClipPolygon in{{{0, 0, -1}, {0, 1, 1}, {1, 0, 1}}, 3};
-    const ClipPolygon out = clipPolygonAgainstNearPlane(in, 0);
-    ASSERT_EQ(out.count, 4);
-    // Leaving towards the first (outside) corner, then entering, then the two inside corners.
-    EXPECT_EQ(out.corners[0], (Float3{0.5f, 0, 0}));
-    EXPECT_EQ(out.corners[1], (Float3{0, 0.5f, 0}));
-    EXPECT_EQ(out.corners[2], (Float3{0, 1, 1}));
-    EXPECT_EQ(out.corners[3], (Float3{1, 0, 1}));
+    // Clipping keeps the order: leaving towards the outside corner, entering, then the insiders.
+    const ClipPolygon clipped =
+        clipPolygonAgainstNearPlane(ClipPolygon{{{0, 0, -1}, {0, 1, 1}, {1, 0, 1}}, 3}, 0);
+    ASSERT_EQ(clipped.count, 4);
+    const Float3 expected[] = {{0.5f, 0, 0}, {0, 0.5f, 0}, {0, 1, 1}, {1, 0, 1}};
+    for (int k = 0; k < 4; ++k) EXPECT_EQ(clipped.corners[k], expected[k]) << k;
     EXPECT_EQ(clipPolygonAgainstNearPlane(ClipPolygon{}, 0).count, 0);
 }
 
-TEST(VectorPDFProjection, dropsWhatIsOffPageOrDegenerate) {
-    const Projector p = perspective();
-    std::vector<ProjectedTriangle> tris;
-    p.projectTriangle({50, 5, 0}, {51, 5, 0}, {50, 5, 1}, tris);  // far right of the page
-    p.projectTriangle({0, 5, 0}, {1, 5, 0}, {2, 5, 0}, tris);     // collinear
-    EXPECT_TRUE(tris.empty());
-
-    std::vector<ProjectedEdge> edges;
-    p.projectSegment({0, -1, 0}, {1, -2, 0}, 0, edges);  // behind the eye
-    EXPECT_TRUE(edges.empty());
-    p.projectSegment({0, -1, 0}, {0, 5, 0}, 0.5f, edges);  // one end behind: clipped, kept
-    ASSERT_EQ(edges.size(), 1u);
-    EXPECT_NEAR(edges[0].depth, 0.5f * (p.nearPlane + 5) - 0.5f, 1e-4);
-}
-
-TEST(VectorPDFLighting, sunFacingFaceIsBrighterAndNormalsTurnToEye) {
-    Options o;
-    const SKPModel model = test::centredCube();
-    const LightingRig rig = LightingRig::make(o, model);
+TEST(VectorPDFLighting, sunFacingFaceIsBrighterAndNormalsTurnToTheEye) {
+    const LightingRig rig = LightingRig::make(Options{}, test::centredCube());
     const Float3 base{0.96f, 0.96f, 0.96f};
     const Float3 sunSide = rig.sunDirection * 10, shadowSide = rig.sunDirection * -10;
     const Float3 lit = rig.shade({0, 0, 0}, rig.sunDirection, sunSide, base);
     const Float3 away = rig.shade({0, 0, 0}, -rig.sunDirection, shadowSide, base);
-    // The sky light stands against the sun, so the sunlit face gets none of it.
-    const float up = 0.5f * rig.sunDirection.z + 0.5f;
-    EXPECT_NEAR(lit.x, 0.96f * (0.72f + 0.24f * up + 0.18f) * rig.exposure, 1e-5);
     EXPECT_GT(lit.x, away.x + 0.2f);
     // A normal that looks away from the eye is turned around first.
     EXPECT_EQ(rig.shade({0, 0, 0}, rig.sunDirection, shadowSide, base), away);
     EXPECT_EQ(rig.shade({0, 0, 0}, -rig.sunDirection, sunSide, base), lit);
 }
 
-TEST(VectorPDFLighting, pointLightFadesWithReachAndExposureScales) {
+TEST(VectorPDFLighting, pointLightFadesWithDistanceAndExposureScales) {
     Options o;
     o.lightingMode = LightingMode::point;
     o.pointLights = {{{}, "L", {0, 0, 2}, 1, false}};
     o.ambientIntensity = 0;
     const SKPModel model = test::centredCube();
     const LightingRig rig = LightingRig::make(o, model);
-    EXPECT_FLOAT_EQ(rig.reach, 0.65f * std::sqrt(3.0f));
-    SKPModel small = model;
-    small.boundsMax = {0.1f, 0.1f, 0.1f};
-    EXPECT_FLOAT_EQ(LightingRig::make(o, small).reach, 1.0f) << "floored at 1";
     const Float3 near = rig.shade({0, 0, 1.5f}, {0, 0, 1}, {0, 0, 10}, {0.5f, 0.5f, 0.5f});
     const Float3 far = rig.shade({0, 0, 0}, {0, 0, 1}, {0, 0, 10}, {0.5f, 0.5f, 0.5f});
     EXPECT_GT(near.x, far.x);
-    // At the reach and beyond, 0.18^1.6 of the light is left.
-    EXPECT_NEAR(far.x, 0.5f * std::pow(0.18f, 1.6f) * 0.95f * rig.exposure, 1e-4);
-
+    EXPECT_GT(far.x, 0) << "some light is left beyond the reach";
     o.exposureOffset += 1;  // one stop brighter
     EXPECT_NEAR(LightingRig::make(o, model).exposure, 2 * rig.exposure, 1e-5);
 }
 
 TEST(VectorPDFMaterials, textureAverageReplacesWhiteAndTintsColour) {
     test::TempDir dir;
-    const auto png = dir / "half.png";
-    // Left half red, right half blue, opaque; a fully transparent image gives nothing.
-    unsigned char px[16 * 16 * 4];
-    for (int y = 0; y < 16; ++y)
-        for (int x = 0; x < 16; ++x) {
-            unsigned char* p = px + (y * 16 + x) * 4;
-            p[0] = x < 8 ? 255 : 0;
-            p[1] = 0;
-            p[2] = x < 8 ? 0 : 255;
-            p[3] = 255;
-        }
-    ASSERT_TRUE(stbi_write_png(png.c_str(), 16, 16, 4, px, 64));
-    for (int i = 3; i < 16 * 16 * 4; i += 4) px[i] = 0;
-    const auto clear = dir / "clear.png";
-    ASSERT_TRUE(stbi_write_png(clear.c_str(), 16, 16, 4, px, 64));
-
+    // Half red, half blue, opaque; the same fully transparent gives nothing.
+    const unsigned char opaque[] = {255, 0, 0, 255, 0, 0, 255, 255},
+                        transparent[] = {255, 0, 0, 0, 0, 0, 255, 0};
+    const auto png = dir / "half.png", clear = dir / "clear.png";
+    ASSERT_TRUE(stbi_write_png(png.c_str(), 2, 1, 4, opaque, 8));
+    ASSERT_TRUE(stbi_write_png(clear.c_str(), 2, 1, 4, transparent, 8));
     const auto average = averageTextureColor(png);
     ASSERT_TRUE(average);
     EXPECT_NEAR(average->x, 0.5f, 0.01f);
     EXPECT_NEAR(average->z, 0.5f, 0.01f);
     EXPECT_FALSE(averageTextureColor(clear));
-    EXPECT_FALSE(averageTextureColor(dir / "missing.png"));
 
     SKPModel model = test::makeModel(
         {}, {},

@@ -4,7 +4,7 @@
 
 #include "ManualClock.h"
 #include "ManualTimer.h"
-#include "model/SyntheticModel.h"
+#include "ViewportTestModels.h"
 #include "scene/ViewportScene.h"
 
 using namespace vistrel;
@@ -12,33 +12,17 @@ using namespace vistrel::viewport;
 
 namespace {
 
-Mesh quad(int layer, float z, std::optional<int> material = std::nullopt) {
-    // A 10 x 10 m square at height z, facing up.
-    Mesh m;
-    m.layer = layer;
-    m.material = material;
-    m.positions = {{-5, -5, z}, {5, -5, z}, {5, 5, z}, {-5, 5, z}};
-    m.normals.assign(4, {0, 0, 1});
-    m.indices = {0, 1, 2, 0, 2, 3};
-    return m;
-}
-
-EdgeSet line(int layer, Float3 a, Float3 b) {
-    return {layer, {a, b}};
-}
+using test::square;
 
 // Layer 1: a wall (floor plane at z = 0); layer 2: an edge 1 cm above it;
 // layer 3: an edge 1 m below it; layer 4: a roof at z = 3.
 SKPModel stack() {
-    Definition root{
-        "",
-        {quad(1, 0), quad(4, 3)},
-        {line(2, {-1, 0, 0.01f}, {1, 0, 0.01f}), line(3, {-1, 0.3f, -1}, {1, 0.3f, -1})},
-        {}};
-    std::vector<Layer> layers;
-    for (const char* n : {"Layer0", "Mur", "Trait", "Dessous", "Toit"})
-        layers.push_back({n, true, {}});
-    return SKPModel(root, {}, {}, layers, {}, {}, {-5, -5, -1}, {5, 5, 3}, {}, {}, {}, {});
+    Definition root{"",
+                    {square(1, 0), square(4, 3)},
+                    {{2, {{-1, 0, 0.01f}, {1, 0, 0.01f}}}, {3, {{-1, 0.3f, -1}, {1, 0.3f, -1}}}},
+                    {}};
+    return test::makeModel(root, {}, {}, std::vector<Layer>(5, Layer{"L", true, {}}), {-5, -5, -1},
+                           {5, 5, 3}, "stack.skp");
 }
 
 std::optional<int> pickDown(ViewportScene& s, Float3 at, bool edges = true) {
@@ -47,6 +31,22 @@ std::optional<int> pickDown(ViewportScene& s, Float3 at, bool edges = true) {
     return s.pickLayer(at + Float3{0, 0, 10}, {0, 0, -1}, {1, 0, 0}, {0, 1, 0}, 100, std::nullopt,
                        std::tan(float(M_PI) / 6), 800, 4);
 }
+
+// A scene on a manual timer and clock, as the flash runs in the app.
+struct Pulsing {
+    explicit Pulsing(SKPModel model) : scene(std::move(model)) {
+        auto owned = std::make_unique<test::ManualTimer>();
+        timer = owned.get();
+        scene.setTimerSource(std::move(owned), &clock);
+    }
+    void after(double seconds) {
+        clock.advance(seconds);
+        timer->fire();
+    }
+    test::ManualClock clock;
+    ViewportScene scene;
+    test::ManualTimer* timer;
+};
 
 }  // namespace
 
@@ -90,8 +90,6 @@ TEST(ViewportLayers, visibleBoundsFollowVisibilityAndFallBackToTheModel) {
     EXPECT_EQ(s.visibleBounds().max.z, 3);
     s.setLayer(4, false);
     EXPECT_FLOAT_EQ(s.visibleBounds().max.z, 0.01f);
-    EXPECT_FLOAT_EQ(s.sun()->light->maximumShadowDistance,
-                    4 * length(s.visibleBounds().max - s.visibleBounds().min));
     s.setLayers({true, false, false, false, false});  // nothing left to see
     EXPECT_EQ(s.visibleBounds().min, (Float3{-5, -5, -1}));
     EXPECT_EQ(s.visibleBounds().max, (Float3{5, 5, 3}));
@@ -104,49 +102,28 @@ TEST(ViewportLayers, visibleBoundsFollowVisibilityAndFallBackToTheModel) {
     EXPECT_FALSE(s.findLayerSet({4})->node->isHidden);
 }
 
-TEST(ViewportLayers, hiddenLayerSetIsBuiltWhenFirstShown) {
-    SKPModel m = stack();
-    m.layers[4].isVisible = false;
-    ViewportScene s(std::move(m));
-    EXPECT_FALSE(s.findLayerSet({4})->node);
-    s.setLayer(4, true);
-    ASSERT_TRUE(s.findLayerSet({4})->node);
-    EXPECT_EQ(pickDown(s, {3, 3, 0}), 4);
-}
-
-TEST(ViewportLayers, layerZeroQueries) {
-    // Geometry only on [0, 4], [0, 7] and [0] through instances on layer 0.
-    Definition a{"a", {quad(4, 0)}, {}, {}}, b{"b", {quad(7, 1)}, {}, {}};
-    Definition root{"", {}, {}, {{0, {}, 0, false, {}, ""}, {1, {}, 0, false, {}, ""}}};
-    std::vector<Layer> layers(8, Layer{"L", true, {}});
-    ViewportScene noZero(
-        SKPModel(root, {a, b}, {}, layers, {}, {}, {-5, -5, 0}, {5, 5, 1}, {}, {}, {}, {}));
-    auto keysOf = [](const std::vector<ViewportScene::LayerSet*>& sets) {
-        std::vector<std::vector<int>> k;
-        for (auto* s : sets) k.push_back(s->layers);
-        return k;
+TEST(ViewportLayers, layerZeroMatchesItsOwnSetOrElseEverySetHoldingIt) {
+    // Geometry on [0, 4] and [0, 7] through instances on layer 0, and on [0] itself if asked.
+    const Definition a{"a", {square(4, 0)}, {}, {}}, b{"b", {square(7, 1)}, {}, {}};
+    auto matching = [&](bool ownZero, std::set<int> asked) {
+        Definition root{"", {}, {}, {{0, {}, 0, false, {}, ""}, {1, {}, 0, false, {}, ""}}};
+        if (ownZero) root.meshes.push_back(square(0, 2));
+        ViewportScene s(SKPModel(root, {a, b}, {}, std::vector<Layer>(8, Layer{"L", true, {}}), {},
+                                 {}, {-5, -5, 0}, {5, 5, 2}, {}, {}, {}, {}));
+        std::vector<std::vector<int>> keys;
+        for (auto* set : s.matchingLayerSets(asked)) keys.push_back(set->layers);
+        return keys;
     };
-    // Only 0 asked, no set is exactly [0]: every set holding 0.
-    EXPECT_EQ(keysOf(noZero.matchingLayerSets({0})),
-              (std::vector<std::vector<int>>{{0, 4}, {0, 7}}));
-    EXPECT_TRUE(noZero.matchingLayerSets({}).empty());
-    Definition root2 = root;
-    root2.meshes.push_back(quad(0, 2));
-    ViewportScene withZero(
-        SKPModel(root2, {a, b}, {}, layers, {}, {}, {-5, -5, 0}, {5, 5, 2}, {}, {}, {}, {}));
-    // {0, 4}: sets with 4, and [0] itself, but not [0, 7].
-    EXPECT_EQ(keysOf(withZero.matchingLayerSets({0, 4})),
-              (std::vector<std::vector<int>>{{0}, {0, 4}}));
-    EXPECT_EQ(keysOf(withZero.matchingLayerSets({0})), (std::vector<std::vector<int>>{{0}}));
+    using Keys = std::vector<std::vector<int>>;
+    EXPECT_EQ(matching(false, {0}), (Keys{{0, 4}, {0, 7}}));
+    EXPECT_TRUE(matching(false, {}).empty());
+    EXPECT_EQ(matching(true, {0, 4}), (Keys{{0}, {0, 4}}));  // not [0, 7]
+    EXPECT_EQ(matching(true, {0}), (Keys{{0}}));
 }
 
 TEST(ViewportLayers, pulseFlashesRestoresAndGivesWayToHover) {
-    ViewportScene s(stack());
-    auto timerOwned = std::make_unique<test::ManualTimer>();
-    test::ManualTimer* timer = timerOwned.get();
-    test::ManualClock clock;
-    s.setTimerSource(std::move(timerOwned), &clock);
-
+    Pulsing p(stack());
+    ViewportScene& s = p.scene;
     SceneNode& wall = *s.findLayerSet({1})->node->children().front();
     SceneNode& edge = *s.findLayerSet({2})->node->children().front();
     auto wallMaterial = wall.material();
@@ -165,21 +142,18 @@ TEST(ViewportLayers, pulseFlashesRestoresAndGivesWayToHover) {
     EXPECT_NE(wall.material(), wallMaterial);
     EXPECT_GT(wall.material()->emission.x, 0.6f);  // full strength at the start
     EXPECT_EQ(updates, 1);
-    EXPECT_TRUE(timer->isRunning());
-    EXPECT_DOUBLE_EQ(timer->interval(), 1.0 / 60);
+    EXPECT_TRUE(p.timer->isRunning());
 
     // A second pulse cancels the first and restores its materials before starting.
     s.pulseLayers({4});
     EXPECT_EQ(wall.material(), wallMaterial);
     SceneNode& roof = *s.findLayerSet({4})->node->children().front();
     float start = roof.material()->emission.x;
-    clock.advance(0.3);
-    timer->fire();
+    p.after(0.3);
     EXPECT_LT(roof.material()->emission.x, start);
     EXPECT_GT(roof.material()->emission.x, 0);
-    clock.advance(0.3);
-    timer->fire();  // past 0.55 s: over
-    EXPECT_FALSE(timer->isRunning());
+    p.after(0.3);  // past 0.55 s: over
+    EXPECT_FALSE(p.timer->isRunning());
     EXPECT_TRUE(s.activePulseLayers().empty());
     EXPECT_EQ(roof.material()->emission, (Float3{0, 0, 0}));
     // The hover that the flash suppressed is back without a mouse move.
@@ -189,21 +163,19 @@ TEST(ViewportLayers, pulseFlashesRestoresAndGivesWayToHover) {
     EXPECT_EQ(edge.renderingOrder, 1);
 }
 
-TEST(ViewportLayers, pulseOnHiddenLayerBuildsItShowsNothingButStillRuns) {
+TEST(ViewportLayers, pulseOnHiddenLayerBuildsItShowsNothingAndShowingItMakesItPickable) {
     SKPModel m = stack();
     m.layers[4].isVisible = false;
-    ViewportScene s(std::move(m));
-    auto timerOwned = std::make_unique<test::ManualTimer>();
-    test::ManualTimer* timer = timerOwned.get();
-    test::ManualClock clock;
-    s.setTimerSource(std::move(timerOwned), &clock);
-    s.pulseLayers({4});
-    ASSERT_TRUE(s.findLayerSet({4})->node);
-    EXPECT_TRUE(s.findLayerSet({4})->node->isHidden);
-    EXPECT_TRUE(timer->isRunning());
-    clock.advance(0.6);
-    timer->fire();
-    EXPECT_FALSE(timer->isRunning());
+    Pulsing p(std::move(m));
+    p.scene.pulseLayers({4});
+    ASSERT_TRUE(p.scene.findLayerSet({4})->node);
+    EXPECT_TRUE(p.scene.findLayerSet({4})->node->isHidden);
+    EXPECT_TRUE(p.timer->isRunning());
+    p.after(0.6);
+    EXPECT_FALSE(p.timer->isRunning());
+    EXPECT_EQ(pickDown(p.scene, {3, 3, 0}), 1);
+    p.scene.setLayer(4, true);
+    EXPECT_EQ(pickDown(p.scene, {3, 3, 0}), 4);
 }
 
 // The hover re-applied while a style change cancels the flash used to save the old-style

@@ -5,6 +5,7 @@
 
 #include "ManualClock.h"
 #include "ManualTimer.h"
+#include "ViewportTestModels.h"
 #include "view/ViewportView.h"
 
 using vistrel::test::allocations;
@@ -15,27 +16,8 @@ using namespace vistrel::viewport;
 
 namespace {
 
-SKPModel floorModel() {
-    Mesh floor;
-    floor.layer = 1;
-    floor.positions = {{-20, -20, 0}, {20, -20, 0}, {20, 20, 0}, {-20, 20, 0}};
-    floor.normals.assign(4, {0, 0, 1});
-    floor.indices = {0, 1, 2, 0, 2, 3};
-    EdgeSet edge{1, {{-20, -20, 0}, {20, -20, 0}}};
-    SKPFileInfo info;
-    info.url = "/tmp/floor.skp";
-    return SKPModel(Definition{"", {floor}, {edge}, {}}, {}, {}, {{"0", true, {}}, {"1", true, {}}},
-                    {}, std::nullopt, {-20, -20, 0}, {20, 20, 0}, {1, 2, 1, 0, 0, 0}, info,
-                    std::nullopt, std::nullopt);
-}
-
 MouseEvent at(float x, float y, double time, Modifiers modifiers = {}) {
-    MouseEvent e;
-    e.point = {x, y};
-    e.delta = {1, -1};
-    e.time = time;
-    e.modifiers = modifiers;
-    return e;
+    return {.point = {x, y}, .delta = {1, -1}, .time = time, .modifiers = modifiers};
 }
 
 }  // namespace
@@ -49,7 +31,7 @@ TEST(ViewportViewAllocationTest, dragsWheelHoverKeysAndTicksAllocateNothing) {
     view.onRedraw = [&redraws] { ++redraws; };
     view.onPoseChange = [&poses](Float3, float, float, float) { ++poses; };
     view.onHoverLayer = [&hovers](std::optional<int>) { ++hovers; };
-    view.present(std::make_shared<ViewportScene>(floorModel()));
+    view.present(std::make_shared<ViewportScene>(test::floorModel()));
     // The first pick builds the face hierarchies; that is a one-off, not a per-event cost.
     view.mouseMoved(at(400, 300, 0));
 
@@ -59,12 +41,8 @@ TEST(ViewportViewAllocationTest, dragsWheelHoverKeysAndTicksAllocateNothing) {
     counting = false;
     ASSERT_EQ(allocations.exchange(0), 1);
 
-    KeyEvent w;
-    w.keyCode = 13;
-    w.characters = "w";
-    WheelEvent wheel;
-    wheel.point = {420, 280};
-    wheel.scrollingDelta = {0, 1};
+    KeyEvent w{.keyCode = 13, .characters = "w", .modifiers = {}};
+    WheelEvent wheel{.point = {420, 280}, .scrollingDelta = {0, 1}, .modifiers = {}};
     counting = true;
     double t = 1;
     for (int round = 0; round < 50; ++round) {

@@ -4,7 +4,6 @@
 
 #include <clocale>
 #include <cmath>
-#include <numbers>
 #include <string>
 #include <vector>
 
@@ -13,60 +12,22 @@
 using namespace vistrel;
 using namespace vistrel::viewport;
 
-namespace {
-
-void expectNear(Float3 a, Float3 b, float tolerance = 1e-6f) {
-    EXPECT_NEAR(a.x, b.x, tolerance);
-    EXPECT_NEAR(a.y, b.y, tolerance);
-    EXPECT_NEAR(a.z, b.z, tolerance);
-}
-
-// The byte an image formula gives for one component.
-std::uint8_t byteOf(double v) {
-    return std::uint8_t(std::floor(std::min(std::max(v, 0.0), 1.0) * 255));
-}
-
-// Checks every pixel of row y against one colour, alpha 255.
-void expectRow(const Image& image, int y, std::array<std::uint8_t, 3> rgb) {
-    for (int x = 0; x < image.width; ++x) {
-        const std::uint8_t* p = image.pixel(x, y);
-        ASSERT_EQ(p[0], rgb[0]) << "row " << y << " column " << x;
-        ASSERT_EQ(p[1], rgb[1]) << "row " << y << " column " << x;
-        ASSERT_EQ(p[2], rgb[2]) << "row " << y << " column " << x;
-        ASSERT_EQ(p[3], 255) << "row " << y << " column " << x;
-    }
-}
-
-}  // namespace
-
-TEST(RenderingTest, sliderCurveClampsAndHasExactZero) {
+TEST(RenderingTest, sliderAndLightIntensityInvertEachOtherWithClampsAndAnExactZero) {
     struct Case {
         double slider, max;
         float power;
     };
-    const std::vector<Case> cases = {
-        {1.5, 4, 4},      {-0.2, 4, 0},
-        {0.000005, 4, 0}, {0.00001, 4, 0},
-        {1, 2.5, 2.5f},   {0.5, 1, float(std::pow(0.5, 2.6))},
-        {NAN, 4, 0},      {0.25, 8, float(std::pow(0.25, 2.6) * 8)},
+    const std::vector<Case> toPower = {
+        {1.5, 4, 4}, {-0.2, 4, 0}, {0.00001, 4, 0}, {NAN, 4, 0}, {1, 2.5, 2.5f},
     };
-    for (const Case& c : cases)
+    for (const Case& c : toPower)
         EXPECT_EQ(Rendering::sliderToLightIntensity(c.slider, c.max), c.power) << c.slider;
     EXPECT_GT(Rendering::sliderToLightIntensity(0.000011, 4), 0);
-}
-
-TEST(RenderingTest, powerToSliderInvertsTheCurve) {
-    struct Case {
-        float power;
-        double max, slider;
+    const std::vector<Case> toSlider = {
+        {0, 0, 2}, {0, -1, 2}, {1, 4, 9}, {0, 4, -1}, {0, 4, NAN}, {0, 1, 0.000001f},
     };
-    const std::vector<Case> cases = {
-        {2, 0, 0},         {2, -1, 0}, {9, 4, 1},
-        {4, 4, 1},         {-1, 4, 0}, {NAN, 4, 0},
-        {0.000001f, 1, 0}, {1, 1, 1},  {0.5f, 2, std::pow(0.25, 1 / 2.6)},
-    };
-    for (const Case& c : cases)
-        EXPECT_NEAR(Rendering::lightIntensityToSlider(c.power, c.max), c.slider, 1e-12) << c.power;
+    for (const Case& c : toSlider)
+        EXPECT_EQ(Rendering::lightIntensityToSlider(c.power, c.max), c.slider) << c.power;
     for (double m : {1.0, 2.0, 4.0, 0.3})
         for (double s : {0.5, 0.01, 0.9, 1.0})
             EXPECT_NEAR(
@@ -89,83 +50,50 @@ TEST(RenderingTest, lightPercentageReadsTheSameUnderAnyProcessLocale) {
     // A decimal comma in the C library's locale must change nothing.
     const std::string saved = std::setlocale(LC_ALL, nullptr);
     const bool french = std::setlocale(LC_ALL, "fr_FR.UTF-8") != nullptr;
-    {
-        test::ScopedLanguage language(AppLanguage::fr);
+    for (AppLanguage language : {AppLanguage::fr, AppLanguage::en}) {
+        test::ScopedLanguage scoped(language);
         for (const Case& c : cases)
-            EXPECT_EQ(Rendering::formatLightPercentage(c.value), c.fr) << c.value;
-    }
-    {
-        test::ScopedLanguage language(AppLanguage::en);
-        for (const Case& c : cases)
-            EXPECT_EQ(Rendering::formatLightPercentage(c.value), c.en) << c.value;
+            EXPECT_EQ(Rendering::formatLightPercentage(c.value),
+                      language == AppLanguage::fr ? c.fr : c.en)
+                << c.value;
     }
     std::setlocale(LC_ALL, saved.c_str());
     if (!french) GTEST_SKIP() << "fr_FR.UTF-8 is not installed; checked in the C locale only";
 }
 
-TEST(RenderingTest, customGradientIsClampedAndTheMiddleStopRepresentsEachStyle) {
-    struct Case {
-        Float3 custom;
-        Rendering::GradientStops stops;
-    };
-    const std::vector<Case> cases = {
-        {{0, 0, 0}, {{0, 0, 0}, {0, 0, 0}, {0.04f, 0.04f, 0.04f}}},
-        {{1, 1, 1}, {{0.92f, 0.92f, 0.92f}, {1, 1, 1}, {1, 1, 1}}},
-        {{-2, 3, 0.5f}, {{0, 0.92f, 0.46f}, {0, 1, 0.5f}, {0.04f, 1, 0.54f}}},
-    };
-    for (const Case& c : cases) {
-        const auto s = Rendering::backdropGradientStops(BackdropStyle::customColor, c.custom);
-        expectNear(s.top, c.stops.top);
-        expectNear(s.mid, c.stops.mid);
-        expectNear(s.bottom, c.stops.bottom);
-    }
-    for (BackdropStyle style : allBackdropStyles) {
-        const Float3 custom{0.9f, 0.1f, 0.5f};
-        const auto s = Rendering::backdropGradientStops(style, custom);
-        EXPECT_EQ(Rendering::backdropRepresentativeColor(style, custom), s.mid);
-        EXPECT_NEAR(Rendering::backdropLuminance(style, custom),
-                    0.2126 * s.mid.x + 0.7152 * s.mid.y + 0.0722 * s.mid.z, 1e-6);
+TEST(RenderingTest, customGradientStaysInRangeAndDarkensUpwards) {
+    for (Float3 custom : {Float3{0, 0, 0}, Float3{1, 1, 1}, Float3{-2, 3, 0.5f}}) {
+        const auto s = Rendering::backdropGradientStops(BackdropStyle::customColor, custom);
+        for (Float3 stop : {s.top, s.mid, s.bottom})
+            for (float v : {stop.x, stop.y, stop.z}) {
+                EXPECT_GE(v, 0) << custom.x;
+                EXPECT_LE(v, 1) << custom.x;
+            }
+        EXPECT_LE(s.top.z, s.mid.z);  // darker towards the top
+        EXPECT_LE(s.mid.z, s.bottom.z);
     }
 }
 
 TEST(RenderingTest, edgeColourStaysLegibleOnEachBackdrop) {
-    const Float3 darkEdge{0.14f, 0.16f, 0.20f}, clayEdge{0.16f, 0.18f, 0.22f},
-        lightEdge{0.86f, 0.89f, 0.94f}, wireOnDark{0.95f, 0.96f, 0.99f},
-        wireOnLight{0.07f, 0.09f, 0.12f};
-    const Float3 grey52{0.52f, 0.52f, 0.52f}, grey51{0.51f, 0.51f, 0.51f}, none{};
-    struct Case {
-        BackdropStyle backdrop;
-        Float3 custom;
-        ShadingStyle shading;
-        Float3 edge;
-    };
-    using B = BackdropStyle;
-    using S = ShadingStyle;
-    const std::vector<Case> cases = {
-        {B::warmPaper, none, S::clay, darkEdge},
-        {B::warmPaper, none, S::textured, darkEdge},
-        {B::warmPaper, none, S::wireframe, wireOnLight},
-        {B::studioDark, none, S::clay, clayEdge},
-        {B::studioDark, none, S::textured, lightEdge},
-        {B::studioDark, none, S::xray, lightEdge},
-        {B::studioDark, none, S::wireframe, wireOnDark},
-        {B::architecturalSky, none, S::wireframe, wireOnDark},
-        {B::architecturalSky, none, S::textured, darkEdge},
-        {B::architecturalSky, none, S::xray, darkEdge},
-        {B::architecturalSky, none, S::clay, clayEdge},   // clay wins over the sky rule
-        {B::customColor, grey52, S::textured, darkEdge},  // luma exactly 0.52 is light
-        {B::customColor, grey52, S::clay, darkEdge},
-        {B::customColor, grey52, S::wireframe, wireOnLight},
-        {B::customColor, grey51, S::textured, lightEdge},
-        {B::customColor, grey51, S::clay, clayEdge},
-        {B::customColor, Rendering::defaultCustomBackdropColor, S::wireframe, wireOnDark},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(testing::Message() << rawValue(c.backdrop) << " " << rawValue(c.shading)
-                                        << " custom " << c.custom.x);
-        EXPECT_EQ(Rendering::contrastingEdgeColor(c.backdrop, c.custom, c.shading), c.edge);
-    }
-    EXPECT_NEAR(Rendering::backdropLuminance(B::architecturalSky, none), 0.48, 0.01);
+    auto luma = [](Float3 c) { return 0.2126f * c.x + 0.7152f * c.y + 0.0722f * c.z; };
+    // Greys on either side of the light/dark boundary at a luma of 0.52.
+    for (float grey : {0.05f, 0.51f, 0.52f, 0.95f})
+        for (BackdropStyle backdrop : allBackdropStyles)
+            for (ShadingStyle shading : allShadingStyles) {
+                SCOPED_TRACE(testing::Message()
+                             << rawValue(backdrop) << " " << rawValue(shading) << " " << grey);
+                const Float3 custom{grey, grey, grey};
+                const float edge = luma(Rendering::contrastingEdgeColor(backdrop, custom, shading));
+                if (shading == ShadingStyle::clay)  // drawn over white clay, whatever the sky
+                    EXPECT_LT(edge, 0.25f);
+                else
+                    EXPECT_GT(std::fabs(edge - Rendering::backdropLuminance(backdrop, custom)),
+                              0.3f);
+            }
+    // The soft sky takes dark edges over faces, but light ones when the edges are all there is.
+    EXPECT_GT(luma(Rendering::contrastingEdgeColor(BackdropStyle::architecturalSky, {},
+                                                   ShadingStyle::wireframe)),
+              0.5f);
 }
 
 TEST(RenderingTest, backdropAndSkyImagesRunBetweenTheirStops) {
@@ -173,38 +101,27 @@ TEST(RenderingTest, backdropAndSkyImagesRunBetweenTheirStops) {
         SCOPED_TRACE(rawValue(style));
         const Float3 custom{0.3f, 0.6f, 0.9f};
         const Image image = Rendering::backdropImage(style, custom);
-        ASSERT_EQ(image.width, 4);
         ASSERT_EQ(image.height, 256);
         const auto s = Rendering::backdropGradientStops(style, custom);
         // Top stop at the top, the middle one just past 0.58 of the height, bottom at the bottom.
         EXPECT_NEAR(image.pixel(0, 0)[0], s.top.x * 255, 1.5);
         EXPECT_NEAR(image.pixel(3, 148)[1], s.mid.y * 255, 1.5);
         EXPECT_NEAR(image.pixel(2, 255)[2], s.bottom.z * 255, 1.5);
-        // Smoothstep: a quarter of the way down the upper part is less than a quarter changed.
-        const double u = 0.25, e = u * u * (3 - 2 * u);
-        EXPECT_EQ(image.pixel(1, 37)[1], byteOf(s.top.y + (s.mid.y - s.top.y) * e));
     }
+    // Blue zenith, bright horizon, even grey ground.
     const Image sky = Rendering::skyImage(false);
-    ASSERT_EQ(sky.width, 512);
-    ASSERT_EQ(sky.height, 256);
-    // Zenith blue, warm horizon, and the ground grey from 0.18 rad below the horizon on.
-    EXPECT_NEAR(sky.pixel(0, 0)[0], 0.52 * 255, 2);
-    EXPECT_NEAR(sky.pixel(0, 0)[2], 0.90 * 255, 2);
-    EXPECT_GE(sky.pixel(0, 127)[0], 240);
-    expectRow(sky, 200, {byteOf(0.96 - 0.62), byteOf(0.95 - 0.60), byteOf(0.92 - 0.54)});
-    EXPECT_NE(sky.pixel(0, 130)[0], sky.pixel(0, 200)[0]);
+    EXPECT_GT(sky.pixel(0, 0)[2], sky.pixel(0, 0)[0] + 60);
+    EXPECT_LT(sky.pixel(0, 200)[0], sky.pixel(0, sky.height / 2 - 1)[0] - 100);
+    EXPECT_EQ(sky.pixel(0, 200)[0], sky.pixel(sky.width - 1, 255)[0]);
     EXPECT_EQ(Rendering::skyImage(true).pixels,
               Rendering::backdropImage(BackdropStyle::architecturalSky, {0.9f, 0.9f, 0.9f}).pixels);
 }
 
 TEST(RenderingTest, ambientOcclusionIsNeverOnInParallelProjection) {
-    CameraSettings perspective, parallel;
+    CameraSettings parallel;
     parallel.usesOrthographicProjection = true;
-    Rendering::configure(perspective);
     Rendering::configure(parallel);
-    EXPECT_EQ(perspective.screenSpaceAmbientOcclusionIntensity, 0.7);
     EXPECT_EQ(parallel.screenSpaceAmbientOcclusionIntensity, 0);
-
     struct Case {
         bool enabled, orthographic;
         double intensity, written;
