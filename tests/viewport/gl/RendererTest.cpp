@@ -329,6 +329,41 @@ TEST_F(RendererSceneTest, pointLightFadesWithDistanceAndCastsShadow) {
     EXPECT_TRUE(test::matchesBaseline(image, "scene_point_light"));
 }
 
+// Regression: the renderer turned normals by the transpose of the model root's rotation, so on
+// sloped faces the flip towards the eye chose the wrong side and a curved body read as a
+// patchwork. A gable roof, its slopes wound against each other either way, lit from -X.
+TEST_F(RendererSceneTest, slopeFacingTheLightIsBrighterWhateverItsWinding) {
+    for (const auto& c : modelRoot_->children()) c->isHidden = true;
+    lookFrom({0, -6, 8}, {0, 0, 0.3f});
+    const auto [wx, wy] = pixel({-0.5f, 0, 0.5f});
+    const auto [ex, ey] = pixel({0.5f, 0, 0.5f});
+    int westLuma[2][2] = {};
+    for (int sun = 0; sun < 2; ++sun)
+        for (int flipped = 0; flipped < 2; ++flipped) {
+            const Float3 ridge{0, -1, 1}, along{0, 2, 0}, west{-1, 0, -1}, east{1, 0, -1};
+            auto roof = SceneNode::make("roof");
+            roof->addChild(
+                node(flipped ? quad(ridge, west, along) : quad(ridge, along, west), box_));
+            roof->addChild(
+                node(flipped ? quad(ridge, along, east) : quad(ridge, east, along), box_));
+            if (sun) {
+                addSunRig(*roof, false);  // the sun comes from -X -Y
+            } else {
+                auto lamp = SceneNode::make("lamp");
+                lamp->light = Light{.type = Light::Type::omni, .intensity = 2000};
+                lamp->transform = Float4x4::translation({-3, 0, 2});
+                roof->addChild(lamp);
+            }
+            modelRoot_->addChild(roof);
+            const Image image = draw();
+            roof->isHidden = true;
+            westLuma[sun][flipped] = at(image, wx, wy).luma();
+            EXPECT_GT(westLuma[sun][flipped], at(image, ex, ey).luma() + 15)
+                << (sun ? "sun" : "lamp") << (flipped ? ", west slope wound inwards" : "");
+        }
+    for (const auto& l : westLuma) EXPECT_NEAR(l[0], l[1], 2) << "winding changes the shade";
+}
+
 TEST_F(RendererSceneTest, ambientOcclusionDarkensTheFootOfTheBoxOnlyInPerspective) {
     fill_.intensity = 1000;                     // occlusion dims only the fill and the environment
     const auto [x, y] = pixel({0, -0.51f, 0});  // ground at the foot of the box
