@@ -117,11 +117,10 @@ bool culled(const Float4x4& viewProjection, const Bounds& b) {
 
 std::array<float, 9> normalMatrix(const Float4x4& m) {
     // Cofactors of the upper 3x3: the inverse transpose up to a scale the shader normalises.
-    const float a = m(0, 0), b = m(0, 1), c = m(0, 2), d = m(1, 0), e = m(1, 1), f = m(1, 2),
-                g = m(2, 0), h = m(2, 1), i = m(2, 2);
-    // Column-major mat3.
-    return {e * i - f * h, f * g - d * i, d * h - e * g, c * h - b * i, a * i - c * g,
-            b * g - a * h, b * f - c * e, c * d - a * f, a * e - b * d};
+    // Column-major mat3, whose columns are the cross products of the transform's columns.
+    const Float3 c0 = m.column3(0), c1 = m.column3(1), c2 = m.column3(2);
+    const Float3 n0 = cross(c1, c2), n1 = cross(c2, c0), n2 = cross(c0, c1);
+    return {n0.x, n0.y, n0.z, n1.x, n1.y, n1.z, n2.x, n2.y, n2.z};
 }
 
 Float3 linearColor(Float4 srgb) {
