@@ -28,19 +28,15 @@ using Bytes = std::vector<std::uint8_t>;
 // Records every call; the panel answers what the test set, after running `duringPanel`.
 class FakeWorkspace final : public app::Workspace {
   public:
-    std::vector<std::string> calls, errors;
+    std::vector<std::string> calls, errors;  // hand-overs in `calls`
     std::vector<Bytes> copied;
     std::vector<SavePanel> panels;
     std::optional<fs::path> panelAnswer;
     std::function<void()> duringPanel;
     std::vector<Application> applications;
 
-    void copyPNG(const Bytes& png) override {
-        calls.push_back("copy");
-        copied.push_back(png);
-    }
+    void copyPNG(const Bytes& png) override { copied.push_back(png); }
     std::optional<fs::path> runSavePanel(const SavePanel& panel) override {
-        calls.push_back("panel");
         panels.push_back(panel);
         if (duringPanel) duringPanel();
         return panelAnswer;
@@ -62,7 +58,6 @@ void writeBytes(const fs::path& path, const std::string& text) {
     std::ofstream(path, std::ios::binary) << text;
 }
 
-// A picture with something in it, for tests that are not about rendering.
 // The page of a PDF at one pixel per point, through poppler.
 std::optional<viewport::Image> rasterise(const fs::path& pdf) {
     const fs::path stem = fs::path(pdf).replace_extension();
@@ -72,16 +67,14 @@ std::optional<viewport::Image> rasterise(const fs::path& pdf) {
     return viewport::PNGFile::read(stem.string() + ".png");
 }
 
+// Pixels where some channel differs by more than 8, as a fraction of the picture.
 double differingFraction(const viewport::Image& a, const viewport::Image& b) {
     if (a.width != b.width || a.height != b.height) return 1;
     int differing = 0;
-    for (int y = 0; y < a.height; ++y)
-        for (int x = 0; x < a.width; ++x)
-            for (int c = 0; c < 3; ++c)
-                if (std::abs(int(a.pixel(x, y)[c]) - int(b.pixel(x, y)[c])) > 8) {
-                    ++differing;
-                    break;
-                }
+    for (size_t i = 0; i < a.pixels.size(); i += 4) {
+        auto d = [&](size_t c) { return std::abs(a.pixels[i + c] - b.pixels[i + c]); };
+        differing += std::max({d(0), d(1), d(2)}) > 8;
+    }
     return double(differing) / (double(a.width) * a.height);
 }
 
@@ -184,8 +177,7 @@ TEST_F(DocumentModelCaptureTest, exportAndCopyUseOneSnapshotTakenBeforeThePanel)
     workspace.panelAnswer = dir / "none.png";
     doc().copyImage();
     doc().exportImage();
-    EXPECT_TRUE(workspace.calls.empty()) << "no picture: no panel, no copy, no word";
-    EXPECT_FALSE(doc().flashMessage());
+    EXPECT_TRUE(workspace.panels.empty() && workspace.copied.empty()) << "no picture, no panel";
     fakeSnapshots(patternImage(12, 9));
     int snapshotsAtPanel = -1;
     workspace.duringPanel = [&] {
@@ -193,24 +185,14 @@ TEST_F(DocumentModelCaptureTest, exportAndCopyUseOneSnapshotTakenBeforeThePanel)
     };
     workspace.panelAnswer = dir / "pattern.png";
     doc().exportImage();
-    EXPECT_EQ(snapshotsAtPanel, 1);
-    EXPECT_EQ(snapshots, 1);
-    ASSERT_EQ(workspace.panels.size(), 1u);
-    EXPECT_EQ(workspace.panels[0].allowedExtension, "png");
+    EXPECT_TRUE(snapshotsAtPanel == 1 && snapshots == 1);
+    EXPECT_EQ(workspace.panels.at(0).allowedExtension, "png");
     EXPECT_EQ(doc().flashMessage(), "PNG image exported");
-    auto png = viewport::PNGFile::read(dir / "pattern.png");
-    ASSERT_TRUE(png);
-    EXPECT_EQ(png->pixels, patternImage(12, 9).pixels);
-
+    EXPECT_EQ(viewport::PNGFile::read(dir / "pattern.png").value().pixels,
+              patternImage(12, 9).pixels);
     doc().copyImage();
-    ASSERT_EQ(workspace.copied.size(), 1u);
-    writeBytes(dir / "copied.png",
-               std::string(workspace.copied[0].begin(), workspace.copied[0].end()));
-    EXPECT_EQ(viewport::PNGFile::read(dir / "copied.png")->pixels, patternImage(12, 9).pixels);
+    EXPECT_EQ(workspace.copied.at(0), app::pngBytes(patternImage(12, 9)));
     EXPECT_EQ(doc().flashMessage(), "Image copied to clipboard");
-    ScopedLanguage french(AppLanguage::fr);
-    doc().copyImage();
-    EXPECT_EQ(doc().flashMessage(), "Image copiée dans le presse-papiers");
 
     // Suggested names keep inner dots and fall back to the program's name; a cancelled panel
     // writes nothing and says nothing.
@@ -237,7 +219,7 @@ TEST_F(DocumentModelCaptureTest, exportAndCopyUseOneSnapshotTakenBeforeThePanel)
     workspace.duringPanel = [&] { doc().setAllLayers(false); };
     doc().exportVectorPDF();
     EXPECT_EQ(workspace.panels.back().allowedExtension, "pdf");
-    EXPECT_EQ(doc().flashMessage(), "PDF vectoriel exporté");
+    EXPECT_EQ(doc().flashMessage(), "Vector PDF exported");
     const Bytes written = readBytes(dir / "view.pdf");
     EXPECT_EQ(std::string(written.begin(), written.begin() + std::min<size_t>(5, written.size())),
               "%PDF-");
@@ -277,7 +259,8 @@ TEST_F(DocumentModelCaptureTest, failedWriteShowsTheErrorAndKeepsTheOldFile) {
     EXPECT_FALSE(fs::exists(dir / "missing"));
 
     // The disk fills while the new picture is written over an older one.
-    writeBytes(dir / "old.png", "the older export");
+    const std::string old = "the older export";
+    writeBytes(dir / "old.png", old);
     auto oldHandler = std::signal(SIGXFSZ, SIG_IGN);
     rlimit limit{};
     ::getrlimit(RLIMIT_FSIZE, &limit);
@@ -287,18 +270,12 @@ TEST_F(DocumentModelCaptureTest, failedWriteShowsTheErrorAndKeepsTheOldFile) {
     EXPECT_NE(exportTo(dir / "old.png"), "");
     ::setrlimit(RLIMIT_FSIZE, &limit);
     std::signal(SIGXFSZ, oldHandler);
-    const std::string old = "the older export";
     EXPECT_EQ(readBytes(dir / "old.png"), Bytes(old.begin(), old.end()));
     for (const auto& entry : fs::directory_iterator(dir.path()))
         EXPECT_TRUE(entry.path().filename() == "old.png" ||
-                    entry.path().filename().string().rfind("settings.json", 0) == 0)
+                    entry.path().filename().string().starts_with("settings.json"))
             << "left behind: " << entry.path();
     EXPECT_FALSE(doc().flashMessage());
-
-    ScopedLanguage french(AppLanguage::fr);
-    EXPECT_EQ(exportTo(dir / "missing" / "vue.png")
-                  .rfind("Le fichier « vue.png » n’a pas pu être enregistré", 0),
-              0u);
 }
 
 TEST_F(DocumentModelCaptureTest, newerFlashKeepsItsFullTimeAndTheOlderTimerLeavesIt) {
@@ -322,27 +299,26 @@ TEST_F(DocumentModelCaptureTest, newerFlashKeepsItsFullTimeAndTheOlderTimerLeave
 // the one found is started on the file, and the clipboard gets PNG bytes and an image.
 TEST_F(DocumentModelCaptureTest, desktopFindsSketchUpThroughItsEntriesAndCopiesPNG) {
     app::Workspace::setCurrent(nullptr);
-    ScopedEnv home("HOME", dir.path().c_str());
-    ScopedEnv configHome("XDG_CONFIG_HOME", (dir / "config").c_str());
-    ScopedEnv configDirs("XDG_CONFIG_DIRS", (dir / "etc").c_str());
-    ScopedEnv dataHome("XDG_DATA_HOME", (dir / "data").c_str());
-    ScopedEnv dataDirs("XDG_DATA_DIRS", (dir / "share").c_str());
+    ScopedEnv home("HOME", dir.path().c_str()), configHome("XDG_CONFIG_HOME", dir.path().c_str()),
+        configDirs("XDG_CONFIG_DIRS", dir.path().c_str()),
+        dataHome("XDG_DATA_HOME", (dir / "data").c_str()),
+        dataDirs("XDG_DATA_DIRS", dir.path().c_str());
     const fs::path file = dir / "Maison v2.skp";
     writeBytes(file, "not really a model");
     setFile(file);
     EXPECT_FALSE(doc().sketchUpApp()) << "no SketchUp on a machine without it";
 
-    // Every file type derives from this one, whatever the machine's MIME database says.
-    const std::string type = "application/octet-stream";
-    const fs::path applications = dir / "data" / "applications";
-    fs::create_directories(applications);
-    const fs::path script = dir / "open-with.sh";
+    // Every file type derives from application/octet-stream, whatever the MIME database says.
+    const fs::path script = dir / "open-with.sh",
+                   sketchUp = dir / "data" / "applications" / "com.sketchup.SketchUp2024.desktop";
     writeBytes(script,
                "#!/bin/sh\nprintf '%s' \"$1\" > \"$1.tmp\" && mv \"$1.tmp\" \"$1.opened\"\n");
     fs::permissions(script, fs::perms::owner_all);
-    const std::string entry = "[Desktop Entry]\nType=Application\nMimeType=" + type + ";\n";
-    const fs::path sketchUp = applications / "com.sketchup.SketchUp2024.desktop";
-    writeBytes(sketchUp, entry + "Name=SketchUp 2024\nExec=\"" + script.string() + "\" %f\n");
+    fs::create_directories(sketchUp.parent_path());
+    writeBytes(sketchUp,
+               "[Desktop Entry]\nType=Application\nMimeType=application/octet-stream;\n"
+               "Name=SketchUp 2024\nExec=\"" +
+                   script.string() + "\" %f\n");
     setFile(file);
     EXPECT_EQ(doc().sketchUpApp(), sketchUp);
     doc().openInSketchUp();
@@ -352,13 +328,12 @@ TEST_F(DocumentModelCaptureTest, desktopFindsSketchUpThroughItsEntriesAndCopiesP
     const std::string path = file.string();
     EXPECT_EQ(readBytes(marker), Bytes(path.begin(), path.end()));
 
-    auto png = app::pngBytes(patternImage(6, 5));
-    ASSERT_TRUE(png);
-    app::DesktopWorkspace().copyPNG(*png);
+    const auto png = app::pngBytes(patternImage(6, 5)).value();
+    app::DesktopWorkspace().copyPNG(png);
     const QMimeData* data = QGuiApplication::clipboard()->mimeData();
     ASSERT_TRUE(data);
     const QByteArray bytes = data->data("image/png");
-    EXPECT_EQ(Bytes(bytes.begin(), bytes.end()), *png);
+    EXPECT_EQ(Bytes(bytes.begin(), bytes.end()), png);
     EXPECT_EQ(qvariant_cast<QImage>(data->imageData()).size(), QSize(6, 5));
 }
 
