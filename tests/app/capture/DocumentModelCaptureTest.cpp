@@ -59,9 +59,9 @@ void writeBytes(const fs::path& path, const std::string& text) {
 }
 
 // The page of a PDF at one pixel per point, through poppler.
-std::optional<viewport::Image> rasterise(const fs::path& pdf) {
-    const fs::path stem = fs::path(pdf).replace_extension();
-    const std::string command = "pdftoppm -r 72 -png -singlefile '" + pdf.string() + "' '" +
+std::optional<viewport::Image> rasterise(const Bytes& pdf, const fs::path& stem) {
+    writeBytes(stem.string() + ".pdf", std::string(pdf.begin(), pdf.end()));
+    const std::string command = "pdftoppm -r 72 -png -singlefile '" + stem.string() + ".pdf' '" +
                                 stem.string() + "' 2>/dev/null";
     if (std::system(command.c_str()) != 0) return std::nullopt;
     return viewport::PNGFile::read(stem.string() + ".png");
@@ -145,27 +145,26 @@ TEST_F(DocumentModelCaptureTest, captureWaitsForReadyWhileHandOverWorksFromTheHe
                                         "reveal /plans/house.skp"}));
 
     // Each header asks again; an application that carries the library in use comes first.
-    const fs::path app = dir / "opt" / "SketchUp 2023.app";
-    const fs::path framework = app / "Contents/Frameworks/SketchUpAPI.framework";
-    const fs::path loose = dir / "sdk" / "SketchUpAPI.framework";
+    const fs::path app = dir / "opt" / "SketchUp 2023.app", loose = dir / "SketchUpAPI.framework",
+                   framework = app / "Contents/Frameworks/SketchUpAPI.framework";
     for (const auto& f : {framework, loose}) {
         fs::create_directories(f);
         writeBytes(f / "SketchUpAPI", "");
     }
     struct Case {
-        std::vector<app::Workspace::Application> applications;
+        const char* name;
         std::optional<fs::path> sdk, expected;
     } cases[] = {
-        {{{"Sketchbook", "/apps/sketchbook.desktop"}}, std::nullopt, std::nullopt},
-        {{{"SketchUp Make", "/apps/make.desktop"}}, std::nullopt, "/apps/make.desktop"},
-        {{{"SketchUp Viewer", "/apps/viewer.desktop"}}, framework, app},
-        {{{"SketchUp Viewer", "/apps/viewer.desktop"}}, loose, "/apps/viewer.desktop"},
+        {"Sketchbook", {}, {}},
+        {"SketchUp Make", {}, "/apps/one.desktop"},
+        {"SketchUp Viewer", framework, app},
+        {"SketchUp Viewer", loose, "/apps/one.desktop"},
     };
     for (const Case& c : cases) {
         ScopedEnv sdkEnv("VISTREL_SKETCHUP_SDK", c.sdk ? c.sdk->c_str() : nullptr);
-        workspace.applications = c.applications;
+        workspace.applications = {{c.name, "/apps/one.desktop"}};
         setFile("/plans/shed.skp");
-        EXPECT_EQ(doc().sketchUpApp(), c.expected) << c.applications[0].name;
+        EXPECT_EQ(doc().sketchUpApp(), c.expected) << c.name;
     }
     doc().setInfo(std::nullopt);
     EXPECT_FALSE(doc().sketchUpApp());
@@ -234,12 +233,9 @@ TEST_F(DocumentModelCaptureTest, headlessPDFOfANewDocumentLooksLikeTheWindowsOwn
     const auto window = doc().vectorPDFOptions(std::nullopt);
     const auto headless = viewport::VectorPDFExporter::initialViewOptions(*doc().skp(), {400, 300});
     EXPECT_EQ(headless.exposureOffset, window.exposureOffset);
-    const auto pdf = viewport::VectorPDFExporter::renderPDF(*doc().skp(), headless);
-    const auto windowPDF = doc().renderVectorPDF(std::nullopt);
-    ASSERT_TRUE(pdf && windowPDF);
-    writeBytes(dir / "headless.pdf", std::string(pdf->begin(), pdf->end()));
-    writeBytes(dir / "window.pdf", std::string(windowPDF->begin(), windowPDF->end()));
-    auto page = rasterise(dir / "headless.pdf"), windowPage = rasterise(dir / "window.pdf");
+    const auto pdf = viewport::VectorPDFExporter::renderPDF(*doc().skp(), headless).value();
+    const auto windowPDF = doc().renderVectorPDF(std::nullopt).value();
+    auto page = rasterise(pdf, dir / "headless"), windowPage = rasterise(windowPDF, dir / "window");
     if (!page || !windowPage) GTEST_SKIP() << "poppler's pdftoppm is missing";
     EXPECT_LT(differingFraction(*page, *windowPage), 0.01);
 }

@@ -155,10 +155,8 @@ TEST_F(DocumentModelTest, viewportEventsReachTheFieldsAndTheFeedback) {
     EXPECT_EQ(doc().hoveredLayerName(), "Toiture");
     doc().viewport().onSelectLayer(1);
     EXPECT_EQ(doc().selectedLayerIndex(), 1);
-    EXPECT_EQ(doc().scrollToLayerTrigger(), 1);
     doc().viewport().onResetView(false);
     EXPECT_FALSE(doc().isPerspective());
-    EXPECT_FALSE(doc().activeStandardView());
     // A model that does not say CAD defers to the header.
     EXPECT_FALSE(doc().isCAD());
     SKPFileInfo dxf;

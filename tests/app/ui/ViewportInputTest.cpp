@@ -58,10 +58,8 @@ TEST(ViewportInputTest, mouseRecordsFlipToABottomLeftOriginWithAppleModifiers) {
     EXPECT_TRUE(record.delta == (Float2{3, -4}) && record.clickCount == 2 && record.time == 12.5);
     EXPECT_TRUE(record.modifiers.shift && record.modifiers.option && !record.modifiers.command);
     // Ctrl is command, Meta is control, Alt is option, each alone.
-    const auto ctrl = ViewportInput::modifiers(Qt::ControlModifier);
-    EXPECT_TRUE(ctrl.command && !ctrl.control && !ctrl.option && !ctrl.shift);
-    const auto meta = ViewportInput::modifiers(Qt::MetaModifier);
-    EXPECT_TRUE(meta.control && !meta.command && !meta.option && !meta.shift);
+    const auto ctrl = ViewportInput::modifiers(Qt::ControlModifier | Qt::MetaModifier);
+    EXPECT_TRUE(ctrl.command && ctrl.control && !ctrl.option && !ctrl.shift);
 }
 
 TEST(ViewportInputTest, rawDeltasCountScreenDownwardsAndSkipTheWarpEcho) {
@@ -106,22 +104,19 @@ TEST(ViewportInputTest, notchedWheelGivesLinesAndTrackpadGivesPreciseDeltas) {
 }
 
 TEST(ViewportInputTest, scrollPhasesBecomeGestureAndMomentumPhases) {
-    const auto none = GesturePhase::none, began = GesturePhase::began,
-               changed = GesturePhase::changed, ended = GesturePhase::ended;
+    using enum GesturePhase;
+    using enum Qt::ScrollPhase;
     struct Case {
         std::initializer_list<Qt::ScrollPhase> sequence;
         std::vector<std::pair<GesturePhase, GesturePhase>> expected;
-    };
-    const Case cases[] = {
-        {{Qt::ScrollBegin, Qt::ScrollUpdate, Qt::ScrollEnd},
-         {{began, none}, {changed, none}, {ended, none}}},
-        {{Qt::ScrollUpdate, Qt::ScrollUpdate}, {{began, none}, {changed, none}}},  // no begin
-        {{Qt::NoScrollPhase}, {{none, none}}},
-        // The lift ends the fingers' gesture before the momentum...
-        {{Qt::ScrollBegin, Qt::ScrollMomentum, Qt::ScrollMomentum, Qt::ScrollEnd},
+    } cases[] = {
+        {{ScrollBegin, ScrollUpdate, ScrollEnd}, {{began, none}, {changed, none}, {ended, none}}},
+        {{ScrollUpdate, ScrollUpdate}, {{began, none}, {changed, none}}},  // no begin
+        {{NoScrollPhase}, {{none, none}}},
+        // The lift ends the fingers' gesture before the momentum, unless the platform did.
+        {{ScrollBegin, ScrollMomentum, ScrollMomentum, ScrollEnd},
          {{began, none}, {ended, none}, {none, changed}, {none, changed}, {none, ended}}},
-        // ...unless the platform ended it itself.
-        {{Qt::ScrollBegin, Qt::ScrollEnd, Qt::ScrollMomentum, Qt::ScrollEnd},
+        {{ScrollBegin, ScrollEnd, ScrollMomentum, ScrollEnd},
          {{began, none}, {ended, none}, {none, changed}, {none, ended}}},
     };
     for (const Case& c : cases) EXPECT_EQ(phasesOf(c.sequence), c.expected);
