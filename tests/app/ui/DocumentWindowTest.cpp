@@ -46,11 +46,10 @@ int drawnPixels(const QImage& image) {
     return count;
 }
 
-QAction* findAction(QWidget& window, const QString& text) {
-    for (QAction* menu : window.findChild<QMenuBar*>()->actions())
-        if (menu->menu())
-            for (QAction* action : menu->menu()->actions())
-                if (action->text() == text) return action;
+template <class Control>
+Control* named(QWidget& parent, const QString& text) {
+    for (Control* control : parent.findChildren<Control*>())
+        if (control->text() == text) return control;
     return nullptr;
 }
 
@@ -91,8 +90,7 @@ TEST_F(DocumentWindowTest, aCorpusDrawingOpensIsDrawnAnswersCommandsAndCloses) {
     DocumentModel& m = document->model();
     ASSERT_TRUE(waitUntil([&] { return m.isReady(); }, 20)) << m.statusText();
     EXPECT_FALSE(window->overlay().isVisible());
-    EXPECT_NE(window->statusLine().toStdString().find("faces"), std::string::npos)
-        << window->statusLine().toStdString();
+    EXPECT_TRUE(window->statusLine().contains("faces")) << window->statusLine().toStdString();
     settle(0.5);
 
     ASSERT_NE(window->viewport(), nullptr);
@@ -101,7 +99,7 @@ TEST_F(DocumentWindowTest, aCorpusDrawingOpensIsDrawnAnswersCommandsAndCloses) {
     EXPECT_GT(drawn, 500) << "the drawing's lines are on screen";
 
     // Styles through the menu.
-    QAction* wireframe = findAction(*window, "Style: Wireframe");
+    QAction* wireframe = named<QAction>(*window->findChild<QMenuBar*>(), "Style: Wireframe");
     ASSERT_TRUE(wireframe && wireframe->isEnabled());
     wireframe->trigger();
     EXPECT_EQ(m.shadingStyle(), viewport::ShadingStyle::wireframe);
@@ -109,9 +107,7 @@ TEST_F(DocumentWindowTest, aCorpusDrawingOpensIsDrawnAnswersCommandsAndCloses) {
     EXPECT_TRUE(wireframe->isChecked());
 
     // Hiding every layer leaves only the backdrop.
-    QPushButton* hideAll = nullptr;
-    for (auto* button : window->layerPanel().findChildren<QPushButton*>())
-        if (button->text() == "Hide All") hideAll = button;
+    QPushButton* hideAll = named<QPushButton>(window->layerPanel(), "Hide All");
     ASSERT_NE(hideAll, nullptr);
     hideAll->click();
     EXPECT_EQ(m.visibleLayerCount(), 0);

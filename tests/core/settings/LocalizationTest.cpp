@@ -14,13 +14,11 @@ class LocalizationTest : public testing::Test {
   protected:
     void SetUp() override {
         Localization::setStore(&store);
-        Localization::setCommandLine({});
-        Localization::resetForTesting();
+        restart({});
     }
     void TearDown() override {
         Localization::setStore(nullptr);
-        Localization::setCommandLine({});
-        Localization::resetForTesting();
+        restart({});
     }
     void restart(std::vector<std::string> args) {
         Localization::setCommandLine(std::move(args));
@@ -28,11 +26,8 @@ class LocalizationTest : public testing::Test {
     }
     test::TempDir dir;
     SettingsStore store{dir / "settings.json"};
-    test::ScopedEnv noVistrelLang{"VISTREL_LANG", nullptr};
-    test::ScopedEnv language{"LANGUAGE", nullptr};
-    test::ScopedEnv lcAll{"LC_ALL", nullptr};
-    test::ScopedEnv lcMessages{"LC_MESSAGES", nullptr};
-    test::ScopedEnv lang{"LANG", "fr_FR.UTF-8"};
+    test::ScopedEnv vistrelLang{"VISTREL_LANG", nullptr}, language{"LANGUAGE", nullptr},
+        lcAll{"LC_ALL", nullptr}, lcMessages{"LC_MESSAGES", nullptr}, lang{"LANG", "fr_FR.UTF-8"};
 };
 
 }  // namespace
@@ -70,11 +65,10 @@ TEST_F(LocalizationTest, commandLineThenStoreThenEnvironmentDecide) {
         EXPECT_EQ(Localization::current(), c.current) << &c - cases;
         EXPECT_EQ(L("Oui", "Yes"), c.english ? "Yes" : "Oui") << &c - cases;
     }
-    EXPECT_EQ(label(AppLanguage::system), "Système");
+    EXPECT_EQ(label(AppLanguage::system), "Système") << "on a French system";
 }
 
 TEST_F(LocalizationTest, writingStoresRawValueAndSystemLanguageKey) {
-    restart({});
     Localization::setCurrent(AppLanguage::en);
     EXPECT_EQ(store.value("org.vistrel.viewer.language"), "en");
     EXPECT_EQ(store.value("AppleLanguages"), nlohmann::json::array({"en"}));
