@@ -6,12 +6,12 @@
 
 #include <algorithm>
 #include <csignal>
-#include <cstdlib>
 #include <fstream>
 #include <iterator>
 #include <thread>
 
 #include "DocumentModelFixture.h"
+#include "PageRaster.h"
 #include "ScopedLanguage.h"
 #include "capture/PNGBytes.h"
 #include "capture/Workspace.h"
@@ -58,21 +58,12 @@ void writeBytes(const fs::path& path, const std::string& text) {
     std::ofstream(path, std::ios::binary) << text;
 }
 
-// The page of a PDF at one pixel per point, through poppler.
-std::optional<viewport::Image> rasterise(const Bytes& pdf, const fs::path& stem) {
-    writeBytes(stem.string() + ".pdf", std::string(pdf.begin(), pdf.end()));
-    const std::string command = "pdftoppm -r 72 -png -singlefile '" + stem.string() + ".pdf' '" +
-                                stem.string() + "' 2>/dev/null";
-    if (std::system(command.c_str()) != 0) return std::nullopt;
-    return viewport::PNGFile::read(stem.string() + ".png");
-}
-
 // Pixels where some channel differs by more than 8, as a fraction of the picture.
-double differingFraction(const viewport::Image& a, const viewport::Image& b) {
+double differingFraction(const Raster& a, const Raster& b) {
     if (a.width != b.width || a.height != b.height) return 1;
     int differing = 0;
-    for (size_t i = 0; i < a.pixels.size(); i += 4) {
-        auto d = [&](size_t c) { return std::abs(a.pixels[i + c] - b.pixels[i + c]); };
+    for (size_t i = 0; i < a.rgb.size(); i += 3) {
+        auto d = [&](size_t c) { return std::abs(a.rgb[i + c] - b.rgb[i + c]); };
         differing += std::max({d(0), d(1), d(2)}) > 8;
     }
     return double(differing) / (double(a.width) * a.height);
@@ -228,7 +219,8 @@ TEST_F(DocumentModelCaptureTest, headlessPDFOfANewDocumentLooksLikeTheWindowsOwn
     EXPECT_EQ(headless.exposureOffset, window.exposureOffset);
     const auto pdf = viewport::VectorPDFExporter::renderPDF(*doc().skp(), headless).value();
     const auto windowPDF = doc().renderVectorPDF(std::nullopt).value();
-    auto page = rasterise(pdf, dir / "headless"), windowPage = rasterise(windowPDF, dir / "window");
+    const auto page = rasterisePDF(pdf, dir.path(), "headless"),
+               windowPage = rasterisePDF(windowPDF, dir.path(), "window");
     if (!page || !windowPage) GTEST_SKIP() << "poppler's pdftoppm is missing";
     EXPECT_LT(differingFraction(*page, *windowPage), 0.01);
 }
