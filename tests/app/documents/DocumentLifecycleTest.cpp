@@ -14,14 +14,13 @@
 #include <fstream>
 
 #include "DXFPlanGenerator.h"
+#include "DocumentModelFixture.h"
 #include "EventLoop.h"
 #include "ScopedLanguage.h"
 #include "documents/DocumentController.h"
 #include "documents/SKPDocument.h"
 #include "model/SKPError.h"
 #include "model/SyntheticModel.h"
-#include "settings/SettingsStore.h"
-#include "shell/Preferences.h"
 #include "ui/DocumentWindow.h"
 #include "ui/LoadingOverlay.h"
 
@@ -57,17 +56,16 @@ bool isFailed(const DocumentModel& m) {
     return std::holds_alternative<DocumentModel::Failed>(m.state());
 }
 
-class DocumentLifecycleTest : public testing::Test {
+class DocumentLifecycleTest : public test::DocumentModelTest {
   protected:
     void SetUp() override {
-        Preferences::setStore(&store);
-        Preferences::registerDefaults();
+        DocumentModelTest::SetUp();
         tools::writeDXFPlan(dxf, 200'000);
     }
     void TearDown() override {
         SKPDocument::waitForLoads();
         QCoreApplication::processEvents();
-        Preferences::setStore(nullptr);
+        DocumentModelTest::TearDown();
     }
     // A document on `dxf` whose loader reports, waits at `gate`, then returns `result`; its
     // progress callback goes to `keep`, for reports after the end.
@@ -86,8 +84,6 @@ class DocumentLifecycleTest : public testing::Test {
         return document;
     }
 
-    test::TempDir dir;
-    SettingsStore store{dir / "settings.json"};
     test::ScopedLanguage english{AppLanguage::en};
     fs::path dxf = dir / "plan.dxf", textures = dir / "textures";
     SKPReader::ProgressCallback lateProgress;

@@ -2,23 +2,14 @@
 
 #include <gtest/gtest.h>
 
-#include "TestEnv.h"
-#include "settings/SettingsStore.h"
+#include "DocumentModelFixture.h"
 
 using namespace vistrel;
 using namespace vistrel::app;
 
 namespace {
 
-class PreferencesTest : public testing::Test {
-  protected:
-    void SetUp() override {
-        Preferences::setStore(&store);
-        Preferences::registerDefaults();
-    }
-    void TearDown() override { Preferences::setStore(nullptr); }
-    test::TempDir dir;
-    SettingsStore store{dir / "settings.json"};
+class PreferencesTest : public test::DocumentModelTest {
     test::ScopedEnv noEnvPort{"VISTREL_OSC_OUT_PORT", nullptr};
 };
 

@@ -10,12 +10,12 @@
 #include <QPointer>
 #include <QPushButton>
 
+#include "DocumentModelFixture.h"
 #include "EventLoop.h"
 #include "ScopedLanguage.h"
 #include "documents/DocumentController.h"
 #include "documents/DocumentModel.h"
 #include "documents/SKPDocument.h"
-#include "shell/Preferences.h"
 #include "ui/DocumentWindow.h"
 #include "ui/LayerPanel.h"
 #include "ui/LoadingOverlay.h"
@@ -28,7 +28,7 @@ namespace {
 
 using test::waitUntil;
 
-void settle(double seconds) {
+void idle(double seconds) {
     waitUntil([] { return false; }, seconds);
 }
 
@@ -53,22 +53,18 @@ Control* named(QWidget& parent, const QString& text) {
     return nullptr;
 }
 
-class DocumentWindowTest : public testing::Test {
+class DocumentWindowTest : public test::DocumentModelTest {
   protected:
     void SetUp() override {
         if (QGuiApplication::platformName() != "xcb")
             GTEST_SKIP() << "needs a display (run under xvfb-run)";
-        Preferences::setStore(&store);
-        Preferences::registerDefaults();
+        DocumentModelTest::SetUp();
     }
     void TearDown() override {
         SKPDocument::waitForLoads();
         QCoreApplication::processEvents();
-        Preferences::setStore(nullptr);
+        DocumentModelTest::TearDown();
     }
-
-    test::TempDir dir;
-    SettingsStore store{dir / "settings.json"};
     test::ScopedLanguage english{AppLanguage::en};
 };
 
@@ -91,7 +87,7 @@ TEST_F(DocumentWindowTest, aCorpusDrawingOpensIsDrawnAnswersCommandsAndCloses) {
     ASSERT_TRUE(waitUntil([&] { return m.isReady(); }, 20)) << m.statusText();
     EXPECT_FALSE(window->overlay().isVisible());
     EXPECT_TRUE(window->statusLine().contains("faces")) << window->statusLine().toStdString();
-    settle(0.5);
+    idle(0.5);
 
     ASSERT_NE(window->viewport(), nullptr);
     ViewportWidget& view = *window->viewport();
@@ -103,7 +99,7 @@ TEST_F(DocumentWindowTest, aCorpusDrawingOpensIsDrawnAnswersCommandsAndCloses) {
     ASSERT_TRUE(wireframe && wireframe->isEnabled());
     wireframe->trigger();
     EXPECT_EQ(m.shadingStyle(), viewport::ShadingStyle::wireframe);
-    settle(0.2);
+    idle(0.2);
     EXPECT_TRUE(wireframe->isChecked());
 
     // Hiding every layer leaves only the backdrop.
@@ -111,7 +107,7 @@ TEST_F(DocumentWindowTest, aCorpusDrawingOpensIsDrawnAnswersCommandsAndCloses) {
     ASSERT_NE(hideAll, nullptr);
     hideAll->click();
     EXPECT_EQ(m.visibleLayerCount(), 0);
-    settle(0.3);
+    idle(0.3);
     EXPECT_LT(drawnPixels(view.grabFramebuffer()), drawn / 20)
         << "hidden layers are gone from the screen";
 
