@@ -92,6 +92,9 @@ TEST_F(ViewportWidgetTest, dragsWheelAndPinchMoveTheCamera) {
     auto before = pose();
     drag(Qt::LeftButton, {60, 0});
     EXPECT_LT(pose().yaw, before.yaw - 0.1f) << "dragging right turns the model to the right";
+    before = pose();
+    drag(Qt::LeftButton, {0, -50});
+    EXPECT_GT(pose().pitch, before.pitch + 0.1f) << "up the screen is up";
     EXPECT_FALSE(view().drag()) << "the release ends the gesture";
     before = pose();
     drag(Qt::MiddleButton, {40, 0});
@@ -112,9 +115,13 @@ TEST_F(ViewportWidgetTest, dragsWheelAndPinchMoveTheCamera) {
     before = pose();
     for (auto [type, value] : {std::pair{Qt::BeginNativeGesture, 0.0},
                                {Qt::ZoomNativeGesture, 0.25},
+                               {Qt::EndNativeGesture, 0.0},
+                               {Qt::BeginNativeGesture, 0.0},
+                               {Qt::RotateNativeGesture, 10.0},
                                {Qt::EndNativeGesture, 0.0}})
         send(QNativeGestureEvent(type, QPointingDevice::primaryPointingDevice(), 2, centre(),
                                  centre(), widget().mapToGlobal(centre()), value, QPointF()));
+    EXPECT_GT(pose().yaw, before.yaw + 0.1f) << "fingers turned clockwise";
     EXPECT_LT(pose().distance, before.distance);
 }
 
