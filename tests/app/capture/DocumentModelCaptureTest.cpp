@@ -6,12 +6,12 @@
 
 #include <algorithm>
 #include <csignal>
-#include <cstdlib>
 #include <fstream>
 #include <iterator>
 #include <thread>
 
 #include "DocumentModelFixture.h"
+#include "PageRaster.h"
 #include "ScopedLanguage.h"
 #include "capture/PNGBytes.h"
 #include "capture/Workspace.h"
@@ -28,19 +28,15 @@ using Bytes = std::vector<std::uint8_t>;
 // Records every call; the panel answers what the test set, after running `duringPanel`.
 class FakeWorkspace final : public app::Workspace {
   public:
-    std::vector<std::string> calls, errors;
+    std::vector<std::string> calls, errors;  // hand-overs in `calls`
     std::vector<Bytes> copied;
     std::vector<SavePanel> panels;
     std::optional<fs::path> panelAnswer;
     std::function<void()> duringPanel;
     std::vector<Application> applications;
 
-    void copyPNG(const Bytes& png) override {
-        calls.push_back("copy");
-        copied.push_back(png);
-    }
+    void copyPNG(const Bytes& png) override { copied.push_back(png); }
     std::optional<fs::path> runSavePanel(const SavePanel& panel) override {
-        calls.push_back("panel");
         panels.push_back(panel);
         if (duringPanel) duringPanel();
         return panelAnswer;
@@ -53,36 +49,13 @@ class FakeWorkspace final : public app::Workspace {
     void reveal(const fs::path& file) override { calls.push_back("reveal " + file.string()); }
 };
 
-Bytes readBytes(const fs::path& path) {
+std::string readText(const fs::path& path) {
     std::ifstream in(path, std::ios::binary);
-    return Bytes(std::istreambuf_iterator<char>(in), {});
+    return std::string(std::istreambuf_iterator<char>(in), {});
 }
 
 void writeBytes(const fs::path& path, const std::string& text) {
     std::ofstream(path, std::ios::binary) << text;
-}
-
-// A picture with something in it, for tests that are not about rendering.
-// The page of a PDF at one pixel per point, through poppler.
-std::optional<viewport::Image> rasterise(const fs::path& pdf) {
-    const fs::path stem = fs::path(pdf).replace_extension();
-    const std::string command = "pdftoppm -r 72 -png -singlefile '" + pdf.string() + "' '" +
-                                stem.string() + "' 2>/dev/null";
-    if (std::system(command.c_str()) != 0) return std::nullopt;
-    return viewport::PNGFile::read(stem.string() + ".png");
-}
-
-double differingFraction(const viewport::Image& a, const viewport::Image& b) {
-    if (a.width != b.width || a.height != b.height) return 1;
-    int differing = 0;
-    for (int y = 0; y < a.height; ++y)
-        for (int x = 0; x < a.width; ++x)
-            for (int c = 0; c < 3; ++c)
-                if (std::abs(int(a.pixel(x, y)[c]) - int(b.pixel(x, y)[c])) > 8) {
-                    ++differing;
-                    break;
-                }
-    return double(differing) / (double(a.width) * a.height);
 }
 
 viewport::Image patternImage(int width, int height) {
@@ -97,8 +70,7 @@ class DocumentModelCaptureTest : public DocumentModelTest {
     void SetUp() override {
         DocumentModelTest::SetUp();
         app::Workspace::setCurrent(&workspace);
-        doc().scheduleAfter = [this](double seconds, std::function<void()> action) {
-            delays.push_back(seconds);
+        doc().scheduleAfter = [this](double, std::function<void()> action) {
             timers.push_back(std::move(action));
         };
         doc().viewport().setSize({160, 120});  // small: software GL
@@ -125,7 +97,6 @@ class DocumentModelCaptureTest : public DocumentModelTest {
     ScopedEnv sdk{"VISTREL_SKETCHUP_SDK", nullptr};
     ScopedEnv bundledOnly{"VISTREL_BUNDLED_SDK_ONLY", "1"};
     FakeWorkspace workspace;
-    std::vector<double> delays;
     std::vector<std::function<void()>> timers;  // run by hand, in the order they expire
     int snapshots = 0;
 };
@@ -152,27 +123,26 @@ TEST_F(DocumentModelCaptureTest, captureWaitsForReadyWhileHandOverWorksFromTheHe
                                         "reveal /plans/house.skp"}));
 
     // Each header asks again; an application that carries the library in use comes first.
-    const fs::path app = dir / "opt" / "SketchUp 2023.app";
-    const fs::path framework = app / "Contents/Frameworks/SketchUpAPI.framework";
-    const fs::path loose = dir / "sdk" / "SketchUpAPI.framework";
+    const fs::path app = dir / "opt" / "SketchUp 2023.app", loose = dir / "SketchUpAPI.framework",
+                   framework = app / "Contents/Frameworks/SketchUpAPI.framework";
     for (const auto& f : {framework, loose}) {
         fs::create_directories(f);
         writeBytes(f / "SketchUpAPI", "");
     }
     struct Case {
-        std::vector<app::Workspace::Application> applications;
+        const char* name;
         std::optional<fs::path> sdk, expected;
     } cases[] = {
-        {{{"Sketchbook", "/apps/sketchbook.desktop"}}, std::nullopt, std::nullopt},
-        {{{"SketchUp Make", "/apps/make.desktop"}}, std::nullopt, "/apps/make.desktop"},
-        {{{"SketchUp Viewer", "/apps/viewer.desktop"}}, framework, app},
-        {{{"SketchUp Viewer", "/apps/viewer.desktop"}}, loose, "/apps/viewer.desktop"},
+        {"Sketchbook", {}, {}},
+        {"SketchUp Make", {}, "/apps/one.desktop"},
+        {"SketchUp Viewer", framework, app},
+        {"SketchUp Viewer", loose, "/apps/one.desktop"},
     };
     for (const Case& c : cases) {
         ScopedEnv sdkEnv("VISTREL_SKETCHUP_SDK", c.sdk ? c.sdk->c_str() : nullptr);
-        workspace.applications = c.applications;
+        workspace.applications = {{c.name, "/apps/one.desktop"}};
         setFile("/plans/shed.skp");
-        EXPECT_EQ(doc().sketchUpApp(), c.expected) << c.applications[0].name;
+        EXPECT_EQ(doc().sketchUpApp(), c.expected) << c.name;
     }
     doc().setInfo(std::nullopt);
     EXPECT_FALSE(doc().sketchUpApp());
@@ -184,39 +154,26 @@ TEST_F(DocumentModelCaptureTest, exportAndCopyUseOneSnapshotTakenBeforeThePanel)
     workspace.panelAnswer = dir / "none.png";
     doc().copyImage();
     doc().exportImage();
-    EXPECT_TRUE(workspace.calls.empty()) << "no picture: no panel, no copy, no word";
-    EXPECT_FALSE(doc().flashMessage());
+    EXPECT_TRUE(workspace.panels.empty() && workspace.copied.empty()) << "no picture, no panel";
     fakeSnapshots(patternImage(12, 9));
     int snapshotsAtPanel = -1;
-    workspace.duringPanel = [&] {
-        if (snapshotsAtPanel < 0) snapshotsAtPanel = snapshots;
-    };
+    workspace.duringPanel = [&] { snapshotsAtPanel = snapshots; };
     workspace.panelAnswer = dir / "pattern.png";
     doc().exportImage();
-    EXPECT_EQ(snapshotsAtPanel, 1);
-    EXPECT_EQ(snapshots, 1);
-    ASSERT_EQ(workspace.panels.size(), 1u);
-    EXPECT_EQ(workspace.panels[0].allowedExtension, "png");
+    EXPECT_TRUE(snapshotsAtPanel == 1 && snapshots == 1);
+    EXPECT_EQ(workspace.panels.at(0).allowedExtension, "png");
     EXPECT_EQ(doc().flashMessage(), "PNG image exported");
-    auto png = viewport::PNGFile::read(dir / "pattern.png");
-    ASSERT_TRUE(png);
-    EXPECT_EQ(png->pixels, patternImage(12, 9).pixels);
-
+    EXPECT_EQ(viewport::PNGFile::read(dir / "pattern.png").value().pixels,
+              patternImage(12, 9).pixels);
     doc().copyImage();
-    ASSERT_EQ(workspace.copied.size(), 1u);
-    writeBytes(dir / "copied.png",
-               std::string(workspace.copied[0].begin(), workspace.copied[0].end()));
-    EXPECT_EQ(viewport::PNGFile::read(dir / "copied.png")->pixels, patternImage(12, 9).pixels);
+    EXPECT_EQ(workspace.copied.at(0), app::pngBytes(patternImage(12, 9)));
     EXPECT_EQ(doc().flashMessage(), "Image copied to clipboard");
-    ScopedLanguage french(AppLanguage::fr);
-    doc().copyImage();
-    EXPECT_EQ(doc().flashMessage(), "Image copiée dans le presse-papiers");
 
     // Suggested names keep inner dots and fall back to the program's name; a cancelled panel
     // writes nothing and says nothing.
     workspace.panels.clear();
     workspace.panelAnswer.reset();
-    const size_t delaysBefore = delays.size();
+    const size_t timersBefore = timers.size();
     for (const char* url : {"", "/plans/model.v2.skp", "/plans/Plan RDC.dxf"}) {
         if (*url) setFile(url);
         doc().exportImage();
@@ -226,7 +183,7 @@ TEST_F(DocumentModelCaptureTest, exportAndCopyUseOneSnapshotTakenBeforeThePanel)
     for (const auto& panel : workspace.panels) names.push_back(panel.suggestedName);
     EXPECT_EQ(names, (std::vector<std::string>{"Vistrel.png", "Vistrel.pdf", "model.v2.png",
                                                "model.v2.pdf", "Plan RDC.png", "Plan RDC.pdf"}));
-    EXPECT_EQ(delays.size(), delaysBefore);
+    EXPECT_EQ(timers.size(), timersBefore) << "no word";
     EXPECT_FALSE(fs::exists(dir / "none.png"));
 
     // The PDF too is the view before the panel: the layers hidden there would shrink it.
@@ -237,11 +194,8 @@ TEST_F(DocumentModelCaptureTest, exportAndCopyUseOneSnapshotTakenBeforeThePanel)
     workspace.duringPanel = [&] { doc().setAllLayers(false); };
     doc().exportVectorPDF();
     EXPECT_EQ(workspace.panels.back().allowedExtension, "pdf");
-    EXPECT_EQ(doc().flashMessage(), "PDF vectoriel exporté");
-    const Bytes written = readBytes(dir / "view.pdf");
-    EXPECT_EQ(std::string(written.begin(), written.begin() + std::min<size_t>(5, written.size())),
-              "%PDF-");
-    EXPECT_EQ(written.size(), early->size());
+    EXPECT_EQ(doc().flashMessage(), "Vector PDF exported");
+    EXPECT_EQ(readText(dir / "view.pdf").size(), early->size());
     EXPECT_LT(doc().renderVectorPDF(std::nullopt)->size(), early->size());
 }
 
@@ -252,14 +206,12 @@ TEST_F(DocumentModelCaptureTest, headlessPDFOfANewDocumentLooksLikeTheWindowsOwn
     const auto window = doc().vectorPDFOptions(std::nullopt);
     const auto headless = viewport::VectorPDFExporter::initialViewOptions(*doc().skp(), {400, 300});
     EXPECT_EQ(headless.exposureOffset, window.exposureOffset);
-    const auto pdf = viewport::VectorPDFExporter::renderPDF(*doc().skp(), headless);
-    const auto windowPDF = doc().renderVectorPDF(std::nullopt);
-    ASSERT_TRUE(pdf && windowPDF);
-    writeBytes(dir / "headless.pdf", std::string(pdf->begin(), pdf->end()));
-    writeBytes(dir / "window.pdf", std::string(windowPDF->begin(), windowPDF->end()));
-    auto page = rasterise(dir / "headless.pdf"), windowPage = rasterise(dir / "window.pdf");
+    const auto pdf = viewport::VectorPDFExporter::renderPDF(*doc().skp(), headless).value();
+    const auto windowPDF = doc().renderVectorPDF(std::nullopt).value();
+    const auto page = rasterisePDF(pdf, dir.path(), "headless"),
+               windowPage = rasterisePDF(windowPDF, dir.path(), "window");
     if (!page || !windowPage) GTEST_SKIP() << "poppler's pdftoppm is missing";
-    EXPECT_LT(differingFraction(*page, *windowPage), 0.01);
+    EXPECT_TRUE(page->width == windowPage->width && page->rgb == windowPage->rgb);
 }
 
 TEST_F(DocumentModelCaptureTest, failedWriteShowsTheErrorAndKeepsTheOldFile) {
@@ -277,7 +229,8 @@ TEST_F(DocumentModelCaptureTest, failedWriteShowsTheErrorAndKeepsTheOldFile) {
     EXPECT_FALSE(fs::exists(dir / "missing"));
 
     // The disk fills while the new picture is written over an older one.
-    writeBytes(dir / "old.png", "the older export");
+    const std::string old = "the older export";
+    writeBytes(dir / "old.png", old);
     auto oldHandler = std::signal(SIGXFSZ, SIG_IGN);
     rlimit limit{};
     ::getrlimit(RLIMIT_FSIZE, &limit);
@@ -287,18 +240,12 @@ TEST_F(DocumentModelCaptureTest, failedWriteShowsTheErrorAndKeepsTheOldFile) {
     EXPECT_NE(exportTo(dir / "old.png"), "");
     ::setrlimit(RLIMIT_FSIZE, &limit);
     std::signal(SIGXFSZ, oldHandler);
-    const std::string old = "the older export";
-    EXPECT_EQ(readBytes(dir / "old.png"), Bytes(old.begin(), old.end()));
+    EXPECT_EQ(readText(dir / "old.png"), old);
     for (const auto& entry : fs::directory_iterator(dir.path()))
         EXPECT_TRUE(entry.path().filename() == "old.png" ||
-                    entry.path().filename().string().rfind("settings.json", 0) == 0)
+                    entry.path().filename().string().starts_with("settings.json"))
             << "left behind: " << entry.path();
     EXPECT_FALSE(doc().flashMessage());
-
-    ScopedLanguage french(AppLanguage::fr);
-    EXPECT_EQ(exportTo(dir / "missing" / "vue.png")
-                  .rfind("Le fichier « vue.png » n’a pas pu être enregistré", 0),
-              0u);
 }
 
 TEST_F(DocumentModelCaptureTest, newerFlashKeepsItsFullTimeAndTheOlderTimerLeavesIt) {
@@ -312,7 +259,6 @@ TEST_F(DocumentModelCaptureTest, newerFlashKeepsItsFullTimeAndTheOlderTimerLeave
     doc().flash("again");
     timers[2]();
     EXPECT_FALSE(doc().flashMessage()) << "the same text twice: the first timer ends it";
-    EXPECT_EQ(delays, std::vector<double>(4, 2.0));
     doc().flash("closing");
     model.reset();
     timers[4]();  // the timer holds the model weakly: it may fire after the document closed
@@ -322,43 +268,40 @@ TEST_F(DocumentModelCaptureTest, newerFlashKeepsItsFullTimeAndTheOlderTimerLeave
 // the one found is started on the file, and the clipboard gets PNG bytes and an image.
 TEST_F(DocumentModelCaptureTest, desktopFindsSketchUpThroughItsEntriesAndCopiesPNG) {
     app::Workspace::setCurrent(nullptr);
-    ScopedEnv home("HOME", dir.path().c_str());
-    ScopedEnv configHome("XDG_CONFIG_HOME", (dir / "config").c_str());
-    ScopedEnv configDirs("XDG_CONFIG_DIRS", (dir / "etc").c_str());
-    ScopedEnv dataHome("XDG_DATA_HOME", (dir / "data").c_str());
-    ScopedEnv dataDirs("XDG_DATA_DIRS", (dir / "share").c_str());
+    ScopedEnv home("HOME", dir.path().c_str()), configHome("XDG_CONFIG_HOME", dir.path().c_str()),
+        configDirs("XDG_CONFIG_DIRS", dir.path().c_str()),
+        dataHome("XDG_DATA_HOME", (dir / "data").c_str()),
+        dataDirs("XDG_DATA_DIRS", dir.path().c_str());
     const fs::path file = dir / "Maison v2.skp";
     writeBytes(file, "not really a model");
     setFile(file);
     EXPECT_FALSE(doc().sketchUpApp()) << "no SketchUp on a machine without it";
 
-    // Every file type derives from this one, whatever the machine's MIME database says.
-    const std::string type = "application/octet-stream";
-    const fs::path applications = dir / "data" / "applications";
-    fs::create_directories(applications);
-    const fs::path script = dir / "open-with.sh";
+    // Every file type derives from application/octet-stream, whatever the MIME database says.
+    const fs::path script = dir / "open-with.sh",
+                   sketchUp = dir / "data" / "applications" / "com.sketchup.SketchUp2024.desktop";
     writeBytes(script,
                "#!/bin/sh\nprintf '%s' \"$1\" > \"$1.tmp\" && mv \"$1.tmp\" \"$1.opened\"\n");
     fs::permissions(script, fs::perms::owner_all);
-    const std::string entry = "[Desktop Entry]\nType=Application\nMimeType=" + type + ";\n";
-    const fs::path sketchUp = applications / "com.sketchup.SketchUp2024.desktop";
-    writeBytes(sketchUp, entry + "Name=SketchUp 2024\nExec=\"" + script.string() + "\" %f\n");
+    fs::create_directories(sketchUp.parent_path());
+    writeBytes(sketchUp,
+               "[Desktop Entry]\nType=Application\nMimeType=application/octet-stream;\n"
+               "Name=SketchUp 2024\nExec=\"" +
+                   script.string() + "\" %f\n");
     setFile(file);
     EXPECT_EQ(doc().sketchUpApp(), sketchUp);
     doc().openInSketchUp();
     const fs::path marker = file.string() + ".opened";
     for (int i = 0; i < 100 && !fs::exists(marker); ++i)
         std::this_thread::sleep_for(std::chrono::milliseconds(50));
-    const std::string path = file.string();
-    EXPECT_EQ(readBytes(marker), Bytes(path.begin(), path.end()));
+    EXPECT_EQ(readText(marker), file.string());
 
-    auto png = app::pngBytes(patternImage(6, 5));
-    ASSERT_TRUE(png);
-    app::DesktopWorkspace().copyPNG(*png);
+    const auto png = app::pngBytes(patternImage(6, 5)).value();
+    app::DesktopWorkspace().copyPNG(png);
     const QMimeData* data = QGuiApplication::clipboard()->mimeData();
     ASSERT_TRUE(data);
     const QByteArray bytes = data->data("image/png");
-    EXPECT_EQ(Bytes(bytes.begin(), bytes.end()), *png);
+    EXPECT_EQ(Bytes(bytes.begin(), bytes.end()), png);
     EXPECT_EQ(qvariant_cast<QImage>(data->imageData()).size(), QSize(6, 5));
 }
 

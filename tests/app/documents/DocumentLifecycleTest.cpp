@@ -14,14 +14,13 @@
 #include <fstream>
 
 #include "DXFPlanGenerator.h"
+#include "DocumentModelFixture.h"
 #include "EventLoop.h"
 #include "ScopedLanguage.h"
 #include "documents/DocumentController.h"
 #include "documents/SKPDocument.h"
 #include "model/SKPError.h"
 #include "model/SyntheticModel.h"
-#include "settings/SettingsStore.h"
-#include "shell/Preferences.h"
 #include "ui/DocumentWindow.h"
 #include "ui/LoadingOverlay.h"
 
@@ -50,15 +49,6 @@ struct Gate {
     }
 };
 
-SKPModel modelWithLayers(int count, std::optional<fs::path> textures = {}) {
-    std::vector<Layer> layers;
-    for (int i = 0; i < count; ++i) layers.push_back({"Mur " + std::to_string(i), true, "Murs"});
-    SKPModel m(Definition{}, {}, {}, std::move(layers), {}, std::nullopt, {0, 0, 0}, {1, 1, 1},
-               Stats{}, SKPFileInfo{}, std::nullopt, std::nullopt);
-    m.textureDirectory = std::move(textures);
-    return m;
-}
-
 bool isReady(const DocumentModel& m) {
     return std::holds_alternative<DocumentModel::Ready>(m.state());
 }
@@ -66,17 +56,16 @@ bool isFailed(const DocumentModel& m) {
     return std::holds_alternative<DocumentModel::Failed>(m.state());
 }
 
-class DocumentLifecycleTest : public testing::Test {
+class DocumentLifecycleTest : public test::DocumentModelTest {
   protected:
     void SetUp() override {
-        Preferences::setStore(&store);
-        Preferences::registerDefaults();
+        DocumentModelTest::SetUp();
         tools::writeDXFPlan(dxf, 200'000);
     }
     void TearDown() override {
         SKPDocument::waitForLoads();
         QCoreApplication::processEvents();
-        Preferences::setStore(nullptr);
+        DocumentModelTest::TearDown();
     }
     // A document on `dxf` whose loader reports, waits at `gate`, then returns `result`; its
     // progress callback goes to `keep`, for reports after the end.
@@ -95,8 +84,6 @@ class DocumentLifecycleTest : public testing::Test {
         return document;
     }
 
-    test::TempDir dir;
-    SettingsStore store{dir / "settings.json"};
     test::ScopedLanguage english{AppLanguage::en};
     fs::path dxf = dir / "plan.dxf", textures = dir / "textures";
     SKPReader::ProgressCallback lateProgress;
@@ -117,26 +104,21 @@ TEST_F(DocumentLifecycleTest, aDrawingShowsItsHeaderThenLoadsToReadyOnceAndStays
     document.loader = [&](const fs::path& url, const SKPReader::ProgressCallback& p,
                           const SKPReader::CancelCheck& c) {
         ++loads;
-        lateProgress = p;
         return real(url, p, c);
     };
-    std::vector<std::string> phases;
+    int progressReports = 0;
     QObject::connect(&m, &DocumentModel::stateChanged, [&] {
-        if (auto* loading = std::get_if<DocumentModel::Loading>(&m.state()); loading)
-            if (loading->progress) phases.push_back(loading->progress->phase);
+        if (auto* loading = std::get_if<DocumentModel::Loading>(&m.state()))
+            progressReports += loading->progress.has_value();
     });
     document.showWindows();
     document.showWindows();
     ASSERT_TRUE(waitUntil([&] { return isReady(m); })) << m.statusText();
     EXPECT_EQ(loads, 1);
-    ASSERT_FALSE(phases.empty());
-    EXPECT_EQ(phases.back(), "Assembling GPU geometry…");
+    EXPECT_GT(progressReports, 0);
     EXPECT_GT(m.loadSeconds().value_or(0), 0);
     EXPECT_GT(m.skp()->stats.edges, 0);
     EXPECT_TRUE(m.viewport().viewportScene());
-    lateProgress({"Lecture", 1, 0.5});
-    QCoreApplication::processEvents();
-    EXPECT_TRUE(isReady(m)) << "a report after the end is dropped";
     EXPECT_EQ(fs::file_size(dxf), sizeBefore) << "the source file is never written";
     EXPECT_EQ(fs::last_write_time(dxf), timeBefore);
 }
@@ -149,8 +131,11 @@ TEST_F(DocumentLifecycleTest, closingDuringTheLoadPresentsNothingAndRemovesTheTe
         std::ofstream(textures / "wood.png") << "png";
         Gate gate;
         if (!whileReading) gate.release();
-        QPointer<SKPDocument> document =
-            heldDocument(gate, [this] { return modelWithLayers(2, textures); });
+        QPointer<SKPDocument> document = heldDocument(gate, [this] {
+            SKPModel m = SyntheticModel::cube();
+            m.textureDirectory = textures;
+            return m;
+        });
         bool sawReady = false;
         QObject::connect(&document->model(), &DocumentModel::stateChanged,
                          [&] { sawReady |= isReady(document->model()); });
@@ -185,7 +170,7 @@ TEST_F(DocumentLifecycleTest, anyReaderFaultShowsTheFailureAndKeepsTheHeader) {
             gate,
             [&fault]() -> SKPModel {
                 fault();
-                return modelWithLayers(1);
+                return SyntheticModel::cube();
             },
             &lateProgress));
         document->showWindows();
@@ -201,8 +186,8 @@ TEST_F(DocumentLifecycleTest, anyReaderFaultShowsTheFailureAndKeepsTheHeader) {
 
 TEST_F(DocumentLifecycleTest, severalDocumentsLoadAtTheSameTime) {
     Gate first, second;
-    std::unique_ptr<SKPDocument> a(heldDocument(first, [] { return modelWithLayers(1); }));
-    std::unique_ptr<SKPDocument> b(heldDocument(second, [] { return modelWithLayers(33); }));
+    std::unique_ptr<SKPDocument> a(heldDocument(first, [] { return SyntheticModel::cube(); }));
+    std::unique_ptr<SKPDocument> b(heldDocument(second, [] { return SyntheticModel::cube(); }));
     a->showWindows();
     b->showWindows();
     // Both loaders are inside their reader at once: neither waits for the other.
@@ -210,13 +195,13 @@ TEST_F(DocumentLifecycleTest, severalDocumentsLoadAtTheSameTime) {
     first.release();
     second.release();
     EXPECT_TRUE(waitUntil([&] { return isReady(a->model()) && isReady(b->model()); }));
-    EXPECT_TRUE(b->model().expandedLayerGroups().empty()) << "33 layers: every group closed";
 }
 
 TEST_F(DocumentLifecycleTest, controllerAcceptsTheThreeTypesInAnyCaseAndOpensAFileOnce) {
-    EXPECT_EQ(DocumentController::typeForContents("/x/A.SKP"), "com.sketchup.skp");
-    EXPECT_EQ(DocumentController::typeForContents("plan.Dwg"), "com.autodesk.dwg");
-    EXPECT_EQ(DocumentController::typeForContents("plan.dxf"), "com.autodesk.dxf");
+    for (auto [name, type] : {std::pair{"/x/A.SKP", "com.sketchup.skp"},
+                              {"plan.Dwg", "com.autodesk.dwg"},
+                              {"plan.dxf", "com.autodesk.dxf"}})
+        EXPECT_EQ(DocumentController::typeForContents(name), type);
     std::string error;
     EXPECT_FALSE(DocumentController::typeForContents("notes.txt", &error));
     EXPECT_NE(error.find("notes.txt"), std::string::npos);
@@ -226,9 +211,8 @@ TEST_F(DocumentLifecycleTest, controllerAcceptsTheThreeTypesInAnyCaseAndOpensAFi
     const QString filter = DocumentController::panelNameFilter();
     const QStringList patterns = filter.mid(filter.indexOf('(') + 1).chopped(1).split(' ');
     auto offered = [&](const QString& name) {
-        return std::any_of(patterns.begin(), patterns.end(), [&](const QString& p) {
-            const auto wildcard = QRegularExpression::wildcardToRegularExpression(p);
-            return QRegularExpression(wildcard).match(name).hasMatch();
+        return std::ranges::any_of(patterns, [&](const QString& p) {
+            return QRegularExpression::fromWildcard(p, Qt::CaseSensitive).match(name).hasMatch();
         });
     };
     for (const char* name : {"a.skp", "A.SKP", "Maison.Skp", "plan.DwG", "plan.dXf", "b.dwg"})
@@ -244,13 +228,11 @@ TEST_F(DocumentLifecycleTest, controllerAcceptsTheThreeTypesInAnyCaseAndOpensAFi
         failure = e;
     };
     controller.openDocument(dir / "missing.dxf", false, completion);
-    EXPECT_EQ(opened, nullptr);
+    EXPECT_TRUE(!opened && controller.documents().empty());
     EXPECT_NE(failure.value_or("").find("missing.dxf"), std::string::npos);
-    EXPECT_TRUE(controller.documents().empty());
     controller.openDocument(dxf, false, completion);
-    ASSERT_NE(opened, nullptr);
-    EXPECT_FALSE(failure);
     SKPDocument* first = opened;
+    ASSERT_TRUE(first && !failure);
     controller.openDocument(dir / "." / "plan.dxf", false, completion);
     EXPECT_EQ(opened, first) << "the same file is not opened twice";
     EXPECT_EQ(controller.documents().size(), 1u);
@@ -271,20 +253,14 @@ TEST_F(DocumentLifecycleTest, menuCommandsFollowTheDocumentsState) {
     gate.release();
     ASSERT_TRUE(waitUntil([&] { return isReady(document->model()); }));
 
-    DocumentModel& m = document->model();
     EXPECT_TRUE(document->validate(Action::nextScene)) << "the cube has one scene";
-    EXPECT_TRUE(document->validate(Action::resetView));
     EXPECT_FALSE(document->validate(Action::resetView, 0, true)) << "Z types in a text field";
     document->perform(Action::selectShadingStyle, 3);
     document->perform(Action::selectShadingStyle, 9);  // out of range: ignored
-    EXPECT_EQ(m.shadingStyle(), viewport::ShadingStyle::wireframe);
     EXPECT_TRUE(document->isChecked(Action::selectShadingStyle, 3));
-    EXPECT_TRUE(document->validate(Action::toggleShadows));
     document->perform(Action::toggleLightingMode);
-    EXPECT_TRUE(document->isChecked(Action::toggleLightingMode));
     EXPECT_FALSE(document->validate(Action::toggleShadows)) << "shadows belong to the sun";
     document->perform(Action::toggleFreeFlight);
-    EXPECT_TRUE(m.isFreeFlying());
     EXPECT_FALSE(document->validate(Action::zoomExtents)) << "no zoom extents in free fly";
 }
 
@@ -300,15 +276,12 @@ TEST_F(DocumentLifecycleTest, theWindowShowsProgressThenTheFailureAndTakesDroppe
     EXPECT_EQ(window->windowTitle(), "plan.dxf");
     document->showWindows();
     ASSERT_TRUE(waitUntil([&] { return window->overlay().detail() == "Lecture"; }));
-    EXPECT_EQ(window->overlay().heading(), "Opening model…");
     EXPECT_TRUE(window->overlay().showsProgress());
     gate.release();
     ASSERT_TRUE(waitUntil([&] { return isFailed(document->model()); }));
     EXPECT_TRUE(window->overlay().isVisibleTo(window));
-    EXPECT_EQ(window->overlay().heading(), "The model could not be opened");
     EXPECT_EQ(window->overlay().detail(), "SketchUp API error (SUModelCreateFromFile → 7).");
-    EXPECT_FALSE(window->overlay().showsProgress());
-    EXPECT_FALSE(window->overlay().offersOpenInSketchUp()) << "no SketchUp on this machine";
+    EXPECT_FALSE(window->overlay().showsProgress() || window->overlay().offersOpenInSketchUp());
     EXPECT_EQ(window->statusLine(), window->overlay().detail());
 
     const auto other = dir / "other.dxf";
@@ -316,7 +289,6 @@ TEST_F(DocumentLifecycleTest, theWindowShowsProgressThenTheFailureAndTakesDroppe
     QMimeData links, files;
     links.setUrls({QUrl("https://example.com/plan.dxf")});
     EXPECT_FALSE(window->openDropped(&links)) << "web links do not open";
-    EXPECT_TRUE(controller.documents().empty());
     files.setUrls({QUrl("https://example.com/plan.dxf"),
                    QUrl::fromLocalFile(QString::fromStdString(other.string()))});
     EXPECT_TRUE(window->openDropped(&files));

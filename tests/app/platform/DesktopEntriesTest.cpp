@@ -41,12 +41,9 @@ TEST(DesktopEntriesTest, execFieldCodesBecomeTheFileAndQuotingIsUndone) {
          {"/opt/My Viewer/run", R"(--title=a "b" \ $HOME)", path}},
         {"viewer --zoom=100%% %f", {"viewer", "--zoom=100%", path}},
         {"viewer \"\" %f", {"viewer", "", path}},
-        {"viewer %d %D %n %N %v %m", {"viewer", path}},
-        // No code for the file: it goes at the end.
-        {"viewer --flag", {"viewer", "--flag", path}},
-        {"  viewer\t%f  ", {"viewer", path}},
-        // Malformed: nothing to start.
-        {"\"viewer %f", {}},
+        {"  viewer\t%d %D %n %N %v %m", {"viewer", path}},
+        {"viewer --flag", {"viewer", "--flag", path}},  // no code for the file: it goes last
+        {"\"viewer %f", {}},                            // malformed: nothing to start
         {"viewer %", {}},
         {"", {}},
     };
@@ -69,21 +66,17 @@ TEST(DesktopEntriesTest, entryKeepsTheUntranslatedNameOfItsOwnGroup) {
         "Name=New Window\n"
         "Exec=other\n");
     ASSERT_TRUE(entry);
-    EXPECT_EQ(entry->name, "SketchUp Viewer");
-    EXPECT_EQ(entry->exec, "viewer --flag %f");
+    EXPECT_TRUE(entry->name == "SketchUp Viewer" && entry->exec == "viewer --flag %f");
     EXPECT_EQ(entry->mimeTypes,
               (std::vector<std::string>{"application/vnd.sketchup.skp", "image/vnd;odd"}));
-    EXPECT_TRUE(entry->noDisplay);
-    EXPECT_FALSE(entry->hidden);
-
-    EXPECT_FALSE(parseEntry("[Desktop Entry]\nType=Link\nName=Web\nURL=https://example.org\n"));
-    EXPECT_FALSE(parseEntry("[Desktop Entry]\nType=Application\nName=No command\n"));
-    EXPECT_FALSE(parseEntry("[Desktop Action x]\nType=Application\nName=A\nExec=a\n"));
-    EXPECT_FALSE(parseEntry("not an entry\n\xff\xfe=\n["));
+    EXPECT_TRUE(entry->noDisplay && !entry->hidden);
+    for (const char* refused :
+         {"[Desktop Entry]\nType=Link\nName=Web\nURL=https://example.org\n",
+          "[Desktop Entry]\nType=Application\nName=No command\n",
+          "[Desktop Action x]\nType=Application\nName=A\nExec=a\n", "not an entry\n\xff\xfe=\n["})
+        EXPECT_FALSE(parseEntry(refused)) << refused;
     // A hidden entry needs nothing else: it only masks.
-    auto hidden = parseEntry("[Desktop Entry]\nType=Application\nHidden=true\n");
-    ASSERT_TRUE(hidden);
-    EXPECT_TRUE(hidden->hidden);
+    EXPECT_TRUE(parseEntry("[Desktop Entry]\nType=Application\nHidden=true\n").value().hidden);
 }
 
 TEST(DesktopEntriesTest, applicationsComeInMimeappsOrderThenByFolder) {
@@ -130,29 +123,24 @@ TEST(DesktopEntriesTest, applicationsComeInMimeappsOrderThenByFolder) {
     dirs.desktops = {"kde"};
     EXPECT_EQ(names(), (std::vector<std::string>{"B", "C", "E", "D", "A", "Text"}));
 
-    auto entries = app::DesktopEntries::applicationsFor({dxf}, dirs);
-    ASSERT_FALSE(entries.empty());
-    EXPECT_EQ(entries.front().id, "b-viewer.desktop");
-    EXPECT_EQ(entries.front().file, dataDir / "applications/b-viewer.desktop");
+    const auto first = app::DesktopEntries::applicationsFor({dxf}, dirs).at(0);
+    EXPECT_EQ(first.file, dataDir / "applications/b-viewer.desktop");
 }
 
 TEST(DesktopEntriesTest, searchFoldersFollowTheBaseDirectoryRules) {
     ScopedEnv home("HOME", "/home/ada");
     {
-        ScopedEnv dataHome("XDG_DATA_HOME", nullptr);
-        ScopedEnv dataDirs("XDG_DATA_DIRS", "");
-        ScopedEnv configHome("XDG_CONFIG_HOME", "relative/config");
-        ScopedEnv configDirs("XDG_CONFIG_DIRS", nullptr);
-        ScopedEnv desktop("XDG_CURRENT_DESKTOP", nullptr);
+        ScopedEnv dataHome("XDG_DATA_HOME", nullptr), dataDirs("XDG_DATA_DIRS", ""),
+            configHome("XDG_CONFIG_HOME", "relative/config"),
+            configDirs("XDG_CONFIG_DIRS", nullptr), desktop("XDG_CURRENT_DESKTOP", nullptr);
         auto dirs = SearchDirs::fromEnvironment();
         EXPECT_EQ(dirs.data, (std::vector<fs::path>{"/home/ada/.local/share", "/usr/local/share/",
                                                     "/usr/share/"}));
         EXPECT_EQ(dirs.config, (std::vector<fs::path>{"/home/ada/.config", "/etc/xdg"}));
         EXPECT_TRUE(dirs.desktops.empty());
     }
-    ScopedEnv dataHome("XDG_DATA_HOME", "/data");
-    ScopedEnv dataDirs("XDG_DATA_DIRS", "/a:relative::/b");
-    ScopedEnv desktop("XDG_CURRENT_DESKTOP", "ubuntu:GNOME");
+    ScopedEnv dataHome("XDG_DATA_HOME", "/data"), dataDirs("XDG_DATA_DIRS", "/a:relative::/b"),
+        desktop("XDG_CURRENT_DESKTOP", "ubuntu:GNOME");
     auto dirs = SearchDirs::fromEnvironment();
     EXPECT_EQ(dirs.data, (std::vector<fs::path>{"/data", "/a", "/b"}));
     EXPECT_EQ(dirs.desktops, (std::vector<std::string>{"ubuntu", "gnome"}));

@@ -6,40 +6,30 @@ using namespace vistrel::app;
 
 TEST(LaunchOptions, informationalFlagsVersionOutranksHelp) {
     EXPECT_EQ(informationalText({"a.skp", "--help", "-v"}), versionLine());
-    const auto help = informationalText({"-h"});
-    ASSERT_TRUE(help);
-    EXPECT_TRUE(help->starts_with(versionLine() + " — Visualiseur 3D")) << *help;
-    EXPECT_NE(help->find("\nUsage:\n  Vistrel [fichier.skp]\n"), std::string::npos);
+    const auto help = informationalText({"-h"}).value_or("");
+    EXPECT_TRUE(help.starts_with(versionLine()) && help.find("Usage") != help.npos) << help;
     EXPECT_EQ(informationalText({"--verbose", "a.skp"}), std::nullopt);
 }
 
 TEST(LaunchOptions, modeParsingTable) {
+    using R = SnapshotRequest;
+    const std::string out = "/tmp/vistrel-snapshot.png";
     struct Case {
         std::vector<std::string> args;
-        std::optional<SnapshotRequest> snapshot;
+        std::optional<R> snapshot;
         bool selfTest;
         std::optional<std::string> selfTestFile;
     } cases[] = {
-        {{}, std::nullopt, false, std::nullopt},
-        {{"a.skp"}, std::nullopt, false, std::nullopt},
-        {{"--snapshot"}, SnapshotRequest{"/tmp/vistrel-snapshot.png", {}, {}}, false, {}},
-        {{"--self-test", "--snapshot", "x.png"}, SnapshotRequest{"x.png", {}, {}}, false, {}},
-        {{"--snapshot", "out.png", "--view", "about"},
-         SnapshotRequest{"out.png", {}, "about"},
-         false,
-         {}},
-        // input stays at p+2 even when the output was left out
-        {{"--snapshot", "--view", "about"},
-         SnapshotRequest{"/tmp/vistrel-snapshot.png", "about", "about"},
-         false,
-         {}},
-        {{"--snapshot", "o.png", "m.dxf", "--view"},
-         SnapshotRequest{"o.png", "m.dxf", {}},
-         false,
-         {}},
-        {{"--self-test"}, std::nullopt, true, std::nullopt},
-        {{"--self-test", "m.skp"}, std::nullopt, true, "m.skp"},
-        {{"--self-test", "-x"}, std::nullopt, true, std::nullopt},
+        {{}, {}, false, {}},
+        {{"a.skp"}, {}, false, {}},
+        {{"--snapshot"}, R{out, {}, {}}, false, {}},
+        {{"--self-test", "--snapshot", "x.png"}, R{"x.png", {}, {}}, false, {}},
+        {{"--snapshot", "out.png", "--view", "about"}, R{"out.png", {}, "about"}, false, {}},
+        {{"--snapshot", "--view", "about"}, R{out, "about", "about"}, false, {}},  // input at p+2
+        {{"--snapshot", "o.png", "m.dxf", "--view"}, R{"o.png", "m.dxf", {}}, false, {}},
+        {{"--self-test"}, {}, true, {}},
+        {{"--self-test", "m.skp"}, {}, true, "m.skp"},
+        {{"--self-test", "-x"}, {}, true, {}},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(testing::PrintToString(c.args));

@@ -58,10 +58,8 @@ TEST(ViewportInputTest, mouseRecordsFlipToABottomLeftOriginWithAppleModifiers) {
     EXPECT_TRUE(record.delta == (Float2{3, -4}) && record.clickCount == 2 && record.time == 12.5);
     EXPECT_TRUE(record.modifiers.shift && record.modifiers.option && !record.modifiers.command);
     // Ctrl is command, Meta is control, Alt is option, each alone.
-    const auto ctrl = ViewportInput::modifiers(Qt::ControlModifier);
-    EXPECT_TRUE(ctrl.command && !ctrl.control && !ctrl.option && !ctrl.shift);
-    const auto meta = ViewportInput::modifiers(Qt::MetaModifier);
-    EXPECT_TRUE(meta.control && !meta.command && !meta.option && !meta.shift);
+    const auto ctrl = ViewportInput::modifiers(Qt::ControlModifier | Qt::MetaModifier);
+    EXPECT_TRUE(ctrl.command && ctrl.control && !ctrl.option && !ctrl.shift);
 }
 
 TEST(ViewportInputTest, rawDeltasCountScreenDownwardsAndSkipTheWarpEcho) {
@@ -106,22 +104,19 @@ TEST(ViewportInputTest, notchedWheelGivesLinesAndTrackpadGivesPreciseDeltas) {
 }
 
 TEST(ViewportInputTest, scrollPhasesBecomeGestureAndMomentumPhases) {
-    const auto none = GesturePhase::none, began = GesturePhase::began,
-               changed = GesturePhase::changed, ended = GesturePhase::ended;
+    using enum GesturePhase;
+    using enum Qt::ScrollPhase;
     struct Case {
         std::initializer_list<Qt::ScrollPhase> sequence;
         std::vector<std::pair<GesturePhase, GesturePhase>> expected;
-    };
-    const Case cases[] = {
-        {{Qt::ScrollBegin, Qt::ScrollUpdate, Qt::ScrollEnd},
-         {{began, none}, {changed, none}, {ended, none}}},
-        {{Qt::ScrollUpdate, Qt::ScrollUpdate}, {{began, none}, {changed, none}}},  // no begin
-        {{Qt::NoScrollPhase}, {{none, none}}},
-        // The lift ends the fingers' gesture before the momentum...
-        {{Qt::ScrollBegin, Qt::ScrollMomentum, Qt::ScrollMomentum, Qt::ScrollEnd},
+    } cases[] = {
+        {{ScrollBegin, ScrollUpdate, ScrollEnd}, {{began, none}, {changed, none}, {ended, none}}},
+        {{ScrollUpdate, ScrollUpdate}, {{began, none}, {changed, none}}},  // no begin
+        {{NoScrollPhase}, {{none, none}}},
+        // The lift ends the fingers' gesture before the momentum, unless the platform did.
+        {{ScrollBegin, ScrollMomentum, ScrollMomentum, ScrollEnd},
          {{began, none}, {ended, none}, {none, changed}, {none, changed}, {none, ended}}},
-        // ...unless the platform ended it itself.
-        {{Qt::ScrollBegin, Qt::ScrollEnd, Qt::ScrollMomentum, Qt::ScrollEnd},
+        {{ScrollBegin, ScrollEnd, ScrollMomentum, ScrollEnd},
          {{began, none}, {ended, none}, {none, changed}, {none, ended}}},
     };
     for (const Case& c : cases) EXPECT_EQ(phasesOf(c.sequence), c.expected);
@@ -165,13 +160,9 @@ TEST(ViewportInputTest, keysCarryTextRepeatAndModifiersAlsoOfTheirOwnKey) {
     std::string characters;
     QKeyEvent repeat(QEvent::KeyPress, Qt::Key_W, Qt::ShiftModifier, 25, 0, 0, "W", true);
     const auto record = ViewportInput::keyEvent(repeat, 7, characters);
-    EXPECT_EQ(record.characters, "W");
-    EXPECT_TRUE(record.keyCode == 0x0D && record.isRepeat && record.modifiers.shift &&
-                record.time == 7);
-
+    EXPECT_TRUE(record.characters == "W" && record.keyCode == 0x0D && record.isRepeat &&
+                record.modifiers.shift && record.time == 7);
     // Platforms differ on whether the flags already hold a modifier key's own change.
-    EXPECT_TRUE(ViewportInput::isModifierKey(Qt::Key_Control));
-    EXPECT_FALSE(ViewportInput::isModifierKey(Qt::Key_W));
     QKeyEvent shiftDown(QEvent::KeyPress, Qt::Key_Shift, Qt::NoModifier);
     EXPECT_TRUE(ViewportInput::modifiersAfterKey(shiftDown).shift);
     QKeyEvent shiftUp(QEvent::KeyRelease, Qt::Key_Shift, Qt::ShiftModifier);
@@ -193,32 +184,23 @@ TEST(ViewportInputTest, thePhysicalPositionDecidesWhateverTheLayoutTypes) {
     using enum Qt::Key;
     // clang-format off
     const Case cases[] = {
-        {Key_W, 17, 0x0D},           {Key_Z, 17, 0x0D},           {Key_A, 30, 0x00},
-        {Key_Q, 30, 0x00},           {Key_S, 31, 0x01},           {Key_D, 32, 0x02},
-        {Key_A, 16, 0x0C},           {Key_E, 18, 0x0E},           {Key_C, 46, 0x08},
-        {Key_W, 44, 0x06},           {Key_1, 2, 0x12},            {Key_Space, 57, 0x31},
-        {Key_Escape, 1, 0x35},       {Key_Up, 103, 0x7E},         {Key_Left, 105, 0x7B},
-        {Key_Shift, 42, 0x38},       {Key_Control, 29, 0x37},     {Key_Alt, 56, 0x3A},
-        {Key_Meta, 125, 0x3B},       {Key_Delete, 111, 0x75},     {Key_F12, 88, 0x6F},
-        {Key_Enter, 96, 0x4C},       {Key_Period, 83, 0x41},      {Key_W, 0, 0x0D},
-        {Key_Z, 0, 0x06},            {Key_Exclam, 0, 0x12},       {Key_Escape, 0, 0x35},
-        {Key_Down, 0, 0x7D},         {Key_Return, 0, 0x24},       {Key_Backspace, 0, 0x33},
-        {Key_PageUp, 0, 0x74},       {Key_F1, 0, 0x7A},           {Key_Tab, 0, 0x30},
-        {Key_Home, 0, 0x73},         {Key_LaunchMail, 0, 0xFFFF}, {Key_unknown, 0, 0xFFFF},
+        {Key_W, 17, 0x0D},    {Key_Z, 17, 0x0D},     {Key_Q, 30, 0x00},        {Key_A, 16, 0x0C},
+        {Key_W, 44, 0x06},    {Key_1, 2, 0x12},      {Key_Control, 29, 0x37},  {Key_Meta, 125, 0x3B},
+        {Key_Up, 103, 0x7E},  {Key_W, 0, 0x0D},      {Key_Z, 0, 0x06},         {Key_Exclam, 0, 0x12},
+        {Key_Down, 0, 0x7D},  {Key_Escape, 0, 0x35}, {Key_LaunchMail, 0, 0xFFFF},
     };
     // clang-format on
     for (const Case& c : cases)
         EXPECT_EQ(codeOf(Qt::Key(c.key), c.evdev), c.apple)
             << "Qt " << c.key << ", evdev " << c.evdev;
     EXPECT_EQ(codeOf(Qt::Key_1, 0, "1", Qt::KeypadModifier), 0x53) << "the keypad is its own block";
-    EXPECT_EQ(codeOf(Qt::Key_Up, 0, "", Qt::KeypadModifier), 0x5B);
     EXPECT_FALSE(CameraRig::isMoveKey(KeyCodes::unknown));
     for (std::uint32_t keycode : {0u, 7u, 84u + 8, 100000u})
         EXPECT_FALSE(KeyCodes::fromXkbKeycode(keycode)) << keycode;
 }
 
 TEST(ViewportInputTest, everyKeyTheViewUsesIsReachableAndMainBlockPositionsAreDistinct) {
-    std::set<std::uint16_t> used{KeyCodes::escape}, fromKeycodes, fromQtKeys;
+    std::set<std::uint16_t> used{KeyCodes::escape}, fromKeycodes, fromQtKeys, seen;
     for (std::uint32_t code = 0; code < 0x80; ++code)
         if (CameraRig::isMoveKey(std::uint16_t(code))) used.insert(std::uint16_t(code));
     ASSERT_EQ(used.size(), 12u);
@@ -227,14 +209,10 @@ TEST(ViewportInputTest, everyKeyTheViewUsesIsReachableAndMainBlockPositionsAreDi
     for (int key : {Qt::Key_W, Qt::Key_A, Qt::Key_S, Qt::Key_D, Qt::Key_E, Qt::Key_C, Qt::Key_Space,
                     Qt::Key_Up, Qt::Key_Down, Qt::Key_Left, Qt::Key_Right, Qt::Key_Escape})
         if (auto code = KeyCodes::fromQtKey(key, false)) fromQtKeys.insert(*code);
-    for (std::uint16_t code : used) {
-        EXPECT_TRUE(fromKeycodes.contains(code)) << "no physical key gives " << code;
-        EXPECT_TRUE(fromQtKeys.contains(code)) << "no Qt key gives " << code;
-    }
-    std::set<std::uint16_t> seen;
+    for (std::uint16_t code : used)
+        EXPECT_TRUE(fromKeycodes.contains(code) && fromQtKeys.contains(code)) << code;
     for (std::uint32_t evdev = 1; evdev <= 83; ++evdev) {
         auto code = KeyCodes::fromXkbKeycode(evdev + 8);
-        ASSERT_TRUE(code) << "evdev " << evdev;
-        EXPECT_TRUE(seen.insert(*code).second) << "evdev " << evdev << " repeats " << *code;
+        EXPECT_TRUE(code && seen.insert(*code).second) << "evdev " << evdev;
     }
 }

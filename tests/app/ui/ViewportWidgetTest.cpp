@@ -1,6 +1,5 @@
-// The live view as a user drives it: synthesized Qt events reach a ViewportWidget on a document
-// with a presented scene, and the camera moves. None of these depends on GL drawing; the
-// picture itself is checked only with a display (Xvfb), where Qt can make a GL context.
+// The live view as a user drives it: synthesized Qt events reach a ViewportWidget and move the
+// camera the right way (the exact records are ViewportInputTest's). Drawing needs a display.
 #include "ui/ViewportWidget.h"
 
 #include <gtest/gtest.h>
@@ -26,8 +25,6 @@ using namespace vistrel::app;
 namespace {
 
 constexpr int kWidth = 400, kHeight = 300;
-constexpr float kOrbitPerPoint = 0.0069813165f;
-constexpr float kLookPerPoint = 0.0026179939f;
 constexpr std::uint32_t xkbW = 17 + 8, xkbF5 = 63 + 8, xkbS = 31 + 8;
 
 class ViewportWidgetTest : public test::DocumentModelTest {
@@ -50,40 +47,31 @@ class ViewportWidgetTest : public test::DocumentModelTest {
     }
 
     ViewportWidget& widget() { return *widget_; }
-
     viewport::ViewportView& view() { return doc().viewport(); }
     viewport::CameraRig::Pose pose() { return *view().cameraPose(); }
+    QPointF centre() const { return {kWidth / 2.0, kHeight / 2.0}; }
 
-    bool send(QEvent& event) {
+    bool send(QEvent&& event) {
         QCoreApplication::sendEvent(&widget(), &event);
         return event.isAccepted();
     }
-
-    void mouse(QEvent::Type type, QPointF local, Qt::MouseButton button, Qt::MouseButtons buttons) {
-        QMouseEvent event(type, local, widget().mapToGlobal(local), button, buttons, {});
-        send(event);
+    void mouse(QEvent::Type type, QPointF at, Qt::MouseButton button, Qt::MouseButtons buttons) {
+        send(QMouseEvent(type, at, widget().mapToGlobal(at), button, buttons, {}));
     }
-
-    void drag(Qt::MouseButton button, QPointF from, QPointF to) {
-        mouse(QEvent::MouseButtonPress, from, button, button);
+    void drag(Qt::MouseButton button, QPointF by) {
+        mouse(QEvent::MouseButtonPress, centre(), button, button);
         for (int i = 1; i <= 4; ++i)
-            mouse(QEvent::MouseMove, from + (to - from) * (i / 4.0), Qt::NoButton, button);
-        mouse(QEvent::MouseButtonRelease, to, button, Qt::NoButton);
+            mouse(QEvent::MouseMove, centre() + by * (i / 4.0), Qt::NoButton, button);
+        mouse(QEvent::MouseButtonRelease, centre() + by, button, Qt::NoButton);
     }
-
     bool key(QEvent::Type type, Qt::Key qtKey, std::uint32_t keycode, const char* text,
              Qt::KeyboardModifiers modifiers = Qt::NoModifier, bool autoRepeat = false) {
-        QKeyEvent event(type, qtKey, modifiers, keycode, 0, 0, text, autoRepeat);
-        return send(event);
+        return send(QKeyEvent(type, qtKey, modifiers, keycode, 0, 0, text, autoRepeat));
     }
-
     bool wheel(QPoint pixels, QPoint angle, Qt::ScrollPhase phase) {
-        QWheelEvent event(centre(), widget().mapToGlobal(centre()), pixels, angle, Qt::NoButton,
-                          Qt::NoModifier, phase, false);
-        return send(event);
+        return send(QWheelEvent(centre(), widget().mapToGlobal(centre()), pixels, angle,
+                                Qt::NoButton, Qt::NoModifier, phase, false));
     }
-
-    QPointF centre() const { return {kWidth / 2.0, kHeight / 2.0}; }
 
     std::unique_ptr<ViewportWidget> widget_;
 };
@@ -92,7 +80,6 @@ class ViewportWidgetTest : public test::DocumentModelTest {
 
 TEST_F(ViewportWidgetTest, theViewTakesTheWidgetsSizeInPointsAndOutlivesItsHooks) {
     EXPECT_EQ(view().size(), (Float2{float(kWidth), float(kHeight)}));
-
     view().setFreeFlying(true);
     widget_.reset();
     EXPECT_FALSE(view().onRedraw || view().onTakeFocus || view().snapshotter);
@@ -100,62 +87,46 @@ TEST_F(ViewportWidgetTest, theViewTakesTheWidgetsSizeInPointsAndOutlivesItsHooks
     EXPECT_EQ(view().cursorHides(), 0);
 }
 
-TEST_F(ViewportWidgetTest, dragsOrbitWithTheVerticalFlippedAndPan) {
+TEST_F(ViewportWidgetTest, dragsWheelAndPinchMoveTheCamera) {
     present(test::groupedModel());
-    const auto before = pose();
-    drag(Qt::LeftButton, centre(), centre() + QPointF(60, 0));
-    const auto across = pose();
-    EXPECT_NEAR(across.yaw - before.yaw, -60 * kOrbitPerPoint, 1e-4);
-    EXPECT_NEAR(across.pitch, before.pitch, 1e-5);
-    drag(Qt::LeftButton, centre(), centre() - QPointF(0, 50));  // up the screen is up
-    EXPECT_NEAR(pose().pitch - across.pitch, 50 * kOrbitPerPoint, 1e-4);
+    auto before = pose();
+    drag(Qt::LeftButton, {60, 0});
+    EXPECT_LT(pose().yaw, before.yaw - 0.1f) << "dragging right turns the model to the right";
+    before = pose();
+    drag(Qt::LeftButton, {0, -50});
+    EXPECT_GT(pose().pitch, before.pitch + 0.1f) << "up the screen is up";
     EXPECT_FALSE(view().drag()) << "the release ends the gesture";
-
-    const auto orbited = pose();
-    drag(Qt::MiddleButton, centre(), centre() + QPointF(40, 0));
-    EXPECT_NEAR(pose().yaw, orbited.yaw, 1e-6);
-    EXPECT_GT(length(pose().position - orbited.position), 1e-3f);
+    before = pose();
+    drag(Qt::MiddleButton, {40, 0});
+    EXPECT_NEAR(pose().yaw, before.yaw, 1e-6);
+    EXPECT_GT(length(pose().position - before.position), 1e-3f) << "the middle button pans";
     mouse(QEvent::MouseButtonDblClick, {5, 5}, Qt::LeftButton, Qt::LeftButton);
     mouse(QEvent::MouseButtonRelease, {5, 5}, Qt::LeftButton, Qt::NoButton);
     EXPECT_FALSE(view().drag()) << "a double click leaves no gesture";
-}
 
-TEST_F(ViewportWidgetTest, wheelZoomsTwoFingersOrbitPinchZoomsAndRotateTurns) {
-    present(test::groupedModel());
-    const auto before = pose();
+    before = pose();
     EXPECT_TRUE(wheel({}, {0, 120}, Qt::NoScrollPhase));
-    const auto zoomed = pose();
-    EXPECT_LT(zoomed.distance, before.distance);
-    EXPECT_GT(dot(zoomed.position - before.position, before.forward()), 0) << "moved forwards";
-
+    EXPECT_LT(pose().distance, before.distance);
+    before = pose();
     wheel({0, 0}, {}, Qt::ScrollBegin);
     wheel({20, 0}, {}, Qt::ScrollUpdate);
-    EXPECT_NEAR(pose().yaw - zoomed.yaw, -20 * kOrbitPerPoint, 1e-4);
-    const auto lifted = pose();
-    wheel({30, 0}, {}, Qt::ScrollMomentum);
     wheel({}, {}, Qt::ScrollEnd);
-    EXPECT_NEAR(pose().yaw, lifted.yaw, 1e-6) << "momentum never moves the camera";
-    EXPECT_NEAR(pose().distance, lifted.distance, 1e-6);
-
+    EXPECT_LT(pose().yaw, before.yaw - 0.05f) << "two fingers orbit";
+    before = pose();
     for (auto [type, value] : {std::pair{Qt::BeginNativeGesture, 0.0},
                                {Qt::ZoomNativeGesture, 0.25},
                                {Qt::EndNativeGesture, 0.0},
                                {Qt::BeginNativeGesture, 0.0},
                                {Qt::RotateNativeGesture, 10.0},
-                               {Qt::EndNativeGesture, 0.0}}) {
-        // Spread fingers, then turn clockwise in Qt's sense.
-        QNativeGestureEvent event(type, QPointingDevice::primaryPointingDevice(), 2, centre(),
-                                  centre(), widget().mapToGlobal(centre()), value, QPointF());
-        send(event);
-    }
-    EXPECT_LT(pose().distance, lifted.distance);
-    EXPECT_NEAR(pose().yaw - lifted.yaw, 10 * 3.14159265f / 180, 1e-4);
+                               {Qt::EndNativeGesture, 0.0}})
+        send(QNativeGestureEvent(type, QPointingDevice::primaryPointingDevice(), 2, centre(),
+                                 centre(), widget().mapToGlobal(centre()), value, QPointF()));
+    EXPECT_GT(pose().yaw, before.yaw + 0.1f) << "fingers turned clockwise";
+    EXPECT_LT(pose().distance, before.distance);
 }
 
 TEST_F(ViewportWidgetTest, flyingKeysAreHeldUntilReleasedAndOthersGoToTheWindow) {
     present(test::groupedModel());
-    int resets = 0;
-    view().onResetView = [&](bool) { ++resets; };
     EXPECT_TRUE(key(QEvent::KeyPress, Qt::Key_W, xkbW, "w"));
     // X11 repeats as release-press pairs flagged as auto-repeat: still held.
     EXPECT_TRUE(key(QEvent::KeyRelease, Qt::Key_W, xkbW, "w", Qt::NoModifier, true));
@@ -164,17 +135,9 @@ TEST_F(ViewportWidgetTest, flyingKeysAreHeldUntilReleasedAndOthersGoToTheWindow)
     EXPECT_TRUE(key(QEvent::KeyRelease, Qt::Key_S, xkbS, "s"));
     EXPECT_TRUE(view().rig().keys.contains(KeyCodes::ansiW));
     EXPECT_FALSE(view().rig().keys.contains(KeyCodes::ansiS));
-    key(QEvent::KeyPress, Qt::Key_Shift, 50, "");
-    EXPECT_TRUE(view().rig().fast);
-    key(QEvent::KeyRelease, Qt::Key_Shift, 50, "", Qt::ShiftModifier);
-    EXPECT_FALSE(view().rig().fast);
     key(QEvent::KeyPress, Qt::Key_Control, 37, "");
     EXPECT_TRUE(view().rig().keys.empty()) << "command going down empties the held keys";
 
-    // The physical W typing "z" on AZERTY resets the view instead of flying.
-    EXPECT_TRUE(key(QEvent::KeyPress, Qt::Key_Z, xkbW, "z"));
-    EXPECT_TRUE(view().rig().keys.empty());
-    EXPECT_EQ(resets, 1);
     EXPECT_FALSE(key(QEvent::KeyPress, Qt::Key_F5, xkbF5, ""));
     EXPECT_FALSE(key(QEvent::KeyPress, Qt::Key_S, xkbS, "\x13", Qt::ControlModifier));
     // A flying key wins over a shortcut on the same key; a command combination does not.
@@ -184,29 +147,25 @@ TEST_F(ViewportWidgetTest, flyingKeysAreHeldUntilReleasedAndOthersGoToTheWindow)
 
 TEST_F(ViewportWidgetTest, losingFocusTheWindowOrTheWidgetReleasesKeysCursorAndFreeFly) {
     present(test::groupedModel());
-    auto held = [&](QEvent& event) {
+    auto held = [&](QEvent&& event) {
         key(QEvent::KeyPress, Qt::Key_W, xkbW, "w");
         mouse(QEvent::MouseButtonPress, centre(), Qt::RightButton, Qt::RightButton);
         EXPECT_EQ(view().drag(), viewport::ViewportView::Drag::look);
         EXPECT_EQ(widget().cursor().shape(), Qt::BlankCursor) << "looking hides the cursor";
-        send(event);
+        send(std::move(event));
         EXPECT_TRUE(view().rig().keys.empty()) << event.type();
         EXPECT_EQ(view().cursorHides(), 0) << event.type();
         EXPECT_NE(widget().cursor().shape(), Qt::BlankCursor) << event.type();
         mouse(QEvent::MouseButtonRelease, centre(), Qt::RightButton, Qt::NoButton);
         EXPECT_FALSE(view().drag());
     };
-    QFocusEvent focusOut(QEvent::FocusOut, Qt::ActiveWindowFocusReason);
-    QEvent deactivate(QEvent::WindowDeactivate);
-    QHideEvent hide;
-    held(focusOut);
-    held(deactivate);
-    held(hide);
+    held(QFocusEvent(QEvent::FocusOut, Qt::ActiveWindowFocusReason));
+    held(QEvent(QEvent::WindowDeactivate));
+    held(QHideEvent());
 
     view().setFreeFlying(true);
     ASSERT_TRUE(doc().isFreeFlying());
-    QEvent leave(QEvent::Leave);
-    send(leave);
+    send(QEvent(QEvent::Leave));
     EXPECT_FALSE(view().isFreeFlying() || doc().isFreeFlying()) << "left with no button held";
     EXPECT_EQ(view().cursorHides(), 0);
 }
@@ -220,7 +179,7 @@ TEST_F(ViewportWidgetTest, heldCursorCountsRawDeltasAndIgnoresTheWarpsEcho) {
         GTEST_SKIP() << QGuiApplication::platformName().toStdString() << " moves no cursor";
     const float yaw = pose().yaw;
     mouse(QEvent::MouseMove, centre() + QPointF(10, 0), Qt::NoButton, Qt::NoButton);
-    EXPECT_NEAR(pose().yaw - yaw, -10 * kLookPerPoint, 1e-5);
+    EXPECT_LT(pose().yaw, yaw - 0.01f);
     EXPECT_EQ(QCursor::pos(widget().screen()), middle) << "warped back to the centre";
     const float afterMove = pose().yaw;
     mouse(QEvent::MouseMove, centre(), Qt::NoButton, Qt::NoButton);  // the warp's own move
