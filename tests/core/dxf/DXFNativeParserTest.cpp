@@ -5,8 +5,10 @@
 #include <clocale>
 #include <cmath>
 #include <cstring>
+#include <fstream>
 
 #include "DXFTestText.h"
+#include "TestEnv.h"
 #include "model/SKPError.h"
 
 using namespace vistrel;
@@ -506,8 +508,8 @@ TEST(DXFNativeParser, cancellationAndProgressFollowTheRhythm) {
 namespace {
 
 // The same tags as binary DXF: two-byte group codes (R13 on) or one-byte ones (R12).
-std::string binaryDXF(const Tags& tags, bool wideCodes) {
-    std::string out("AutoCAD Binary DXF\r\n\x1a", 21);
+std::string binaryDXF(const Tags& tags, bool wideCodes, const std::string& tail = "\r\n\x1a") {
+    std::string out = "AutoCAD Binary DXF" + tail;
     out += '\0';
     for (const auto& [code, value] : tags) {
         if (wideCodes) {
@@ -545,8 +547,12 @@ TEST(DXFNativeParser, binaryDXFReadsLikeItsASCIICopy) {
                         arc(0, 90, 2),
                         {{0, "TEXT"}, {8, "Notes"}, {1, "skipped"}, {0, "ENDSEC"}, {0, "EOF"}}});
     SKPModel ascii = parseDXF(dxfText(tags));
-    for (bool wide : {true, false}) {
-        std::string bin = binaryDXF(tags, wide);
+    // A sentinel whose tail lost its CR still makes identification say binary, so the reader
+    // must read binary too (it once read such files as text and gave an empty model).
+    for (auto [wide, tail] : {std::pair{true, "\r\n\x1a"}, {false, "\r\n\x1a"}, {true, "\n\x1a"}}) {
+        std::string bin = binaryDXF(tags, wide, tail);
+        std::span<const uint8_t> head(reinterpret_cast<const uint8_t*>(bin.data()), bin.size());
+        EXPECT_EQ(SKPFileInfo::parse(head, "a.dxf", 0).versionLabel, "AutoCAD Binary DXF");
         SKPModel m = parseDXF(bin);
         EXPECT_EQ(m.root, ascii.root);
         EXPECT_EQ(m.layers, ascii.layers);
@@ -556,4 +562,27 @@ TEST(DXFNativeParser, binaryDXFReadsLikeItsASCIICopy) {
         SKPModel truncated = parseDXF(bin.substr(0, cut));
         EXPECT_EQ(edgeCount(truncated.root), 1u);
     }
+}
+
+TEST(DXFNativeParser, fileTruncatedWhileReadEndsUnreadableInsteadOfCrashing) {
+    test::TempDir dir;
+    auto path = dir / "shrinking.dxf";
+    {
+        Tags body;
+        for (int i = 0; i < 60'000; ++i) body.push_back({0, "POINT"});
+        std::ofstream(path, std::ios::binary) << entitiesText(body);
+    }
+    SKPFileInfo info = SKPFileInfo::read(path);
+    // Run in a child: before the reader survived this, SIGBUS ended the process.
+    EXPECT_EXIT(
+        {
+            try {
+                DXFNativeParser::parse(
+                    path, info, [&](const auto&) { std::filesystem::resize_file(path, 100); }, {});
+            } catch (const SKPError& e) {
+                std::exit(e.kind() == SKPError::Kind::unreadable ? 0 : 2);
+            }
+            std::exit(3);
+        },
+        ::testing::ExitedWithCode(0), "");
 }

@@ -116,7 +116,7 @@ TEST(SKPFileInfo, dxfSniffingByContentAndExtension) {
     EXPECT_EQ(binary->second, "AutoCAD Binary DXF");
 }
 
-TEST(SKPFileInfo, thumbnailIsCarvedThroughIendCrcAndMustFitTheHeader) {
+TEST(SKPFileInfo, thumbnailIsCarvedToFirstIendAndCrcWithinTheHeader) {
     // A 1x1 grey PNG written by libpng.
     std::vector<uint8_t> png;
     {
@@ -135,12 +135,16 @@ TEST(SKPFileInfo, thumbnailIsCarvedThroughIendCrcAndMustFitTheHeader) {
     // CRC cut off by the end of the header: none.
     auto cut = concat({bytes("x"), std::vector<uint8_t>(png.begin(), png.end() - 2)});
     EXPECT_EQ(SKPFileInfo::thumbnail(cut), std::nullopt);
-    // Foreign bytes spliced into the chunk chain (as DWG sections do): no thumbnail.
-    auto spliced = png;
-    spliced.insert(spliced.begin() + 20, {'D', 'W', 'G', '!'});
-    EXPECT_EQ(SKPFileInfo::thumbnail(spliced), std::nullopt);
     std::vector<uint8_t> sig(png.begin(), png.begin() + 8);
     EXPECT_EQ(SKPFileInfo::thumbnail(concat({sig, bytes("no end")})), std::nullopt);
+    // Carved, not parsed: bad CRCs, foreign bytes in the chunks and a stray "IEND" inside the
+    // image data do not stop the carve, which ends four bytes after the first "IEND".
+    auto spliced = png;
+    spliced.insert(spliced.begin() + 20, {'D', 'W', 'G', '!'});
+    EXPECT_EQ(SKPFileInfo::thumbnail(concat({spliced, bytes("tail")})), spliced);
+    auto stray = concat({sig, bytes("IDATxxIENDabcdIENDefgh")});
+    EXPECT_EQ(SKPFileInfo::thumbnail(concat({stray, bytes("more")})),
+              concat({sig, bytes("IDATxxIENDabcd")}));
 }
 
 TEST(SKPFileInfo, readReportsSizeAndFailsCleanly) {
@@ -204,8 +208,16 @@ TEST(SKPFileInfo, corpusFilesIdentifyAsTheirHeadersImply) {
                 EXPECT_EQ(info.version, v);
                 EXPECT_EQ(info.versionLabel, SKPFileInfo::label(v));
             }
-            bool manifestHasThumb = notes.find("PNG thumbnail at byte") != std::string::npos;
-            EXPECT_EQ(info.thumbnailPNG.has_value(), manifestHasThumb);
+            // "PNG thumbnail at byte N (WxH, S bytes)": the carve is those S bytes, an image.
+            size_t at = notes.find("PNG thumbnail at byte");
+            EXPECT_EQ(info.thumbnailPNG.has_value(), at != std::string::npos);
+            if (info.thumbnailPNG && at != std::string::npos) {
+                size_t comma = notes.find(", ", at);
+                EXPECT_EQ(std::to_string(info.thumbnailPNG->size()) + " bytes)",
+                          notes.substr(comma + 2, notes.find(')', comma) - comma - 1));
+                EXPECT_TRUE(decodesAsPNG(*info.thumbnailPNG));
+                ++thumbnails;
+            }
         } else if (format == "dwg") {
             EXPECT_TRUE(info.isDWG());
             if (detected.starts_with("AC10")) {
@@ -228,9 +240,12 @@ TEST(SKPFileInfo, corpusFilesIdentifyAsTheirHeadersImply) {
                 EXPECT_EQ(info.versionLabel, "AutoCAD DXF");
             }
         }
-        if (info.thumbnailPNG) {
-            ++thumbnails;
-            EXPECT_TRUE(decodesAsPNG(*info.thumbnailPNG));
+        // DWG headers may hold PNG-looking bytes cut up by section data: carved all the same.
+        if (format != "skp" && info.thumbnailPNG) {
+            EXPECT_EQ(info.thumbnailPNG->at(1), 'P') << "a carve starts at a PNG signature";
+        }
+        if (format.starts_with("dxf")) {
+            EXPECT_EQ(info.thumbnailPNG, std::nullopt);
         }
         ++checked;
     }
