@@ -1,5 +1,5 @@
-// The importer plug-in seam: unit calibration with a stand-in converter, the hand-laid call into
-// a stand-in plug-in, where plug-ins are looked for, and CADReader's fallback around them.
+// The importer plug-in seam: unit calibration with a stand-in converter, opening a plug-in, where
+// plug-ins are looked for, and CADReader's fallback around them.
 #include "cad/DWGImporterPlugin.h"
 
 #include <dlfcn.h>
@@ -61,13 +61,6 @@ class PluginTest : public ::testing::Test {
         void* lib = dlopen((kStandIns / "plugin/DWGImporter").c_str(), RTLD_NOW | RTLD_NOLOAD);
         if (!lib) return 0;
         int n = reinterpret_cast<int (*)()>(dlsym(lib, "StandInPluginCalls"))();
-        dlclose(lib);
-        return n;
-    }
-    int pluginLastUnits() {
-        void* lib = dlopen((kStandIns / "plugin/DWGImporter").c_str(), RTLD_NOW | RTLD_NOLOAD);
-        if (!lib) return -1;
-        int n = reinterpret_cast<int (*)()>(dlsym(lib, "StandInPluginLastImportUnits"))();
         dlclose(lib);
         return n;
     }
@@ -172,19 +165,7 @@ TEST_F(PluginTest, failuresRemoveTheTemporaryOutput) {
     EXPECT_TRUE(noTemporaryOutputs());
 }
 
-TEST_F(PluginTest, loadedPluginLaysOutItsArgumentsForTheClosedEntryPoints) {
-    fs::path input = write("in.dwg", nlohmann::json({{"7", lineScene(3)}}).dump());
-    fs::path output = dir / "a path long enough to leave any short string form behind.skp";
-    LoadedPlugin plugin(kStandIns / "plugin/DWGImporter", dir / "no-frameworks");
-    int before = pluginCalls();
-    EXPECT_TRUE(plugin.convertFile(input, output, 7));
-    EXPECT_EQ(pluginCalls(), before + 1);
-    EXPECT_EQ(pluginLastUnits(), 7);
-    std::ifstream written(output);
-    EXPECT_EQ(nlohmann::json::parse(written), lineScene(3));
-    EXPECT_FALSE(plugin.convertFile(input, dir / "b.skp", 0));  // nothing for importUnits 0
-    EXPECT_FALSE(fs::exists(dir / "b.skp"));
-
+TEST_F(PluginTest, loadedPluginNamesWhatFailedToOpen) {
     try {
         LoadedPlugin missing(dir / "nothing/DWGImporter", dir.path());
         ADD_FAILURE() << "opened";

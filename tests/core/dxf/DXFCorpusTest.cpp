@@ -1,8 +1,7 @@
 // Every DXF of the shared corpus (real files, some broken, some binary) must load into a model or
-// fail with a clean SKPError, and never hang.
+// fail with a clean SKPError; how long each takes is for bench/DXFCorpusBench.
 #include <gtest/gtest.h>
 
-#include <chrono>
 #include <fstream>
 #include <sstream>
 
@@ -32,33 +31,17 @@ SKPModel loadNative(const std::filesystem::path& path) {
 
 }  // namespace
 
-TEST(DXFCorpus, everyFileLoadsOrFailsCleanlyWithinItsBound) {
+TEST(DXFCorpus, everyFileLoadsWithItsBlocksBeforeTheirUsers) {
     auto files = corpusDXFFiles();
     if (files.empty()) GTEST_SKIP() << "corpus not present";
     ScopedEnv nativeOnly("VISTREL_FORCE_NATIVE_DXF", "1");
-    // Generous: the largest file takes a small fraction of this even in a debug build.
-    constexpr auto bound = std::chrono::seconds(30);
-    int loaded = 0;
     for (const auto& path : files) {
-        auto start = std::chrono::steady_clock::now();
-        bool overran = false;
-        auto guard = [&] {
-            overran = std::chrono::steady_clock::now() - start > bound;
-            return overran;
-        };
-        try {
-            SKPModel m = SKPReader::load(path, {}, guard);
-            EXPECT_FALSE(m.layers.empty()) << path;
-            for (const Definition& d : m.definitions)
-                for (const Instance& i : d.children)
-                    EXPECT_LT(i.definition, &d - m.definitions.data()) << path;
-            ++loaded;
-        } catch (const SKPError& e) {
-            EXPECT_FALSE(overran) << path << " ran past " << bound.count() << " s";
-            EXPECT_NE(e.kind(), SKPError::Kind::cancelled) << path;
-        }
+        SKPModel m = SKPReader::load(path);
+        EXPECT_FALSE(m.layers.empty()) << path;
+        for (const Definition& d : m.definitions)
+            for (const Instance& i : d.children)
+                EXPECT_LT(i.definition, &d - m.definitions.data()) << path;
     }
-    EXPECT_EQ(loaded, int(files.size()));
 }
 
 TEST(DXFCorpus, countsMatchTheManifestForKnownFiles) {

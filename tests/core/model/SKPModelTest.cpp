@@ -55,16 +55,6 @@ TEST(SKPModel, planarRuleTable) {
     }
 }
 
-TEST(SKPModel, layerGroupsComeFromConstructorAndCompareAllFields) {
-    auto m = boxModel({1, 1, 1}, 0, 0, "a.skp");
-    ASSERT_EQ(m.layerGroups().size(), 1u);
-    EXPECT_EQ(m.layerGroups()[0].id, "layer-0");
-    LayerGroup a{"g", "G", {1, 2}, {{1, "x"}, {2, "y"}}};
-    LayerGroup b = a;
-    b.memberLabels[2] = "z";
-    EXPECT_NE(a, b);
-}
-
 TEST(SKPError, messagesFollowTheLanguageAtTheMomentOfAsking) {
     test::TempDir dir;
     SettingsStore store(dir / "s.json");

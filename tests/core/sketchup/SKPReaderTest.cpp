@@ -71,27 +71,6 @@ void expectNear(Float3 actual, Float3 expected) {
 
 }  // namespace
 
-TEST(SKPReaderMath, transformScalesOnlyTranslationAndDividesByW) {
-    struct Case {
-        std::array<double, 16> values;
-        std::array<float, 16> expected;
-    } cases[] = {
-        {{1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 100, 200, -50, 1},
-         {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 2.54f, 5.08f, -1.27f, 1}},
-        {{2, 0, 0, 0, 0, 3, 0, 0, 0, 0, 4, 0, 10, 0, 0, 1},
-         {2, 0, 0, 0, 0, 3, 0, 0, 0, 0, 4, 0, 0.254f, 0, 0, 1}},
-        {{2, 0, 0, 0, 0, 2, 0, 0, 0, 0, 2, 0, 20, 0, 0, 2},
-         {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0.254f, 0, 0, 1}},
-        // w = 0 is kept as it is, and the fourth column's w becomes 1.
-        {{0, 1, 0, 0.5, -1, 0, 0, 0, 0, 0, 1, 0, 1, 2, 3, 0},
-         {0, 1, 0, 0.5f, -1, 0, 0, 0, 0, 0, 1, 0, 0.0254f, 0.0508f, 0.0762f, 1}},
-    };
-    for (const Case& c : cases) {
-        Float4x4 m = SKPReader::transform(c.values);
-        for (int i = 0; i < 16; ++i) EXPECT_FLOAT_EQ(m.m[i], c.expected[i]) << "element " << i;
-    }
-}
-
 TEST(SKPReaderMath, boxAddTakesTransformedCornersAndIgnoresEmptyBoxes) {
     SKPReader::Box empty;
     EXPECT_TRUE(empty.isEmpty());

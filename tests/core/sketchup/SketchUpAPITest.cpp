@@ -126,26 +126,6 @@ TEST_F(SketchUpAPITest, locateTakesTheFirstFrameworkWithALibrary) {
     EXPECT_EQ(found->appVersion, "24.0");
 }
 
-TEST_F(SketchUpAPITest, originNamesWhereTheLibraryCameFrom) {
-    struct Case {
-        Location location;
-        std::optional<std::string> fr, en;
-    } cases[] = {
-        {{"/x", std::nullopt, true}, "livré dans l'app", "shipped in the app"},
-        {{"/x", "23.1", false}, "installé avec SketchUp 23.1", "installed with SketchUp 23.1"},
-        {{"/e/Unity.app/Contents/Frameworks/SketchUpAPI.framework", std::nullopt, false},
-         "livré avec Unity",
-         "shipped with Unity"},
-        {{"/dev/sdk", std::nullopt, false}, std::nullopt, std::nullopt},
-    };
-    for (const Case& c : cases) {
-        Localization::setCurrent(AppLanguage::fr);
-        EXPECT_EQ(c.location.origin(), c.fr);
-        Localization::setCurrent(AppLanguage::en);
-        EXPECT_EQ(c.location.origin(), c.en);
-    }
-}
-
 TEST_F(SketchUpAPITest, loadFunctionsNamesWhatIsMissing) {
     try {
         loadFunctions({kStandIns / "incomplete/SketchUpAPI.framework", std::nullopt, false});
