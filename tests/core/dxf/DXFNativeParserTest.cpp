@@ -61,10 +61,8 @@ const std::vector<Float3>& onlyEdges(const SKPModel& m) {
 
 TEST(DXFNativeParser, emptyFileGivesEmptyModelWithLayerZero) {
     SKPModel m = parseDXF("");
-    ASSERT_EQ(m.layers.size(), 1u);
-    EXPECT_EQ(m.layers[0].name, "0");
-    EXPECT_TRUE(m.layers[0].isVisible);
-    EXPECT_TRUE(m.root.edges.empty());
+    EXPECT_EQ(m.layers, (std::vector<Layer>{{"0", true, std::nullopt}}));
+    EXPECT_EQ(m.root, Definition{});
     EXPECT_TRUE(m.definitions.empty());
     EXPECT_EQ(m.boundsMin, Float3{});
     EXPECT_EQ(m.boundsMax, Float3{});
