@@ -141,13 +141,8 @@ Node* buildFace(Model& m, const json& j) {
     resolve(m, j, "back", m.materialByName, n->back, n->hasBack);
     for (const auto& v : j.at("vertices")) n->vertices.push_back(point(v));
     if (j.contains("normal")) n->normal = point(j["normal"]);
-    if (j.contains("triangles")) {
-        for (const auto& t : j["triangles"])
-            for (const auto& i : t) n->indices.push_back(i.get<size_t>());
-    } else {
-        for (size_t i = 1; i + 1 < n->vertices.size(); ++i)
-            n->indices.insert(n->indices.end(), {0, i, i + 1});
-    }
+    for (size_t i = 1; i + 1 < n->vertices.size(); ++i)
+        n->indices.insert(n->indices.end(), {0, i, i + 1});
     for (const SUPoint3D& v : n->vertices) {
         n->frontSTQ.push_back({v.x, v.y, 1});
         n->backSTQ.push_back({-v.x, -v.y, 1});
@@ -155,10 +150,6 @@ Node* buildFace(Model& m, const json& j) {
     if (j.contains("frontSTQ")) {
         n->frontSTQ.clear();
         for (const auto& v : j["frontSTQ"]) n->frontSTQ.push_back(point(v));
-    }
-    if (j.contains("backSTQ")) {
-        n->backSTQ.clear();
-        for (const auto& v : j["backSTQ"]) n->backSTQ.push_back(point(v));
     }
     return n;
 }
@@ -358,6 +349,16 @@ SUResult meshPoints(SUHandle h, const char* function, const std::vector<SUPoint3
 
 #define STANDIN_EXPORT extern "C" __attribute__((visibility("default")))
 
+// Getters that read one field of the element's JSON, or its name.
+#define STANDIN_FIELD(function, type, helper, key)            \
+    STANDIN_EXPORT SUResult function(SUHandle h, type* out) { \
+        return helper(h, #function, key, out);                \
+    }
+#define STANDIN_NAME(function)                                     \
+    STANDIN_EXPORT SUResult function(SUHandle h, SUHandle* name) { \
+        return nameOf(h, name, #function);                         \
+    }
+
 // Handles (models, strings, mesh helpers) the reader has not released yet.
 STANDIN_EXPORT int StandInLiveHandles() {
     return liveHandles;
@@ -471,9 +472,7 @@ STANDIN_EXPORT SUResult SUModelGetCamera(SUHandle model, SUHandle* camera) {
     return kOk;
 }
 
-STANDIN_EXPORT SUResult SUMaterialGetName(SUHandle material, SUHandle* name) {
-    return nameOf(material, name, "SUMaterialGetName");
-}
+STANDIN_NAME(SUMaterialGetName)
 STANDIN_EXPORT SUResult SUMaterialGetColor(SUHandle material, SUColor* color) {
     if (!material || !color) return kNullInput;
     if (fails(material, "SUMaterialGetColor")) return kGeneric;
@@ -482,16 +481,10 @@ STANDIN_EXPORT SUResult SUMaterialGetColor(SUHandle material, SUColor* color) {
               c.at(3).get<uint8_t>()};
     return kOk;
 }
-STANDIN_EXPORT SUResult SUMaterialGetOpacity(SUHandle material, double* opacity) {
-    return doubleField(material, "SUMaterialGetOpacity", "opacity", opacity);
-}
-STANDIN_EXPORT SUResult SUMaterialGetUseOpacity(SUHandle material, bool* useOpacity) {
-    return boolField(material, "SUMaterialGetUseOpacity", "useOpacity", useOpacity);
-}
+STANDIN_FIELD(SUMaterialGetOpacity, double, doubleField, "opacity")
+STANDIN_FIELD(SUMaterialGetUseOpacity, bool, boolField, "useOpacity")
 #ifndef STANDIN_NO_OPTIONAL
-STANDIN_EXPORT SUResult SUMaterialIsDrawnTransparent(SUHandle material, bool* transparent) {
-    return boolField(material, "SUMaterialIsDrawnTransparent", "drawnTransparent", transparent);
-}
+STANDIN_FIELD(SUMaterialIsDrawnTransparent, bool, boolField, "drawnTransparent")
 #endif
 STANDIN_EXPORT SUResult SUMaterialGetType(SUHandle material, int32_t* type) {
     if (!material || !type) return kNullInput;
@@ -529,12 +522,8 @@ STANDIN_EXPORT SUResult SUTextureGetDimensions(SUHandle texture, size_t* width, 
     return kOk;
 }
 
-STANDIN_EXPORT SUResult SULayerGetName(SUHandle layer, SUHandle* name) {
-    return nameOf(layer, name, "SULayerGetName");
-}
-STANDIN_EXPORT SUResult SULayerGetVisibility(SUHandle layer, bool* visible) {
-    return boolField(layer, "SULayerGetVisibility", "visible", visible);
-}
+STANDIN_NAME(SULayerGetName)
+STANDIN_FIELD(SULayerGetVisibility, bool, boolField, "visible")
 #ifndef STANDIN_NO_OPTIONAL
 STANDIN_EXPORT SUResult SULayerGetParentLayerFolder(SUHandle layer, SUHandle* folder) {
     if (!layer || !folder) return kNullInput;
@@ -702,9 +691,7 @@ STANDIN_EXPORT SUResult SUGroupGetEntities(SUHandle group, SUHandle* entities) {
 STANDIN_EXPORT SUResult SUGroupGetTransform(SUHandle group, SUTransformation* transform) {
     return transformOf(group, "SUGroupGetTransform", transform);
 }
-STANDIN_EXPORT SUResult SUGroupGetName(SUHandle group, SUHandle* name) {
-    return nameOf(group, name, "SUGroupGetName");
-}
+STANDIN_NAME(SUGroupGetName)
 STANDIN_EXPORT SUResult SUComponentInstanceGetDefinition(SUHandle instance, SUHandle* definition) {
     return handleField(instance, "SUComponentInstanceGetDefinition",
                        instance ? node(instance)->definition : nullptr, true, definition);
@@ -713,9 +700,7 @@ STANDIN_EXPORT SUResult SUComponentInstanceGetTransform(SUHandle instance,
                                                         SUTransformation* transform) {
     return transformOf(instance, "SUComponentInstanceGetTransform", transform);
 }
-STANDIN_EXPORT SUResult SUComponentInstanceGetName(SUHandle instance, SUHandle* name) {
-    return nameOf(instance, name, "SUComponentInstanceGetName");
-}
+STANDIN_NAME(SUComponentInstanceGetName)
 STANDIN_EXPORT SUResult SUComponentDefinitionGetName(SUHandle definition, SUHandle* name) {
     if (!definition) return kNullInput;
     for (const auto& [key, value] : node(definition)->model->definitionByName)
@@ -727,19 +712,13 @@ STANDIN_EXPORT SUResult SUComponentDefinitionGetEntities(SUHandle definition, SU
                        definition ? node(definition)->entities : nullptr, true, entities);
 }
 
-STANDIN_EXPORT SUResult SUSceneGetName(SUHandle scene, SUHandle* name) {
-    return nameOf(scene, name, "SUSceneGetName");
-}
-STANDIN_EXPORT SUResult SUSceneGetUseCamera(SUHandle scene, bool* useCamera) {
-    return boolField(scene, "SUSceneGetUseCamera", "useCamera", useCamera);
-}
+STANDIN_NAME(SUSceneGetName)
+STANDIN_FIELD(SUSceneGetUseCamera, bool, boolField, "useCamera")
 STANDIN_EXPORT SUResult SUSceneGetCamera(SUHandle scene, SUHandle* camera) {
     return handleField(scene, "SUSceneGetCamera", scene ? node(scene)->camera : nullptr,
                        scene && node(scene)->camera, camera);
 }
-STANDIN_EXPORT SUResult SUSceneGetUseHiddenLayers(SUHandle scene, bool* use) {
-    return boolField(scene, "SUSceneGetUseHiddenLayers", "useHiddenLayers", use);
-}
+STANDIN_FIELD(SUSceneGetUseHiddenLayers, bool, boolField, "useHiddenLayers")
 STANDIN_EXPORT SUResult SUSceneGetNumLayers(SUHandle scene, size_t* count) {
     if (!scene || !count) return kNullInput;
     if (fails(scene, "SUSceneGetNumLayers")) return kGeneric;
@@ -763,21 +742,11 @@ STANDIN_EXPORT SUResult SUCameraGetOrientation(SUHandle camera, SUPoint3D* posit
     *up = point(j.value("up", json::array({0, 0, 1})));
     return kOk;
 }
-STANDIN_EXPORT SUResult SUCameraGetPerspective(SUHandle camera, bool* perspective) {
-    return boolField(camera, "SUCameraGetPerspective", "perspective", perspective);
-}
-STANDIN_EXPORT SUResult SUCameraGetPerspectiveFrustumFOV(SUHandle camera, double* fov) {
-    return doubleField(camera, "SUCameraGetPerspectiveFrustumFOV", "fov", fov);
-}
-STANDIN_EXPORT SUResult SUCameraGetFOVIsHeight(SUHandle camera, bool* isHeight) {
-    return boolField(camera, "SUCameraGetFOVIsHeight", "fovIsHeight", isHeight);
-}
-STANDIN_EXPORT SUResult SUCameraGetAspectRatio(SUHandle camera, double* aspect) {
-    return doubleField(camera, "SUCameraGetAspectRatio", "aspect", aspect);
-}
-STANDIN_EXPORT SUResult SUCameraGetOrthographicFrustumHeight(SUHandle camera, double* height) {
-    return doubleField(camera, "SUCameraGetOrthographicFrustumHeight", "orthoHeight", height);
-}
+STANDIN_FIELD(SUCameraGetPerspective, bool, boolField, "perspective")
+STANDIN_FIELD(SUCameraGetPerspectiveFrustumFOV, double, doubleField, "fov")
+STANDIN_FIELD(SUCameraGetFOVIsHeight, bool, boolField, "fovIsHeight")
+STANDIN_FIELD(SUCameraGetAspectRatio, double, doubleField, "aspect")
+STANDIN_FIELD(SUCameraGetOrthographicFrustumHeight, double, doubleField, "orthoHeight")
 
 // Every export has the exact type of its slot in the reader's table.
 #ifndef STANDIN_NO_OPTIONAL
