@@ -16,33 +16,29 @@ using namespace vistrel::test;
 
 namespace {
 
+Tags concat(std::initializer_list<Tags> parts) {
+    Tags all;
+    for (const Tags& p : parts) all.insert(all.end(), p.begin(), p.end());
+    return all;
+}
+
+// A point's x, y and z under group codes code, code + 10 and code + 20.
+Tags xyz(int code, Float3 p) {
+    return {{code, std::to_string(p.x)},
+            {code + 10, std::to_string(p.y)},
+            {code + 20, std::to_string(p.z)}};
+}
+
 Tags arc(double start, std::optional<double> end, double radius = 1) {
-    Tags t{{0, "ARC"},
-           {8, "0"},
-           {10, "0"},
-           {20, "0"},
-           {30, "0"},
-           {40, std::to_string(radius)},
-           {50, std::to_string(start)}};
+    Tags t = concat({{{0, "ARC"}, {8, "0"}},
+                     xyz(10, {}),
+                     {{40, std::to_string(radius)}, {50, std::to_string(start)}}});
     if (end) t.push_back({51, std::to_string(*end)});
     return t;
 }
 
 Tags line(Float3 a, Float3 b, const std::string& layer = "0") {
-    return {{0, "LINE"},
-            {8, layer},
-            {10, std::to_string(a.x)},
-            {20, std::to_string(a.y)},
-            {30, std::to_string(a.z)},
-            {11, std::to_string(b.x)},
-            {21, std::to_string(b.y)},
-            {31, std::to_string(b.z)}};
-}
-
-Tags concat(std::initializer_list<Tags> parts) {
-    Tags all;
-    for (const Tags& p : parts) all.insert(all.end(), p.begin(), p.end());
-    return all;
+    return concat({{{0, "LINE"}, {8, layer}}, xyz(10, a), xyz(11, b)});
 }
 
 void expectNear(Float3 a, Float3 b, float tolerance = 1e-4f) {
@@ -146,12 +142,8 @@ TEST(DXFNativeParser, lwPolylineSegmentsAndClosing) {
 }
 
 TEST(DXFNativeParser, polylineVerticesAndPolyfaceRecords) {
-    auto vertex = [](double x, double y, int flags, std::vector<int> idx = {}) {
-        Tags t{{0, "VERTEX"},
-               {10, std::to_string(x)},
-               {20, std::to_string(y)},
-               {30, "0"},
-               {70, std::to_string(flags)}};
+    auto vertex = [](float x, float y, int flags, std::vector<int> idx = {}) {
+        Tags t = concat({{{0, "VERTEX"}}, xyz(10, {x, y, 0}), {{70, std::to_string(flags)}}});
         for (size_t i = 0; i < idx.size(); ++i) t.push_back({71 + int(i), std::to_string(idx[i])});
         return t;
     };
@@ -190,11 +182,7 @@ TEST(DXFNativeParser, polylineVerticesAndPolyfaceRecords) {
 TEST(DXFNativeParser, solidTraceAnd3DFaceCornerOrder) {
     auto corners = [](const char* kind, std::vector<Float3> c) {
         Tags t{{0, kind}};
-        for (size_t i = 0; i < c.size(); ++i) {
-            t.push_back({10 + int(i), std::to_string(c[i].x)});
-            t.push_back({20 + int(i), std::to_string(c[i].y)});
-            t.push_back({30 + int(i), std::to_string(c[i].z)});
-        }
+        for (size_t i = 0; i < c.size(); ++i) t = concat({t, xyz(10 + int(i), c[i])});
         return t;
     };
     const std::vector<Float3> square{{0, 0, 0}, {1, 0, 0}, {0, 1, 0}, {1, 1, 0}};
@@ -306,30 +294,20 @@ TEST(DXFNativeParser, pointCloudsAreThinnedToAboutSixtyThousand) {
 namespace {
 
 Tags block(const std::string& name, Float3 base, const Tags& body) {
-    Tags t{{0, "BLOCK"},
-           {8, "0"},
-           {2, name},
-           {70, "0"},
-           {10, std::to_string(base.x)},
-           {20, std::to_string(base.y)},
-           {30, std::to_string(base.z)},
-           {3, name}};
-    t.insert(t.end(), body.begin(), body.end());
-    t.insert(t.end(), {{0, "ENDBLK"}, {8, "0"}});
-    return t;
+    return concat({{{0, "BLOCK"}, {8, "0"}, {2, name}, {70, "0"}},
+                   xyz(10, base),
+                   {{3, name}},
+                   body,
+                   {{0, "ENDBLK"}, {8, "0"}}});
 }
 
 Tags insert(const std::string& name, Float3 at, Float3 scale = {1, 1, 1}, double rotation = 0) {
-    return {{0, "INSERT"},
-            {8, "0"},
-            {2, name},
-            {10, std::to_string(at.x)},
-            {20, std::to_string(at.y)},
-            {30, std::to_string(at.z)},
-            {41, std::to_string(scale.x)},
-            {42, std::to_string(scale.y)},
-            {43, std::to_string(scale.z)},
-            {50, std::to_string(rotation)}};
+    return concat({{{0, "INSERT"}, {8, "0"}, {2, name}},
+                   xyz(10, at),
+                   {{41, std::to_string(scale.x)},
+                    {42, std::to_string(scale.y)},
+                    {43, std::to_string(scale.z)},
+                    {50, std::to_string(rotation)}}});
 }
 
 std::string withBlocks(const Tags& blocks, const Tags& entities, const Tags& header = {}) {
