@@ -258,28 +258,30 @@ TEST(OSCCodec, intValueConversions) {
         Value value;
         std::optional<int64_t> expected;
     };
-    const Case cases[] = {{-5, -5},
-                          {1.5f, 2},
-                          {2.5f, 3},
-                          {0.49999997f, 0},
-                          {-0.0f, 0},
-                          {-9223372036854775808.0f, std::numeric_limits<int64_t>::min()},
-                          {"42", 42},
-                          {"-0", 0},
-                          {"9223372036854775807", std::numeric_limits<int64_t>::max()},
-                          {"-9223372036854775808", std::numeric_limits<int64_t>::min()},
-                          {"9223372036854775808", std::nullopt},
-                          {"-9223372036854775809", std::nullopt},
-                          {"", std::nullopt},
-                          {"+", std::nullopt},
-                          {"+-1", std::nullopt},
-                          {"1.5", std::nullopt},
-                          {" 1", std::nullopt},
-                          {"1e3", std::nullopt},
-                          {"\xD9\xA1", std::nullopt},  // Arabic-Indic one
-                          {true, 1},
-                          {false, 0},
-                          {Value::impulse(), 1}};
+    const Case cases[] = {
+        {-5, -5},
+        {1.5f, 2},
+        {2.5f, 3},
+        {0.49999997f, 0},
+        {-0.0f, 0},
+        {-9223372036854775808.0f, std::numeric_limits<int64_t>::min()},
+        {"42", 42},
+        {"-0", 0},
+        {"9223372036854775807", std::numeric_limits<int64_t>::max()},
+        {"-9223372036854775808", std::numeric_limits<int64_t>::min()},
+        {"9223372036854775808", std::nullopt},
+        {"-9223372036854775809", std::nullopt},
+        {"", std::nullopt},
+        {"+", std::nullopt},
+        {"+-1", std::nullopt},
+        {"1.5", std::nullopt},
+        {" 1", std::nullopt},
+        {"1e3", std::nullopt},
+        {"\xD9\xA1", std::nullopt},  // Arabic-Indic one
+        {true, 1},
+        {false, 0},
+        {Value::impulse(), 1},
+    };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.value.stringValue());
         EXPECT_EQ(c.value.intValue(), c.expected);
@@ -299,23 +301,25 @@ TEST(OSCCodec, floatAndDoubleValueConversions) {
         Value value;
         std::optional<double> expected;
     };
-    const Case cases[] = {{7, 7.0},
-                          {0.1f, double(0.1f)},
-                          {"1,5", 1.5},
-                          {"1.5", 1.5},
-                          {"+2", 2.0},
-                          {"1e3", 1000.0},
-                          {"0x10", 16.0},
-                          {"0x1p-2", 0.25},
-                          {"inf", HUGE_VAL},
-                          {"", std::nullopt},
-                          {" 1", std::nullopt},
-                          {"1 ", std::nullopt},
-                          {"1,5,0", std::nullopt},
-                          {"12abc", std::nullopt},
-                          {std::string("1\0", 2), std::nullopt},
-                          {true, 1.0},
-                          {Value::impulse(), 1.0}};
+    const Case cases[] = {
+        {7, 7.0},
+        {0.1f, double(0.1f)},
+        {"1,5", 1.5},
+        {"1.5", 1.5},
+        {"+2", 2.0},
+        {"1e3", 1000.0},
+        {"0x10", 16.0},
+        {"0x1p-2", 0.25},
+        {"inf", HUGE_VAL},
+        {"", std::nullopt},
+        {" 1", std::nullopt},
+        {"1 ", std::nullopt},
+        {"1,5,0", std::nullopt},
+        {"12abc", std::nullopt},
+        {std::string("1\0", 2), std::nullopt},
+        {true, 1.0},
+        {Value::impulse(), 1.0},
+    };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.value.stringValue());
         EXPECT_EQ(c.value.doubleValue(), c.expected);
@@ -344,25 +348,27 @@ TEST(OSCCodec, boolValueConversions) {
         Value value;
         std::optional<bool> expected;
     };
-    const Case cases[] = {{0, false},
-                          {0.0f, false},
-                          {-0.0f, false},
-                          {std::nanf(""), true},
-                          {1e-40f, true},
-                          {" OUI\n", true},
-                          {"on", true},
-                          {"\xC2\xA0yes\xE3\x80\x80", true},  // no-break space, ideographic space
-                          {"NON", false},
-                          {"off\t", false},
-                          {"false", false},
-                          {"maybe", std::nullopt},
-                          {"", std::nullopt},
-                          {"y es", std::nullopt},
-                          {"2", std::nullopt},
-                          {"\xFFyes", std::nullopt},
-                          {"\xE0\x80\xA0yes", std::nullopt},  // an overlong space is no space
-                          {true, true},
-                          {Value::impulse(), true}};
+    const Case cases[] = {
+        {0, false},
+        {0.0f, false},
+        {-0.0f, false},
+        {std::nanf(""), true},
+        {1e-40f, true},
+        {" OUI\n", true},
+        {"on", true},
+        {"\xC2\xA0yes\xE3\x80\x80", true},  // no-break space, ideographic space
+        {"NON", false},
+        {"off\t", false},
+        {"false", false},
+        {"maybe", std::nullopt},
+        {"", std::nullopt},
+        {"y es", std::nullopt},
+        {"2", std::nullopt},
+        {"\xFFyes", std::nullopt},
+        {"\xE0\x80\xA0yes", std::nullopt},  // an overlong space is no space
+        {true, true},
+        {Value::impulse(), true},
+    };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.value.stringValue());
         EXPECT_EQ(c.value.boolValue(), c.expected);
@@ -374,21 +380,23 @@ TEST(OSCCodec, stringValueConversions) {
         Value value;
         std::string expected;
     };
-    const Case cases[] = {{-7, "-7"},
-                          {1.0f, "1.0"},
-                          {0.1f, "0.1"},
-                          {123.456f, "123.456"},
-                          {0.00001f, "1e-05"},
-                          {16777216.0f, "16777216.0"},
-                          {16777218.0f, "1.6777218e+07"},
-                          {1e10f, "1e+10"},
-                          {-0.0f, "-0.0"},
-                          {std::nanf(""), "nan"},
-                          {-std::numeric_limits<float>::infinity(), "-inf"},
-                          {"as is ", "as is "},
-                          {true, "1"},
-                          {false, "0"},
-                          {Value::impulse(), "bang"}};
+    const Case cases[] = {
+        {-7, "-7"},
+        {1.0f, "1.0"},
+        {0.1f, "0.1"},
+        {123.456f, "123.456"},
+        {0.00001f, "1e-05"},
+        {16777216.0f, "16777216.0"},
+        {16777218.0f, "1.6777218e+07"},
+        {1e10f, "1e+10"},
+        {-0.0f, "-0.0"},
+        {std::nanf(""), "nan"},
+        {-std::numeric_limits<float>::infinity(), "-inf"},
+        {"as is ", "as is "},
+        {true, "1"},
+        {false, "0"},
+        {Value::impulse(), "bang"},
+    };
     for (const auto& c : cases) EXPECT_EQ(c.value.stringValue(), c.expected);
 }
 
