@@ -10,8 +10,8 @@ namespace vistrel {
 
 namespace {
 
-// Where binary data starts: after the sentinel's closing NUL, which follows the prefix within the
-// sentinel's 22 bytes; a writer that shortens the tail still ends it with that NUL.
+// Where binary data starts: after the sentinel's closing NUL, found within its 22 bytes so that a
+// tail that lost a byte (a CR dropped in transfer) still lines up; with no NUL there, at byte 22.
 size_t binaryDataStart(std::span<const uint8_t> bytes) {
     constexpr size_t sentinelSize = 22;
     size_t from = std::strlen(SKPFileInfo::binaryDXFPrefix);

@@ -114,10 +114,7 @@ TEST_F(SKPReaderTest, materialsOpacityTransparencyAndTextures) {
     for (size_t i = 0; i < 8; ++i) {
         const Material& mat = m.materials[i];
         EXPECT_EQ(mat.name, expected[i].name) << i;
-        EXPECT_FLOAT_EQ(mat.color.x, expected[i].color.x) << i;
-        EXPECT_FLOAT_EQ(mat.color.y, expected[i].color.y) << i;
-        EXPECT_FLOAT_EQ(mat.color.z, expected[i].color.z) << i;
-        EXPECT_FLOAT_EQ(mat.color.w, expected[i].color.w) << i;
+        EXPECT_EQ(mat.color, expected[i].color) << i;
         EXPECT_FLOAT_EQ(mat.opacity, expected[i].opacity) << i;
         EXPECT_EQ(mat.isTransparent, expected[i].transparent) << i;
     }
