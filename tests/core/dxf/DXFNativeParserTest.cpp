@@ -255,24 +255,19 @@ TEST(DXFNativeParser, frozenAndNegativeColourLayersAreHidden) {
     EXPECT_EQ(edgeLayers, (std::vector<int>{0, 1, 5}));  // ascending layer order
 }
 
-TEST(DXFNativeParser, insUnitsScaleEverythingToMetres) {
+// Everything is scaled to metres, but for the mark of a POINT, which stays 3 cm wide.
+TEST(DXFNativeParser, insUnitsScaleEverythingToMetresButPointMarks) {
     const std::pair<int, float> cases[] = {{1, 0.0254f}, {2, 0.3048f}, {3, 1},
                                            {4, 0.001f},  {5, 0.01f},   {6, 1},
                                            {7, 1000},    {0, 1},       {99, 1}};
     for (auto [units, scale] : cases) {
-        SKPModel m = parseDXF(entitiesText(line({0, 0, 0}, {1000, 0, 0}), headerUnits(units)));
-        EXPECT_FLOAT_EQ(m.boundsMax.x, 1000 * scale) << "units " << units;
-    }
-}
-
-TEST(DXFNativeParser, pointMarkIsThreeCentimetresWhateverTheUnits) {
-    for (int units : {0, 1, 4, 7}) {
+        Tags point{{0, "POINT"}, {8, "P"}, {10, "0.1"}, {20, "0"}, {30, "0"}};
         SKPModel m = parseDXF(
-            entitiesText({{0, "POINT"}, {10, "0.1"}, {20, "0"}, {30, "0"}}, headerUnits(units)));
-        const auto& p = onlyEdges(m);
-        ASSERT_EQ(p.size(), 2u);
-        EXPECT_NEAR(p[1].x - p[0].x, 0.03, 1e-4) << "units " << units;
-        EXPECT_EQ(p[0].y, p[1].y);
+            entitiesText(concat({line({0, 0, 0}, {1000, 0, 0}), point}), headerUnits(units)));
+        EXPECT_FLOAT_EQ(m.root.edges.at(0).positions[1].x, 1000 * scale) << "units " << units;
+        const auto& mark = m.root.edges.at(1).positions;
+        EXPECT_NEAR(mark[1].x - mark[0].x, 0.03, 1e-4) << "units " << units;
+        EXPECT_EQ(mark[0].y, mark[1].y);
     }
 }
 
