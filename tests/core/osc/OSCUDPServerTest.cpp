@@ -10,7 +10,6 @@
 
 #include <chrono>
 #include <condition_variable>
-#include <cstdlib>
 #include <filesystem>
 #include <mutex>
 #include <random>
@@ -45,8 +44,7 @@ class LoopbackSocket {
     ~LoopbackSocket() {
         if (fd_ >= 0) ::close(fd_);
     }
-    LoopbackSocket(LoopbackSocket&& o) noexcept : fd_(o.fd_), port_(o.port_) { o.fd_ = -1; }
-    LoopbackSocket& operator=(LoopbackSocket&&) = delete;
+    LoopbackSocket(LoopbackSocket&& o) noexcept : fd_(std::exchange(o.fd_, -1)), port_(o.port_) {}
 
     bool bound() const { return fd_ >= 0; }
     uint16_t port() const { return port_; }
@@ -60,9 +58,7 @@ class LoopbackSocket {
         pollfd p{fd_, POLLIN, 0};
         if (::poll(&p, 1, int(wait.count())) != 1) return std::nullopt;
         std::vector<uint8_t> buffer(65536);
-        const ssize_t n = ::recv(fd_, buffer.data(), buffer.size(), 0);
-        if (n < 0) return std::nullopt;
-        buffer.resize(size_t(n));
+        buffer.resize(size_t(std::max<ssize_t>(0, ::recv(fd_, buffer.data(), buffer.size(), 0))));
         return buffer;
     }
 
@@ -111,10 +107,7 @@ class Inbox {
         changed_.wait_for(guard, wait, [&] { return messages_.size() >= count; });
         return messages_;
     }
-    size_t count() {
-        std::lock_guard guard(mutex_);
-        return messages_.size();
-    }
+    size_t count() { return waitFor(SIZE_MAX, 0ms).size(); }
 
   private:
     std::mutex mutex_;
@@ -123,9 +116,7 @@ class Inbox {
 };
 
 size_t openDescriptorCount() {
-    size_t n = 0;
-    for ([[maybe_unused]] const auto& e : std::filesystem::directory_iterator("/proc/self/fd")) ++n;
-    return n;
+    return size_t(std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {}));
 }
 
 }  // namespace
@@ -134,25 +125,35 @@ TEST(OSCUDPServer, handsOverEveryMessageOfADatagramInPacketOrder) {
     Inbox inbox;
     OSCUDPServer server(0, inbox.handler());
     ASSERT_TRUE(server.start(16));
-    EXPECT_TRUE(server.isRunning());
     EXPECT_NE(server.port(), 0);
 
     const Message a{"/a", {1}}, b{"/b", {"two"}}, c{"/c", {}};
-    auto element = [](const Message& m, std::vector<uint8_t>& out) {
-        const auto bytes = OSCCodec::encode(m);
-        const auto n = uint32_t(bytes.size());
-        out.insert(out.end(), {uint8_t(n >> 24), uint8_t(n >> 16), uint8_t(n >> 8), uint8_t(n)});
-        out.insert(out.end(), bytes.begin(), bytes.end());
-    };
     std::vector<uint8_t> bundle{'#', 'b', 'u', 'n', 'd', 'l', 'e', 0, 0, 0, 0, 0, 0, 0, 0, 1};
-    element(a, bundle);
-    element(b, bundle);
-    element(c, bundle);
+    for (const Message& m : {a, b, c}) {
+        const auto bytes = OSCCodec::encode(m);
+        bundle.insert(bundle.end(), {0, 0, 0, uint8_t(bytes.size())});
+        bundle.insert(bundle.end(), bytes.begin(), bytes.end());
+    }
     LoopbackSocket sender;
     sender.sendTo(server.port(), bundle);
     OSCUDPServer::send({"/d", {2.5f}}, "127.0.0.1", server.port());
-
     EXPECT_EQ(inbox.waitFor(4), (std::vector<Message>{a, b, c, {"/d", {2.5f}}}));
+
+    // "/big" ",is" then an int and a 9000-byte string: the string is cut with the datagram.
+    std::vector<uint8_t> big{'/', 'b', 'i', 'g', 0, 0, 0, 0, ',', 'i', 's', 0, 0, 0, 0, 9};
+    big.resize(big.size() + 9000, 'x');
+    sender.sendTo(server.port(), big);
+    const auto received = inbox.waitFor(5);
+    ASSERT_EQ(received.size(), 5u);
+    EXPECT_EQ(received[4],
+              (Message{"/big", {9, std::string(OSCUDPServer::receiveBufferSize - 16, 'x')}}));
+
+    // A zero-length datagram ends the receive loop, but the server still counts as running.
+    sender.sendTo(server.port(), {});
+    sender.sendTo(server.port(), OSCCodec::encode({"/unread", {}}));
+    std::this_thread::sleep_for(kQuiet);
+    EXPECT_EQ(inbox.count(), 5u);
+    EXPECT_TRUE(server.isRunning());
 }
 
 TEST(OSCUDPServer, busyPortsAreSkippedUpToSixteenAndAFailureKeepsTheWantedPort) {
@@ -234,34 +235,6 @@ TEST(OSCUDPServer, handlerMayStopTheServer) {
     EXPECT_EQ(calls, 1);
 }
 
-TEST(OSCUDPServer, zeroLengthDatagramEndsTheLoopButLeavesTheServerRunning) {
-    Inbox inbox;
-    OSCUDPServer server(0, inbox.handler());
-    ASSERT_TRUE(server.start(16));
-    LoopbackSocket sender;
-    sender.sendTo(server.port(), {});
-    sender.sendTo(server.port(), OSCCodec::encode({"/unread", {}}));
-    std::this_thread::sleep_for(kQuiet);
-    EXPECT_EQ(inbox.count(), 0u);
-    EXPECT_TRUE(server.isRunning());
-}
-
-TEST(OSCUDPServer, oversizeDatagramIsDecodedFromItsFirst8192Bytes) {
-    Inbox inbox;
-    OSCUDPServer server(0, inbox.handler());
-    ASSERT_TRUE(server.start(16));
-    // "/big" ",is" then an int and a 9000-byte string: the string is cut with the datagram.
-    std::vector<uint8_t> packet{'/', 'b', 'i', 'g', 0, 0, 0, 0, ',', 'i', 's', 0, 0, 0, 0, 9};
-    packet.resize(packet.size() + 9000, 'x');
-    packet.push_back(0);
-    LoopbackSocket sender;
-    sender.sendTo(server.port(), packet);
-    const auto received = inbox.waitFor(1);
-    ASSERT_EQ(received.size(), 1u);
-    EXPECT_EQ(received[0],
-              (Message{"/big", {9, std::string(OSCUDPServer::receiveBufferSize - 16, 'x')}}));
-}
-
 TEST(OSCUDPServer, sendGoesOnlyToDottedQuadAddresses) {
     LoopbackSocket receiver;
     ASSERT_TRUE(receiver.bound());
@@ -272,47 +245,4 @@ TEST(OSCUDPServer, sendGoesOnlyToDottedQuadAddresses) {
     }
     OSCUDPServer::send(m, "127.0.0.1", receiver.port());
     EXPECT_EQ(receiver.receive(kPatience), OSCCodec::encode(m));
-}
-
-// Interoperability with liblo's oscsend, an OSC implementation written elsewhere (what the
-// server sends is pinned byte for byte in OSCCodecTest).
-namespace {
-
-bool haveTool(const char* name) {
-    return std::system((std::string("command -v ") + name + " >/dev/null").c_str()) == 0;
-}
-
-}  // namespace
-
-TEST(OSCInterop, serverDecodesWhatLibloSends) {
-    if (!haveTool("oscsend")) GTEST_SKIP() << "oscsend (liblo-tools) is not installed";
-    Inbox inbox;
-    OSCUDPServer server(0, inbox.handler());
-    ASSERT_TRUE(server.start(16));
-    const std::string port = std::to_string(server.port());
-
-    struct Case {
-        std::vector<std::string> arguments;
-        Message expected;
-    };
-    const std::vector<Case> cases = {
-        {{"/vistrel/camera/position", "fff", "1.5", "-2", "3.25"},
-         {"/vistrel/camera/position", {1.5f, -2.0f, 3.25f}}},
-        {{"/all", "ihfdsSTFNI", "-7", "5000000000", "0.5", "0.1", "h\xC3\xA9llo", "sym"},
-         {"/all",
-          {-7, 2147483647, 0.5f, float(0.1), "h\xC3\xA9llo", "sym", true, false, Value::impulse(),
-           Value::impulse()}}},
-        {{"/vistrel/scene/next", ""}, {"/vistrel/scene/next", {}}},
-        // A char has no value of its own and consumes nothing; the int after it is read from
-        // the char's four bytes.
-        {{"/c", "ci", "A", "9"}, {"/c", {int32_t('A')}}},
-    };
-    for (const auto& c : cases) {
-        std::string command = "oscsend 127.0.0.1 " + port;
-        for (const auto& a : c.arguments) command += " '" + a + "'";
-        EXPECT_EQ(std::system(command.c_str()), 0) << command;
-    }
-    const auto received = inbox.waitFor(cases.size());
-    ASSERT_EQ(received.size(), cases.size());
-    for (size_t i = 0; i < cases.size(); ++i) EXPECT_EQ(received[i], cases[i].expected);
 }
