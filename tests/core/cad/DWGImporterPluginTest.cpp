@@ -12,6 +12,7 @@
 
 #include "ScopedLanguage.h"
 #include "TestEnv.h"
+#include "ThrownError.h"
 #include "cad/CADNormalization.h"
 #include "cad/CADReader.h"
 #include "cad/LoadedPlugin.h"
@@ -99,42 +100,26 @@ TEST(DWGImporterCalibration, rerunAndScaleThresholds) {
 TEST_F(PluginTest, smallFirstResultIsConvertedAgainInMetresAndScaled) {
     fs::path dwg = write("site.dwg", "AC1032 drawing");
     struct Case {
-        double first, second;
-        std::vector<int> units;
-        std::optional<float> factor;
+        double first, second;  // widths in metres of the default and the metric conversion
+        bool rerun;
+        float width;
     } cases[] = {
-        {0.4, 400, {0, 7}, 0.1f},
-        {0.4, 4000, {0, 7}, 0.001f},
-        {0.4, 300, {0, 7}, std::nullopt},
-        {2.0, 4000, {0}, std::nullopt},
-    };
+        {0.4, 400, true, 40}, {0.4, 4000, true, 4}, {0.4, 300, true, 300}, {2, 4000, false, 2}};
     for (const Case& c : cases) {
+        SCOPED_TRACE(c.second);
         FakeConverter converter;
         converter.scenes = {{0, lineScene(c.first)}, {7, lineScene(c.second)}};
         std::vector<SKPReader::Progress> reports;
         SKPModel m = loadViaPlugin(dwg, info(dwg), converter,
                                    [&](const SKPReader::Progress& p) { reports.push_back(p); }, {});
-        EXPECT_EQ(converter.units, c.units) << c.second;
-
-        FakeConverter reference;
-        reference.scenes = {{0, lineScene(c.units.size() == 2 ? c.second : c.first)}};
-        SKPModel expected = loadViaPlugin(dwg, info(dwg), reference, {}, {});
-        if (c.factor) expected = scaleModel(expected, *c.factor);
-        EXPECT_EQ(m.boundsMax, expected.boundsMax) << c.second;
+        EXPECT_EQ(converter.units, (c.rerun ? std::vector{0, 7} : std::vector{0}));
+        EXPECT_NEAR(m.boundsMax.x, c.width, c.width * 1e-5);
         EXPECT_EQ(m.fileInfo.url, dwg);
-
         ASSERT_FALSE(reports.empty());
         EXPECT_EQ(reports.back().phase, "Calibrating units…");
-        EXPECT_EQ(reports.back().faces, 1);
-        EXPECT_EQ(reports.back().fraction, 0.9);
-        for (const fs::path& out : converter.outputs) {
-            EXPECT_EQ(out.parent_path(), tmp.path());
-            EXPECT_TRUE(out.filename().string().starts_with("Vistrel-CAD-"));
-            EXPECT_EQ(out.extension(), ".skp");
-        }
-        if (converter.outputs.size() == 2) {
-            EXPECT_NE(converter.outputs[0], converter.outputs[1]);
-        }
+        // Each conversion writes its own temporary file, removed afterwards.
+        for (const fs::path& out : converter.outputs) EXPECT_EQ(out.parent_path(), tmp.path());
+        if (c.rerun) EXPECT_NE(converter.outputs.at(0), converter.outputs.at(1));
         EXPECT_TRUE(noTemporaryOutputs());
     }
 }
@@ -142,12 +127,8 @@ TEST_F(PluginTest, smallFirstResultIsConvertedAgainInMetresAndScaled) {
 TEST_F(PluginTest, failuresRemoveTheTemporaryOutput) {
     fs::path dwg = write("plan.dwg", "AC1032");
     FakeConverter silent;  // writes nothing
-    try {
-        loadViaPlugin(dwg, info(dwg), silent, {}, {});
-        ADD_FAILURE() << "loaded";
-    } catch (const SKPError& e) {
-        EXPECT_EQ(e, SKPError::unreadable(dwg));
-    }
+    EXPECT_EQ(test::thrownError([&] { loadViaPlugin(dwg, info(dwg), silent, {}, {}); }),
+              SKPError::unreadable(dwg));
 
     FakeConverter converter;
     converter.scenes = {{0, lineScene(0.4)}, {7, {{"open", {{"result", 13}}}}}};
@@ -156,29 +137,23 @@ TEST_F(PluginTest, failuresRemoveTheTemporaryOutput) {
 
     FakeConverter cancelled;
     cancelled.scenes = {{0, lineScene(1)}};
-    try {
-        loadViaPlugin(dwg, info(dwg), cancelled, {}, [] { return true; });
-        ADD_FAILURE() << "not cancelled";
-    } catch (const SKPError& e) {
-        EXPECT_EQ(e.kind(), SKPError::Kind::cancelled);
-    }
+    EXPECT_EQ(test::thrownError(
+                  [&] { loadViaPlugin(dwg, info(dwg), cancelled, {}, [] { return true; }); }),
+              SKPError::cancelled());
     EXPECT_TRUE(noTemporaryOutputs());
 }
 
 TEST_F(PluginTest, loadedPluginNamesWhatFailedToOpen) {
-    try {
-        LoadedPlugin missing(dir / "nothing/DWGImporter", dir.path());
-        ADD_FAILURE() << "opened";
-    } catch (const SKPError& e) {
-        EXPECT_TRUE(e.function().starts_with("dlopen(DWGImporter): ")) << e.function();
-        EXPECT_EQ(e.code(), -1);
-    }
-    try {
-        LoadedPlugin wrong(kStandIns / "incomplete/SketchUpAPI.framework/SketchUpAPI", dir.path());
-        ADD_FAILURE() << "symbols found";
-    } catch (const SKPError& e) {
-        EXPECT_EQ(e, SKPError::api("dlsym(CDDImporter)", -1));
-    }
+    auto missing =
+        test::thrownError([&] { LoadedPlugin(dir / "nothing/DWGImporter", dir.path()); });
+    ASSERT_TRUE(missing);
+    EXPECT_TRUE(missing->function().starts_with("dlopen(DWGImporter): ")) << missing->function();
+    EXPECT_EQ(missing->code(), -1);
+    EXPECT_EQ(test::thrownError([&] {
+                  LoadedPlugin(kStandIns / "incomplete/SketchUpAPI.framework/SketchUpAPI",
+                               dir.path());
+              }),
+              SKPError::api("dlsym(CDDImporter)", -1));
 }
 
 TEST_F(PluginTest, pluginCandidatesFollowTheApplicationsNewestFirst) {
@@ -228,38 +203,24 @@ TEST_F(PluginTest, cadReaderUsesAnInstalledPluginAndFallsBackForDxfOnly) {
 
     // The plug-in's failure is final for DWG...
     fs::path badDwg = write("bad.dwg", "AC1032 not convertible");
-    try {
-        CADReader::load(badDwg, info(badDwg), {}, {});
-        ADD_FAILURE() << "loaded";
-    } catch (const SKPError& e) {
-        EXPECT_EQ(e, SKPError::unreadable(badDwg));
-    }
+    EXPECT_EQ(test::thrownError([&] { CADReader::load(badDwg, info(badDwg), {}, {}); }),
+              SKPError::unreadable(badDwg));
     // ...while a DXF goes on to the native parser as if no plug-in were there.
-    fs::path dxf = write("lines.dxf", "0\nSECTION\n2\nENTITIES\n0\nENDSEC\n0\nEOF\n");
-    auto outcome = [&](auto&& loader) -> std::string {
-        try {
-            return "faces " + std::to_string(loader().stats.faces);
-        } catch (const SKPError& e) {
-            return e.errorDescription();
-        }
-    };
+    fs::path dxf =
+        write("lines.dxf", "0\nSECTION\n2\nENTITIES\n0\nLINE\n11\n1\n0\nENDSEC\n0\nEOF\n");
     before = pluginCalls();
-    std::string viaReader = outcome([&] { return CADReader::load(dxf, info(dxf), {}, {}); });
+    SKPModel viaReader = CADReader::load(dxf, info(dxf), {}, {});
     EXPECT_EQ(pluginCalls(), before + 1);
-    EXPECT_EQ(viaReader, outcome([&] {
-                  return normalizeCADModel(DXFNativeParser::parse(dxf, info(dxf), {}, {}));
-              }));
+    EXPECT_EQ(viaReader.root,
+              normalizeCADModel(DXFNativeParser::parse(dxf, info(dxf), {}, {})).root);
 
     // Forced native: the plug-in is never touched, and a DWG has nothing to go to.
     test::ScopedEnv force("VISTREL_FORCE_NATIVE_DXF", "1");
     before = pluginCalls();
-    try {
-        CADReader::load(dwg, info(dwg), {}, {});
-        ADD_FAILURE() << "loaded";
-    } catch (const SKPError& e) {
-        EXPECT_EQ(e.kind(), SKPError::Kind::sketchUpNotFound);
-    }
-    outcome([&] { return CADReader::load(dxf, info(dxf), {}, {}); });
+    auto notFound = test::thrownError([&] { CADReader::load(dwg, info(dwg), {}, {}); });
+    EXPECT_EQ(notFound ? notFound->kind() : SKPError::Kind::cancelled,
+              SKPError::Kind::sketchUpNotFound);
+    CADReader::load(dxf, info(dxf), {}, {});
     EXPECT_EQ(pluginCalls(), before);
     EXPECT_TRUE(noTemporaryOutputs());
 }
