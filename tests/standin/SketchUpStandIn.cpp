@@ -1,11 +1,11 @@
 // A stand-in for the closed SketchUp library, built by the tests only and never installed.
 //
 // It answers the 78 functions of the table with the library's conventions (untyped handles,
-// statuses, counts then capacities, inches, STQ coordinates) for a small scene described in JSON.
-// The scene is the file the reader opens, or $VISTREL_STANDIN_SCENE when set. Every element may
-// list in "fail" the functions that must fail for it, and in "wrongCount" the mesh getters that
-// must answer a wrong count. Names refer to materials, layers and definitions; a name starting
-// with "?" is a handle the model does not know, null is a null handle.
+// statuses, counts then capacities, inches, STQ coordinates) for a small scene described in JSON:
+// the file the reader opens. Every element may list in "fail" the functions that must fail for
+// it, and in "wrongCount" the mesh getters that must answer a wrong count. Names refer to
+// materials, layers and definitions; a name starting with "?" is a handle the model does not know,
+// null is a null handle.
 #include <atomic>
 #include <cmath>
 #include <cstring>
@@ -318,9 +318,24 @@ SUResult doubleField(SUHandle h, const char* function, const char* key, double* 
 }
 
 SUResult handleField(SUHandle h, const char* function, Node* target, bool present, SUHandle* out) {
-    if (!h) return kNullInput;
+    if (!h || !out) return kNullInput;
     if (fails(h, function) || !present) return kNoData;
     *out = target;
+    return kOk;
+}
+
+SUColor colorOf(Node* n) {
+    json c = n->j.value("color", json::array({0, 0, 0, 255}));
+    return {c.at(0).get<uint8_t>(), c.at(1).get<uint8_t>(), c.at(2).get<uint8_t>(),
+            c.at(3).get<uint8_t>()};
+}
+
+// The usual answer: null arguments, then the element's listed failure, then the value.
+template <class T, class Value>
+SUResult answer(SUHandle h, const char* function, T* out, Value&& value) {
+    if (!h || !out) return kNullInput;
+    if (fails(h, function)) return kGeneric;
+    *out = value(node(h));
     return kOk;
 }
 
@@ -334,8 +349,9 @@ SUResult transformOf(SUHandle h, const char* function, SUTransformation* t) {
     return kOk;
 }
 
-SUResult meshPoints(SUHandle h, const char* function, const std::vector<SUPoint3D>& src,
-                    size_t capacity, SUPoint3D* out, size_t* count) {
+template <class T>
+SUResult meshList(SUHandle h, const char* function, const std::vector<T>& src, size_t capacity,
+                  T* out, size_t* count) {
     if (!h || !out || !count) return kNullInput;
     Node* face = static_cast<Helper*>(h)->face;
     if (face->fails.count(function)) return kGeneric;
@@ -357,6 +373,16 @@ SUResult meshPoints(SUHandle h, const char* function, const std::vector<SUPoint3
 #define STANDIN_NAME(function)                                     \
     STANDIN_EXPORT SUResult function(SUHandle h, SUHandle* name) { \
         return nameOf(h, name, #function);                         \
+    }
+// Getters of one value computed from the element's node `n`.
+#define STANDIN_GET(function, type, expression)                               \
+    STANDIN_EXPORT SUResult function(SUHandle h, type* out) {                 \
+        return answer(h, #function, out, [](Node* n) { return expression; }); \
+    }
+// Getters of a handle the element holds, absent (no data) when not `present`.
+#define STANDIN_HANDLE(function, member, present)                                             \
+    STANDIN_EXPORT SUResult function(SUHandle h, SUHandle* out) {                             \
+        return handleField(h, #function, h ? node(h)->member : nullptr, h && (present), out); \
     }
 
 // Handles (models, strings, mesh helpers) the reader has not released yet.
@@ -409,8 +435,7 @@ STANDIN_EXPORT SUResult SUModelCreateFromFileWithStatus(SUHandle* model, const c
 }
 
 static SUResult openModel(SUHandle* model, const char* path, int32_t* loadStatus) {
-    const char* overridePath = std::getenv("VISTREL_STANDIN_SCENE");
-    std::ifstream in(overridePath ? overridePath : path);
+    std::ifstream in(path);
     if (!in) return kSerialization;
     json scene = json::parse(in, nullptr, false);
     if (scene.is_discarded() || !scene.is_object()) return kModelInvalid;
@@ -473,31 +498,14 @@ STANDIN_EXPORT SUResult SUModelGetCamera(SUHandle model, SUHandle* camera) {
 }
 
 STANDIN_NAME(SUMaterialGetName)
-STANDIN_EXPORT SUResult SUMaterialGetColor(SUHandle material, SUColor* color) {
-    if (!material || !color) return kNullInput;
-    if (fails(material, "SUMaterialGetColor")) return kGeneric;
-    json c = node(material)->j.value("color", json::array({0, 0, 0, 255}));
-    *color = {c.at(0).get<uint8_t>(), c.at(1).get<uint8_t>(), c.at(2).get<uint8_t>(),
-              c.at(3).get<uint8_t>()};
-    return kOk;
-}
+STANDIN_GET(SUMaterialGetColor, SUColor, colorOf(n))
 STANDIN_FIELD(SUMaterialGetOpacity, double, doubleField, "opacity")
 STANDIN_FIELD(SUMaterialGetUseOpacity, bool, boolField, "useOpacity")
 #ifndef STANDIN_NO_OPTIONAL
 STANDIN_FIELD(SUMaterialIsDrawnTransparent, bool, boolField, "drawnTransparent")
 #endif
-STANDIN_EXPORT SUResult SUMaterialGetType(SUHandle material, int32_t* type) {
-    if (!material || !type) return kNullInput;
-    if (fails(material, "SUMaterialGetType")) return kGeneric;
-    *type = node(material)->j.value("type", 0);
-    return kOk;
-}
-STANDIN_EXPORT SUResult SUMaterialGetTexture(SUHandle material, SUHandle* texture) {
-    if (!material || !texture) return kNullInput;
-    if (fails(material, "SUMaterialGetTexture") || !node(material)->texture) return kNoData;
-    *texture = node(material)->texture;
-    return kOk;
-}
+STANDIN_GET(SUMaterialGetType, int32_t, n->j.value("type", 0))
+STANDIN_HANDLE(SUMaterialGetTexture, texture, node(h)->texture)
 STANDIN_EXPORT SUResult SUTextureGetFileName(SUHandle texture, SUHandle* name) {
     if (!texture) return kNullInput;
     if (fails(texture, "SUTextureGetFileName")) return kGeneric;
@@ -525,12 +533,7 @@ STANDIN_EXPORT SUResult SUTextureGetDimensions(SUHandle texture, size_t* width, 
 STANDIN_NAME(SULayerGetName)
 STANDIN_FIELD(SULayerGetVisibility, bool, boolField, "visible")
 #ifndef STANDIN_NO_OPTIONAL
-STANDIN_EXPORT SUResult SULayerGetParentLayerFolder(SUHandle layer, SUHandle* folder) {
-    if (!layer || !folder) return kNullInput;
-    if (fails(layer, "SULayerGetParentLayerFolder") || !node(layer)->folder) return kNoData;
-    *folder = node(layer)->folder;
-    return kOk;
-}
+STANDIN_HANDLE(SULayerGetParentLayerFolder, folder, node(h)->folder)
 STANDIN_EXPORT SUResult SULayerFolderGetName(SUHandle folder, SUHandle* name) {
     if (!folder) return kNullInput;
     if (node(folder)->j.is_string()) return setString(name, node(folder)->j.get<std::string>());
@@ -538,37 +541,28 @@ STANDIN_EXPORT SUResult SULayerFolderGetName(SUHandle folder, SUHandle* name) {
 }
 #endif
 
-#define STANDIN_ENTITIES_LIST(Noun, member)                                                        \
-    STANDIN_EXPORT SUResult SUEntitiesGetNum##Noun(SUHandle entities, size_t* count) {             \
-        if (!entities || !count) return kNullInput;                                                \
-        if (fails(entities, "SUEntitiesGetNum" #Noun)) return kGeneric;                            \
-        *count = node(entities)->member.size();                                                    \
-        return kOk;                                                                                \
-    }                                                                                              \
-    STANDIN_EXPORT SUResult SUEntitiesGet##Noun(SUHandle entities, size_t capacity, SUHandle* out, \
-                                                size_t* count) {                                   \
-        if (!entities) return kNullInput;                                                          \
-        if (fails(entities, "SUEntitiesGet" #Noun)) return kGeneric;                               \
-        return list(node(entities)->member, capacity, out, count);                                 \
+// The count and the list of one kind of element an entities or scene node holds.
+#define STANDIN_LIST(Owner, Noun, member)                                                         \
+    STANDIN_EXPORT SUResult Owner##GetNum##Noun(SUHandle h, size_t* count) {                      \
+        return answer(h, #Owner "GetNum" #Noun, count, [](Node* n) { return n->member.size(); }); \
+    }                                                                                             \
+    STANDIN_EXPORT SUResult Owner##Get##Noun(SUHandle h, size_t capacity, SUHandle* out,          \
+                                             size_t* count) {                                     \
+        if (!h) return kNullInput;                                                                \
+        if (fails(h, #Owner "Get" #Noun)) return kGeneric;                                        \
+        return list(node(h)->member, capacity, out, count);                                       \
     }
-STANDIN_ENTITIES_LIST(Faces, faces)
-STANDIN_ENTITIES_LIST(Groups, groups)
-STANDIN_ENTITIES_LIST(Instances, instances)
+STANDIN_LIST(SUEntities, Faces, faces)
+STANDIN_LIST(SUEntities, Groups, groups)
+STANDIN_LIST(SUEntities, Instances, instances)
 #ifndef STANDIN_NO_OPTIONAL
-STANDIN_ENTITIES_LIST(GuidePoints, guides)
-STANDIN_EXPORT SUResult SUGuidePointGetPosition(SUHandle point, SUPoint3D* position) {
-    if (!point || !position) return kNullInput;
-    if (fails(point, "SUGuidePointGetPosition")) return kGeneric;
-    *position = node(point)->position;
-    return kOk;
-}
+STANDIN_LIST(SUEntities, GuidePoints, guides)
+STANDIN_GET(SUGuidePointGetPosition, SUPoint3D, n->position)
 #endif
 
 STANDIN_EXPORT SUResult SUEntitiesGetNumEdges(SUHandle entities, bool, size_t* count) {
-    if (!entities || !count) return kNullInput;
-    if (fails(entities, "SUEntitiesGetNumEdges")) return kGeneric;
-    *count = node(entities)->edges.size();
-    return kOk;
+    return answer(entities, "SUEntitiesGetNumEdges", count,
+                  [](Node* n) { return n->edges.size(); });
 }
 STANDIN_EXPORT SUResult SUEntitiesGetEdges(SUHandle entities, bool standaloneOnly, size_t capacity,
                                            SUHandle* out, size_t* count) {
@@ -578,22 +572,9 @@ STANDIN_EXPORT SUResult SUEntitiesGetEdges(SUHandle entities, bool standaloneOnl
     return list(node(entities)->edges, capacity, out, count);
 }
 
-STANDIN_EXPORT SUResult SUDrawingElementGetHidden(SUHandle element, bool* hidden) {
-    if (!element || !hidden) return kNullInput;
-    if (fails(element, "SUDrawingElementGetHidden")) return kGeneric;
-    *hidden = node(element)->j.is_object() && node(element)->j.value("hidden", false);
-    return kOk;
-}
-STANDIN_EXPORT SUResult SUDrawingElementGetLayer(SUHandle element, SUHandle* layer) {
-    if (!element || !layer) return kNullInput;
-    return handleField(element, "SUDrawingElementGetLayer", node(element)->layer,
-                       node(element)->hasLayer, layer);
-}
-STANDIN_EXPORT SUResult SUDrawingElementGetMaterial(SUHandle element, SUHandle* material) {
-    if (!element || !material) return kNullInput;
-    return handleField(element, "SUDrawingElementGetMaterial", node(element)->material,
-                       node(element)->hasMaterial, material);
-}
+STANDIN_GET(SUDrawingElementGetHidden, bool, n->j.is_object() && n->j.value("hidden", false))
+STANDIN_HANDLE(SUDrawingElementGetLayer, layer, node(h)->hasLayer)
+STANDIN_HANDLE(SUDrawingElementGetMaterial, material, node(h)->hasMaterial)
 
 STANDIN_EXPORT SUResult SUMeshHelperCreate(SUHandle* helper, SUHandle face) {
     if (!helper || !face) return kNullInput;
@@ -612,38 +593,22 @@ STANDIN_EXPORT SUResult SUMeshHelperGetNumVertices(SUHandle helper, size_t* coun
     *count = static_cast<Helper*>(helper)->face->vertices.size();
     return kOk;
 }
-STANDIN_EXPORT SUResult SUMeshHelperGetVertices(SUHandle helper, size_t capacity,
-                                                SUPoint3D* vertices, size_t* count) {
-    return meshPoints(helper, "SUMeshHelperGetVertices",
-                      static_cast<Helper*>(helper)->face->vertices, capacity, vertices, count);
-}
+#define STANDIN_MESH(function, type, member)                                                  \
+    STANDIN_EXPORT SUResult function(SUHandle h, size_t capacity, type* out, size_t* count) { \
+        if (!h) return kNullInput;                                                            \
+        return meshList(h, #function, static_cast<Helper*>(h)->face->member, capacity, out,   \
+                        count);                                                               \
+    }
+STANDIN_MESH(SUMeshHelperGetVertices, SUPoint3D, vertices)
+STANDIN_MESH(SUMeshHelperGetVertexIndices, size_t, indices)
+STANDIN_MESH(SUMeshHelperGetFrontSTQCoords, SUPoint3D, frontSTQ)
+STANDIN_MESH(SUMeshHelperGetBackSTQCoords, SUPoint3D, backSTQ)
 STANDIN_EXPORT SUResult SUMeshHelperGetNormals(SUHandle helper, size_t capacity, SUPoint3D* normals,
                                                size_t* count) {
     if (!helper) return kNullInput;
     Node* face = static_cast<Helper*>(helper)->face;
     std::vector<SUPoint3D> all(face->vertices.size(), face->normal);
-    return meshPoints(helper, "SUMeshHelperGetNormals", all, capacity, normals, count);
-}
-STANDIN_EXPORT SUResult SUMeshHelperGetVertexIndices(SUHandle helper, size_t capacity,
-                                                     size_t* indices, size_t* count) {
-    if (!helper || !indices || !count) return kNullInput;
-    Node* face = static_cast<Helper*>(helper)->face;
-    if (face->fails.count("SUMeshHelperGetVertexIndices")) return kGeneric;
-    size_t n = std::min(capacity, face->indices.size());
-    std::copy(face->indices.begin(), face->indices.begin() + static_cast<std::ptrdiff_t>(n),
-              indices);
-    *count = face->wrongCounts.count("SUMeshHelperGetVertexIndices") ? n - 1 : n;
-    return kOk;
-}
-STANDIN_EXPORT SUResult SUMeshHelperGetFrontSTQCoords(SUHandle helper, size_t capacity,
-                                                      SUPoint3D* stq, size_t* count) {
-    return meshPoints(helper, "SUMeshHelperGetFrontSTQCoords",
-                      static_cast<Helper*>(helper)->face->frontSTQ, capacity, stq, count);
-}
-STANDIN_EXPORT SUResult SUMeshHelperGetBackSTQCoords(SUHandle helper, size_t capacity,
-                                                     SUPoint3D* stq, size_t* count) {
-    return meshPoints(helper, "SUMeshHelperGetBackSTQCoords",
-                      static_cast<Helper*>(helper)->face->backSTQ, capacity, stq, count);
+    return meshList(helper, "SUMeshHelperGetNormals", all, capacity, normals, count);
 }
 STANDIN_EXPORT SUResult SUMeshHelperRelease(SUHandle* helper) {
     if (!helper || !*helper) return kNullInput;
@@ -653,49 +618,20 @@ STANDIN_EXPORT SUResult SUMeshHelperRelease(SUHandle* helper) {
     return kOk;
 }
 
-STANDIN_EXPORT SUResult SUFaceGetFrontMaterial(SUHandle face, SUHandle* material) {
-    if (!face || !material) return kNullInput;
-    return handleField(face, "SUFaceGetFrontMaterial", node(face)->front, node(face)->hasFront,
-                       material);
-}
-STANDIN_EXPORT SUResult SUFaceGetBackMaterial(SUHandle face, SUHandle* material) {
-    if (!face || !material) return kNullInput;
-    return handleField(face, "SUFaceGetBackMaterial", node(face)->back, node(face)->hasBack,
-                       material);
-}
+STANDIN_HANDLE(SUFaceGetFrontMaterial, front, node(h)->hasFront)
+STANDIN_HANDLE(SUFaceGetBackMaterial, back, node(h)->hasBack)
 
-STANDIN_EXPORT SUResult SUEdgeGetSoft(SUHandle edge, bool* soft) {
-    if (!edge || !soft) return kNullInput;
-    if (fails(edge, "SUEdgeGetSoft")) return kGeneric;
-    *soft = node(edge)->j.value("soft", false);
-    return kOk;
-}
-STANDIN_EXPORT SUResult SUEdgeGetStartVertex(SUHandle edge, SUHandle* vertex) {
-    return handleField(edge, "SUEdgeGetStartVertex", edge ? node(edge)->start : nullptr, true,
-                       vertex);
-}
-STANDIN_EXPORT SUResult SUEdgeGetEndVertex(SUHandle edge, SUHandle* vertex) {
-    return handleField(edge, "SUEdgeGetEndVertex", edge ? node(edge)->end : nullptr, true, vertex);
-}
-STANDIN_EXPORT SUResult SUVertexGetPosition(SUHandle vertex, SUPoint3D* position) {
-    if (!vertex || !position) return kNullInput;
-    if (fails(vertex, "SUVertexGetPosition")) return kGeneric;
-    *position = node(vertex)->position;
-    return kOk;
-}
+STANDIN_GET(SUEdgeGetSoft, bool, n->j.value("soft", false))
+STANDIN_HANDLE(SUEdgeGetStartVertex, start, true)
+STANDIN_HANDLE(SUEdgeGetEndVertex, end, true)
+STANDIN_GET(SUVertexGetPosition, SUPoint3D, n->position)
 
-STANDIN_EXPORT SUResult SUGroupGetEntities(SUHandle group, SUHandle* entities) {
-    return handleField(group, "SUGroupGetEntities", group ? node(group)->entities : nullptr, true,
-                       entities);
-}
+STANDIN_HANDLE(SUGroupGetEntities, entities, true)
 STANDIN_EXPORT SUResult SUGroupGetTransform(SUHandle group, SUTransformation* transform) {
     return transformOf(group, "SUGroupGetTransform", transform);
 }
 STANDIN_NAME(SUGroupGetName)
-STANDIN_EXPORT SUResult SUComponentInstanceGetDefinition(SUHandle instance, SUHandle* definition) {
-    return handleField(instance, "SUComponentInstanceGetDefinition",
-                       instance ? node(instance)->definition : nullptr, true, definition);
-}
+STANDIN_HANDLE(SUComponentInstanceGetDefinition, definition, true)
 STANDIN_EXPORT SUResult SUComponentInstanceGetTransform(SUHandle instance,
                                                         SUTransformation* transform) {
     return transformOf(instance, "SUComponentInstanceGetTransform", transform);
@@ -707,30 +643,13 @@ STANDIN_EXPORT SUResult SUComponentDefinitionGetName(SUHandle definition, SUHand
         if (value == node(definition)) return setString(name, key);
     return kGeneric;
 }
-STANDIN_EXPORT SUResult SUComponentDefinitionGetEntities(SUHandle definition, SUHandle* entities) {
-    return handleField(definition, "SUComponentDefinitionGetEntities",
-                       definition ? node(definition)->entities : nullptr, true, entities);
-}
+STANDIN_HANDLE(SUComponentDefinitionGetEntities, entities, true)
 
 STANDIN_NAME(SUSceneGetName)
 STANDIN_FIELD(SUSceneGetUseCamera, bool, boolField, "useCamera")
-STANDIN_EXPORT SUResult SUSceneGetCamera(SUHandle scene, SUHandle* camera) {
-    return handleField(scene, "SUSceneGetCamera", scene ? node(scene)->camera : nullptr,
-                       scene && node(scene)->camera, camera);
-}
+STANDIN_HANDLE(SUSceneGetCamera, camera, node(h)->camera)
 STANDIN_FIELD(SUSceneGetUseHiddenLayers, bool, boolField, "useHiddenLayers")
-STANDIN_EXPORT SUResult SUSceneGetNumLayers(SUHandle scene, size_t* count) {
-    if (!scene || !count) return kNullInput;
-    if (fails(scene, "SUSceneGetNumLayers")) return kGeneric;
-    *count = node(scene)->sceneLayers.size();
-    return kOk;
-}
-STANDIN_EXPORT SUResult SUSceneGetLayers(SUHandle scene, size_t capacity, SUHandle* layers,
-                                         size_t* count) {
-    if (!scene) return kNullInput;
-    if (fails(scene, "SUSceneGetLayers")) return kGeneric;
-    return list(node(scene)->sceneLayers, capacity, layers, count);
-}
+STANDIN_LIST(SUScene, Layers, sceneLayers)
 
 STANDIN_EXPORT SUResult SUCameraGetOrientation(SUHandle camera, SUPoint3D* position,
                                                SUPoint3D* target, SUPoint3D* up) {
