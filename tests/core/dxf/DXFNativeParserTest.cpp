@@ -21,22 +21,27 @@ Tags operator+(Tags a, const Tags& b) {
     return a;
 }
 
+// Numbers as a file writes them: flags whole, coordinates with decimals.
+std::string n(int v) {
+    return std::to_string(v);
+}
+std::string n(double v) {
+    return std::to_string(v);
+}
+
 // A point's x, y and z under group codes code, code + 10 and code + 20.
 Tags xyz(int code, Float3 p) {
-    return {{code, std::to_string(p.x)},
-            {code + 10, std::to_string(p.y)},
-            {code + 20, std::to_string(p.z)}};
+    return {{code, n(p.x)}, {code + 10, n(p.y)}, {code + 20, n(p.z)}};
 }
 
 Tags arc(double start, std::optional<double> end, double radius = 1) {
-    Tags t = (Tags{{0, "ARC"}, {8, "0"}} + xyz(10, {}) +
-              Tags{{40, std::to_string(radius)}, {50, std::to_string(start)}});
-    if (end) t.push_back({51, std::to_string(*end)});
+    Tags t = Tags{{0, "ARC"}, {8, "0"}} + xyz(10, {}) + Tags{{40, n(radius)}, {50, n(start)}};
+    if (end) t.push_back({51, n(*end)});
     return t;
 }
 
 Tags line(Float3 a, Float3 b, const std::string& layer = "0") {
-    return (Tags{{0, "LINE"}, {8, layer}} + xyz(10, a) + xyz(11, b));
+    return Tags{{0, "LINE"}, {8, layer}} + xyz(10, a) + xyz(11, b);
 }
 
 void expectNear(Float3 a, Float3 b, float tolerance = 1e-4f) {
@@ -51,11 +56,8 @@ Tags block(const std::string& name, Float3 base, const Tags& body) {
 }
 
 Tags insert(const std::string& name, Float3 at, Float3 scale = {1, 1, 1}, double rotation = 0) {
-    return (Tags{{0, "INSERT"}, {8, "0"}, {2, name}} + xyz(10, at) +
-            Tags{{41, std::to_string(scale.x)},
-                 {42, std::to_string(scale.y)},
-                 {43, std::to_string(scale.z)},
-                 {50, std::to_string(rotation)}});
+    return Tags{{0, "INSERT"}, {8, "0"}, {2, name}} + xyz(10, at) +
+           Tags{{41, n(scale.x)}, {42, n(scale.y)}, {43, n(scale.z)}, {50, n(rotation)}};
 }
 
 std::string withBlocks(const Tags& blocks, const Tags& entities, const Tags& header = {}) {
@@ -64,161 +66,130 @@ std::string withBlocks(const Tags& blocks, const Tags& entities, const Tags& hea
 }
 
 // The same tags as binary DXF: two-byte group codes (R13 on) or one-byte ones (R12).
-std::string binaryDXF(const Tags& tags, bool wideCodes, const std::string& tail = "\r\n\x1a") {
-    std::string out = "AutoCAD Binary DXF" + tail;
-    out += '\0';
+std::string binaryDXF(const Tags& tags, bool wideCodes, const std::string& tail) {
+    std::string out = "AutoCAD Binary DXF" + tail + '\0';
+    auto raw = [&](auto v) { out.append(reinterpret_cast<const char*>(&v), sizeof v); };
     for (const auto& [code, value] : tags) {
-        if (wideCodes) {
-            out += char(code & 0xFF);
-            out += char(code >> 8);
-        } else {
-            out += char(code);
-        }
-        if (code >= 10 && code <= 59) {
-            double d = std::stod(value);
-            out.append(reinterpret_cast<const char*>(&d), 8);
-        } else if (code >= 60 && code <= 79) {
-            auto v = int16_t(std::stoi(value));
-            out.append(reinterpret_cast<const char*>(&v), 2);
-        } else {
-            out += value;
-            out += '\0';
-        }
+        wideCodes ? raw(int16_t(code)) : raw(uint8_t(code));
+        if (code >= 10 && code <= 59)
+            raw(std::stod(value));
+        else if (code >= 60 && code <= 79)
+            raw(int16_t(std::stoi(value)));
+        else
+            out += value + '\0';
     }
     return out;
 }
 
 }  // namespace
 
-TEST(DXFNativeParser, emptyFileAndZeroLengthLinesLeaveNoTrace) {
+TEST(DXFNativeParser, emptyFileGivesLayerZeroAndNothingElse) {
     SKPModel m = parseDXF("");
     EXPECT_EQ(m.layers, (std::vector<Layer>{{"0", true, std::nullopt}}));
     EXPECT_EQ(m.root, Definition{});
-    // A zero-length line draws nothing and leaves the bounds alone.
-    m = parseDXF(entitiesText(line({5, 5, 5}, {5, 5, 5}) + line({0, 0, 0}, {1, 0, 0})));
-    EXPECT_EQ(edgeCount(m.root), 1u);
-    EXPECT_EQ(m.boundsMax, (Float3{1, 0, 0}));
 }
 
-TEST(DXFNativeParser, arcsSweepCounterClockwiseTheShortWayWithAtLeastEightSegments) {
-    SKPModel m = parseDXF(entitiesText(arc(350, 10)));
-    ASSERT_EQ(m.root.edges.size(), 1u);
-    const auto& p = m.root.edges[0].positions;
-    ASSERT_EQ(p.size(), 16u);
-    for (Float3 q : p) EXPECT_GT(q.x, 0.98f);  // never strays to the far side of the circle
-    const float a = float(10 * M_PI / 180);
-    expectNear(p.front(), {std::cos(a), -std::sin(a), 0});
-    expectNear(p.back(), {std::cos(a), std::sin(a), 0});
-
-    struct Case {
-        double start;
-        std::optional<double> end;
-        double radius;
-        size_t segments;
-    };
-    const Case cases[] = {
-        {100, 0, 1, 17},                             // backwards: goes on round, not the other way
-        {10, 10, 1, 24},  {0, std::nullopt, 1, 24},  // no end: a full turn
-        {0, 1e12, 1, 96}, {0, 90, 0, 0},
-        {0, 90, 1e-7, 0},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(testing::Message() << c.start << " " << c.end.value_or(-1));
-        EXPECT_EQ(edgeCount(parseDXF(entitiesText(arc(c.start, c.end, c.radius))).root),
-                  c.segments);
-    }
-    // Regression: adding turns one by one to reach a huge start angle never ended.
-    size_t huge = edgeCount(parseDXF(entitiesText(arc(1e300, 0))).root);
-    EXPECT_GE(huge, 8u);
-    EXPECT_LE(huge, 24u);
-
-    Tags circle{{0, "CIRCLE"}, {10, "5"}, {20, "-5"}, {30, "2"}, {40, "3"}};
-    SKPModel round = parseDXF(entitiesText(circle));
-    const auto& c = round.root.edges.at(0).positions;
-    ASSERT_EQ(c.size(), 48u);
-    for (Float3 q : c) {
-        EXPECT_NEAR(std::hypot(q.x - 5, q.y + 5), 3, 1e-4);
-        EXPECT_EQ(q.z, 2);
-    }
-}
-
-TEST(DXFNativeParser, polylinesDrawTheirSegmentsAndPolyfacesTheirTriangles) {
+TEST(DXFNativeParser, entitiesDrawTheirSegmentsAndTriangles) {
     auto poly = [](std::vector<std::pair<double, double>> vs, int flags) {
-        Tags t{{0, "LWPOLYLINE"}, {8, "0"}, {70, std::to_string(flags)}};
-        for (auto [x, y] : vs)
-            t.insert(t.end(), {{10, std::to_string(x)}, {20, std::to_string(y)}});
+        Tags t{{0, "LWPOLYLINE"}, {8, "0"}, {70, n(flags)}};
+        for (auto [x, y] : vs) t = t + Tags{{10, n(x)}, {20, n(y)}};
         return t;
     };
     auto vertex = [](float x, float y, int flags, std::vector<int> idx = {}) {
-        Tags t = (Tags{{0, "VERTEX"}} + xyz(10, {x, y, 0}) + Tags{{70, std::to_string(flags)}});
-        for (size_t i = 0; i < idx.size(); ++i) t.push_back({71 + int(i), std::to_string(idx[i])});
+        Tags t = Tags{{0, "VERTEX"}} + xyz(10, {x, y, 0}) + Tags{{70, n(flags)}};
+        for (size_t i = 0; i < idx.size(); ++i) t.push_back({71 + int(i), n(idx[i])});
         return t;
     };
+    // Polyface: four corners, then faces by corner number: a triangle, a quad (two triangles),
+    // one with an invisible edge (still a corner) and one past the corners (dropped).
+    Tags polyface{{0, "POLYLINE"}, {66, "1"}, {70, "64"}};
+    for (Float3 p : {Float3{0, 0, 0}, {1, 0, 0}, {1, 1, 0}, {0, 1, 0}})
+        polyface = polyface + vertex(p.x, p.y, 192);
+    for (std::vector<int> face : {std::vector{1, 2, 3}, {1, 2, 3, 4}, {1, -2, 3}, {1, 2, 9}})
+        polyface = polyface + vertex(0, 0, 128, face);
+    polyface.push_back({0, "SEQEND"});
+    const Tags solidTriangle = Tags{{0, "SOLID"}} + xyz(10, {}) + xyz(11, {1, 0, 0}) +
+                               xyz(12, {0, 1, 0}) + xyz(13, {0, 1, 0});
     struct Case {
         const char* name;
         Tags tags;
-        size_t segments;
+        size_t segments, triangles = 0;
     };
     const Case cases[] = {
+        {"arc of 10 degrees: eight segments at least", arc(-5, 5), 8},
+        {"arc backwards goes on round", arc(100, 0), 17},
+        {"arc ending where it starts is a full turn", arc(10, 10), 24},
+        {"arc without an end is a full turn", arc(0, std::nullopt), 24},
+        {"arc of many turns is capped", arc(0, 1e12), 96},
+        {"arc of no radius", arc(0, 90, 0), 0},
+        {"arc of a tiny radius", arc(0, 90, 1e-7), 0},
         {"closed, two vertices: no closing segment", poly({{0, 0}, {1, 0}}, 1), 1},
         {"closed triangle", poly({{0, 0}, {1, 0}, {1, 1}}, 1), 3},
         {"repeated vertex draws nothing", poly({{0, 0}, {1, 0}, {1, 0}, {1, 1}}, 0), 2},
         {"one vertex", poly({{0, 0}}, 1), 0},
         {"closed POLYLINE",
-         (Tags{{0, "POLYLINE"}, {66, "1"}, {70, "1"}} + vertex(0, 0, 0) + vertex(1, 0, 0) +
-          vertex(1, 1, 0) + Tags{{0, "SEQEND"}}),
+         Tags{{0, "POLYLINE"}, {66, "1"}, {70, "1"}} + vertex(0, 0, 0) + vertex(1, 0, 0) +
+             vertex(1, 1, 0) + Tags{{0, "SEQEND"}},
          3},
-        // No SEQEND: the polyline ends where the next entity starts, which is still read.
+        // The polyline ends where the next entity starts, which is still read.
         {"POLYLINE without SEQEND",
-         (Tags{{0, "POLYLINE"}, {70, "0"}} + vertex(0, 0, 0) + vertex(2, 0, 0) +
-          line({0, 5, 0}, {1, 5, 0})),
+         Tags{{0, "POLYLINE"}, {70, "0"}} + vertex(0, 0, 0) + vertex(2, 0, 0) +
+             line({0, 5, 0}, {1, 5, 0}),
          2},
-    };
+        {"polyface", polyface, 0, 4},
+        {"SOLID with its last corners equal", solidTriangle, 3, 1},
+        {"zero-length line", line({5, 5, 5}, {5, 5, 5}), 0}};
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
-        EXPECT_EQ(edgeCount(parseDXF(entitiesText(c.tags)).root), c.segments);
+        SKPModel m = parseDXF(entitiesText(c.tags));
+        EXPECT_EQ(edgeCount(m.root), c.segments);
+        EXPECT_EQ(triangleCount(m.root), c.triangles);
+        if (c.segments + c.triangles == 0) {
+            EXPECT_EQ(m.boundsMax, Float3{});
+        }
     }
+    // Regression: adding turns one by one to reach a huge start angle never ended.
+    size_t huge = edgeCount(parseDXF(entitiesText(arc(1e300, 0))).root);
+    EXPECT_GE(huge, 8u);
+    EXPECT_LE(huge, 24u);
+}
 
+TEST(DXFNativeParser, curvesAndOutlinesLieWhereTheFileSays) {
+    SKPModel m = parseDXF(entitiesText(arc(350, 10)));
+    const auto& p = m.root.edges.at(0).positions;
+    for (Float3 q : p) EXPECT_GT(q.x, 0.98f);  // the short way, never the far side
+    const float a = float(10 * M_PI / 180);
+    expectNear(p.front(), {std::cos(a), -std::sin(a), 0});
+    expectNear(p.back(), {std::cos(a), std::sin(a), 0});
+
+    SKPModel circle =
+        parseDXF(entitiesText({{0, "CIRCLE"}, {10, "5"}, {20, "-5"}, {30, "2"}, {40, "3"}}));
+    for (Float3 q : circle.root.edges.at(0).positions) {
+        EXPECT_NEAR(std::hypot(q.x - 5, q.y + 5), 3, 1e-4);
+        EXPECT_EQ(q.z, 2);
+    }
     // Elevation lifts the whole outline; a bulge leaves a straight chord.
     Tags bulged{{0, "LWPOLYLINE"}, {38, "2.5"}, {10, "0"}, {20, "0"},
                 {42, "1"},         {10, "10"},  {20, "0"}};
     EXPECT_EQ(parseDXF(entitiesText(bulged)).root.edges.at(0).positions,
               (std::vector<Float3>{{0, 0, 2.5f}, {10, 0, 2.5f}}));
-
-    // Polyface: four corners, then faces by corner number: a triangle, a quad (two triangles),
-    // one with an invisible edge (still a corner) and one past the corners (dropped).
-    Tags mesh{{0, "POLYLINE"}, {66, "1"}, {70, "64"}};
-    for (Float3 p : {Float3{0, 0, 0}, {1, 0, 0}, {1, 1, 0}, {0, 1, 0}})
-        mesh = mesh + vertex(p.x, p.y, 192);
-    for (std::vector<int> face : {std::vector{1, 2, 3}, {1, 2, 3, 4}, {1, -2, 3}, {1, 2, 9}})
-        mesh = mesh + vertex(0, 0, 128, face);
-    mesh.push_back({0, "SEQEND"});
-    SKPModel m = parseDXF(entitiesText(mesh));
-    EXPECT_EQ(triangleCount(m.root), 4u);
-    EXPECT_EQ(edgeCount(m.root), 0u);
 }
 
 TEST(DXFNativeParser, solidsAreStoredCrosswiseAnd3DFacesInFileOrder) {
     auto corners = [](const char* kind, std::vector<Float3> c) {
         Tags t{{0, kind}};
-        for (size_t i = 0; i < c.size(); ++i) t = (t + xyz(10 + int(i), c[i]));
+        for (size_t i = 0; i < c.size(); ++i) t = t + xyz(10 + int(i), c[i]);
         return t;
     };
     const std::vector<Float3> square{{0, 0, 0}, {1, 0, 0}, {0, 1, 0}, {1, 1, 0}};
     for (const char* kind : {"SOLID", "TRACE"}) {
         SKPModel m = parseDXF(entitiesText(corners(kind, square)));
-        ASSERT_EQ(m.root.meshes.size(), 1u);
+        const Mesh& mesh = m.root.meshes.at(0);
         // The polygon runs 1, 2, 4, 3.
-        EXPECT_EQ(m.root.meshes[0].positions,
+        EXPECT_EQ(mesh.positions,
                   (std::vector<Float3>{{0, 0, 0}, {1, 0, 0}, {1, 1, 0}, {0, 1, 0}}));
-        EXPECT_EQ(m.root.meshes[0].indices, (std::vector<uint32_t>{0, 1, 2, 0, 2, 3}));
-        EXPECT_EQ(edgeCount(m.root), 4u);
+        EXPECT_EQ(mesh.indices, (std::vector<uint32_t>{0, 1, 2, 0, 2, 3}));
     }
-    SKPModel tri =
-        parseDXF(entitiesText(corners("SOLID", {{0, 0, 0}, {1, 0, 0}, {0, 1, 0}, {0, 1, 0}})));
-    EXPECT_EQ(triangleCount(tri.root), 1u);
-    EXPECT_EQ(edgeCount(tri.root), 3u);
-
     EXPECT_EQ(parseDXF(entitiesText(corners("3DFACE", square))).root.meshes.at(0).positions,
               square);
     SKPModel flat = parseDXF(entitiesText(corners("3DFACE", {{0, 0, 0}, {1, 0, 0}, {2, 0, 0}})));
