@@ -179,47 +179,38 @@ TEST(SKPFileInfo, corpusFilesIdentifyAsTheirHeadersImply) {
         SCOPED_TRACE(file);
         auto info = SKPFileInfo::read(*corpus / file);
 
-        if (format == "skp") {
-            if (detected == "(none)") {
-                EXPECT_FALSE(info.version && SKPFileInfo::label(*info.version).has_value());
-            } else {
-                std::string v = detected.substr(1, detected.size() - 2);
-                EXPECT_EQ(info.version, v);
-                EXPECT_EQ(info.versionLabel, SKPFileInfo::label(v));
-            }
-            // "PNG thumbnail at byte N (WxH, S bytes)": the carve is those S bytes, an image.
-            size_t at = notes.find("PNG thumbnail at byte");
-            EXPECT_EQ(info.thumbnailPNG.has_value(), at != std::string::npos);
-            if (info.thumbnailPNG && at != std::string::npos) {
-                size_t comma = notes.find(", ", at);
-                EXPECT_EQ(std::to_string(info.thumbnailPNG->size()) + " bytes)",
-                          notes.substr(comma + 2, notes.find(')', comma) - comma - 1));
-                EXPECT_TRUE(decodesAsPNG(*info.thumbnailPNG));
-                ++thumbnails;
-            }
-        } else if (format == "dwg") {
-            EXPECT_TRUE(info.isDWG());
-            if (detected.starts_with("AC10")) {
-                EXPECT_EQ(info.version, detected);
-                EXPECT_EQ(info.versionLabel, SKPFileInfo::dwgLabel(detected, false));
-            } else {
-                EXPECT_FALSE(info.version && info.version->starts_with("AC10"));
-            }
+        // What the header implies: a SketchUp version in braces, an "AC10xx" code, or only "DXF".
+        std::optional<std::string> version, label;
+        if (format == "skp" && detected != "(none)") {
+            version = detected.substr(1, detected.size() - 2);
+            label = SKPFileInfo::label(*version);
         } else if (format == "dxf-binary") {
-            EXPECT_EQ(info.version, "DXF");
-            EXPECT_EQ(info.versionLabel, "AutoCAD Binary DXF");
-        } else {
-            ASSERT_EQ(format, "dxf-ascii");
-            EXPECT_TRUE(info.isDXF());
-            if (detected.size() == 6 && detected.starts_with("AC10")) {
-                EXPECT_EQ(info.version, detected);
-                EXPECT_EQ(info.versionLabel, SKPFileInfo::dwgLabel(detected, true));
-            } else {
-                EXPECT_EQ(info.version, "DXF");
-                EXPECT_EQ(info.versionLabel, "AutoCAD DXF");
-            }
+            version = "DXF", label = "AutoCAD Binary DXF";
+        } else if (format != "skp" && detected.size() == 6 && detected.starts_with("AC10")) {
+            version = detected, label = SKPFileInfo::dwgLabel(detected, format != "dwg");
+        } else if (format == "dxf-ascii") {
+            version = "DXF", label = "AutoCAD DXF";
         }
-        if (format.starts_with("dxf")) EXPECT_EQ(info.thumbnailPNG, std::nullopt);
+        if (version) {
+            EXPECT_EQ(info.version, version);
+            EXPECT_EQ(info.versionLabel, label);
+        } else {  // nothing recognisable: neither a SketchUp version nor an AutoCAD code
+            EXPECT_FALSE(info.version && (SKPFileInfo::label(*info.version).has_value() ||
+                                          info.version->starts_with("AC10")));
+        }
+        EXPECT_EQ(info.isDWG(), format == "dwg");
+        // "PNG thumbnail at byte N (WxH, S bytes)": the carve is those S bytes, an image.
+        size_t at = notes.find("PNG thumbnail at byte");
+        if (format != "dwg") {
+            EXPECT_EQ(info.thumbnailPNG.has_value(), at != std::string::npos);
+        }
+        if (info.thumbnailPNG && at != std::string::npos) {
+            size_t comma = notes.find(", ", at);
+            EXPECT_EQ(std::to_string(info.thumbnailPNG->size()) + " bytes)",
+                      notes.substr(comma + 2, notes.find(')', comma) - comma - 1));
+            EXPECT_TRUE(decodesAsPNG(*info.thumbnailPNG));
+            ++thumbnails;
+        }
         ++checked;
     }
     EXPECT_GT(checked, 150);
