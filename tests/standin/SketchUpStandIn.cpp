@@ -303,17 +303,12 @@ SUResult nameOf(SUHandle h, SUHandle* name, const char* function) {
     return setString(name, j.value("name", ""));
 }
 
-SUResult boolField(SUHandle h, const char* function, const char* key, bool* out) {
+// A field that may be absent: no data then, as when the element lists the function as failing.
+template <class T>
+SUResult field(SUHandle h, const char* function, const char* key, T* out) {
     if (!h) return kNullInput;
     if (fails(h, function) || !node(h)->j.contains(key)) return kNoData;
-    *out = node(h)->j[key].get<bool>();
-    return kOk;
-}
-
-SUResult doubleField(SUHandle h, const char* function, const char* key, double* out) {
-    if (!h) return kNullInput;
-    if (fails(h, function) || !node(h)->j.contains(key)) return kNoData;
-    *out = node(h)->j[key].get<double>();
+    *out = node(h)->j[key].get<T>();
     return kOk;
 }
 
@@ -339,14 +334,12 @@ SUResult answer(SUHandle h, const char* function, T* out, Value&& value) {
     return kOk;
 }
 
-SUResult transformOf(SUHandle h, const char* function, SUTransformation* t) {
-    if (!h) return kNullInput;
-    if (fails(h, function)) return kGeneric;
-    const json& j = node(h)->j;
-    for (int i = 0; i < 16; ++i) t->values[i] = (i % 5 == 0) ? 1.0 : 0.0;
-    if (j.contains("transform"))
-        for (int i = 0; i < 16; ++i) t->values[i] = j["transform"].at(i).get<double>();
-    return kOk;
+SUTransformation transformOf(Node* n) {
+    SUTransformation t;
+    for (int i = 0; i < 16; ++i)
+        t.values[i] =
+            n->j.contains("transform") ? n->j["transform"].at(i).get<double>() : i % 5 == 0;
+    return t;
 }
 
 template <class T>
@@ -366,9 +359,9 @@ SUResult meshList(SUHandle h, const char* function, const std::vector<T>& src, s
 #define STANDIN_EXPORT extern "C" __attribute__((visibility("default")))
 
 // Getters that read one field of the element's JSON, or its name.
-#define STANDIN_FIELD(function, type, helper, key)            \
+#define STANDIN_FIELD(function, type, key)                    \
     STANDIN_EXPORT SUResult function(SUHandle h, type* out) { \
-        return helper(h, #function, key, out);                \
+        return field(h, #function, key, out);                 \
     }
 #define STANDIN_NAME(function)                                     \
     STANDIN_EXPORT SUResult function(SUHandle h, SUHandle* name) { \
@@ -499,10 +492,10 @@ STANDIN_EXPORT SUResult SUModelGetCamera(SUHandle model, SUHandle* camera) {
 
 STANDIN_NAME(SUMaterialGetName)
 STANDIN_GET(SUMaterialGetColor, SUColor, colorOf(n))
-STANDIN_FIELD(SUMaterialGetOpacity, double, doubleField, "opacity")
-STANDIN_FIELD(SUMaterialGetUseOpacity, bool, boolField, "useOpacity")
+STANDIN_FIELD(SUMaterialGetOpacity, double, "opacity")
+STANDIN_FIELD(SUMaterialGetUseOpacity, bool, "useOpacity")
 #ifndef STANDIN_NO_OPTIONAL
-STANDIN_FIELD(SUMaterialIsDrawnTransparent, bool, boolField, "drawnTransparent")
+STANDIN_FIELD(SUMaterialIsDrawnTransparent, bool, "drawnTransparent")
 #endif
 STANDIN_GET(SUMaterialGetType, int32_t, n->j.value("type", 0))
 STANDIN_HANDLE(SUMaterialGetTexture, texture, node(h)->texture)
@@ -531,7 +524,7 @@ STANDIN_EXPORT SUResult SUTextureGetDimensions(SUHandle texture, size_t* width, 
 }
 
 STANDIN_NAME(SULayerGetName)
-STANDIN_FIELD(SULayerGetVisibility, bool, boolField, "visible")
+STANDIN_FIELD(SULayerGetVisibility, bool, "visible")
 #ifndef STANDIN_NO_OPTIONAL
 STANDIN_HANDLE(SULayerGetParentLayerFolder, folder, node(h)->folder)
 STANDIN_EXPORT SUResult SULayerFolderGetName(SUHandle folder, SUHandle* name) {
@@ -627,15 +620,10 @@ STANDIN_HANDLE(SUEdgeGetEndVertex, end, true)
 STANDIN_GET(SUVertexGetPosition, SUPoint3D, n->position)
 
 STANDIN_HANDLE(SUGroupGetEntities, entities, true)
-STANDIN_EXPORT SUResult SUGroupGetTransform(SUHandle group, SUTransformation* transform) {
-    return transformOf(group, "SUGroupGetTransform", transform);
-}
+STANDIN_GET(SUGroupGetTransform, SUTransformation, transformOf(n))
 STANDIN_NAME(SUGroupGetName)
 STANDIN_HANDLE(SUComponentInstanceGetDefinition, definition, true)
-STANDIN_EXPORT SUResult SUComponentInstanceGetTransform(SUHandle instance,
-                                                        SUTransformation* transform) {
-    return transformOf(instance, "SUComponentInstanceGetTransform", transform);
-}
+STANDIN_GET(SUComponentInstanceGetTransform, SUTransformation, transformOf(n))
 STANDIN_NAME(SUComponentInstanceGetName)
 STANDIN_EXPORT SUResult SUComponentDefinitionGetName(SUHandle definition, SUHandle* name) {
     if (!definition) return kNullInput;
@@ -646,9 +634,9 @@ STANDIN_EXPORT SUResult SUComponentDefinitionGetName(SUHandle definition, SUHand
 STANDIN_HANDLE(SUComponentDefinitionGetEntities, entities, true)
 
 STANDIN_NAME(SUSceneGetName)
-STANDIN_FIELD(SUSceneGetUseCamera, bool, boolField, "useCamera")
+STANDIN_FIELD(SUSceneGetUseCamera, bool, "useCamera")
 STANDIN_HANDLE(SUSceneGetCamera, camera, node(h)->camera)
-STANDIN_FIELD(SUSceneGetUseHiddenLayers, bool, boolField, "useHiddenLayers")
+STANDIN_FIELD(SUSceneGetUseHiddenLayers, bool, "useHiddenLayers")
 STANDIN_LIST(SUScene, Layers, sceneLayers)
 
 STANDIN_EXPORT SUResult SUCameraGetOrientation(SUHandle camera, SUPoint3D* position,
@@ -661,11 +649,11 @@ STANDIN_EXPORT SUResult SUCameraGetOrientation(SUHandle camera, SUPoint3D* posit
     *up = point(j.value("up", json::array({0, 0, 1})));
     return kOk;
 }
-STANDIN_FIELD(SUCameraGetPerspective, bool, boolField, "perspective")
-STANDIN_FIELD(SUCameraGetPerspectiveFrustumFOV, double, doubleField, "fov")
-STANDIN_FIELD(SUCameraGetFOVIsHeight, bool, boolField, "fovIsHeight")
-STANDIN_FIELD(SUCameraGetAspectRatio, double, doubleField, "aspect")
-STANDIN_FIELD(SUCameraGetOrthographicFrustumHeight, double, doubleField, "orthoHeight")
+STANDIN_FIELD(SUCameraGetPerspective, bool, "perspective")
+STANDIN_FIELD(SUCameraGetPerspectiveFrustumFOV, double, "fov")
+STANDIN_FIELD(SUCameraGetFOVIsHeight, bool, "fovIsHeight")
+STANDIN_FIELD(SUCameraGetAspectRatio, double, "aspect")
+STANDIN_FIELD(SUCameraGetOrthographicFrustumHeight, double, "orthoHeight")
 
 // Every export has the exact type of its slot in the reader's table.
 #ifndef STANDIN_NO_OPTIONAL
