@@ -56,24 +56,21 @@ struct Node {
     Node* start = nullptr;
     Node* end = nullptr;
     std::vector<Node*> faces, edges, groups, instances, guides, sceneLayers;
+    std::vector<Node*> materials, layers, scenes;  // of the model
     std::vector<SUPoint3D> vertices, frontSTQ, backSTQ;
     std::vector<size_t> indices;
     SUPoint3D normal{0, 0, 1};
     SUPoint3D position{0, 0, 0};
 };
 
-struct Model {
+// The model is the node of the whole scene: its entities, camera and lists.
+struct Model : Node {
     std::deque<Node> nodes;
-    Node* top = nullptr;
-    Node* root = nullptr;
-    Node* camera = nullptr;
-    std::vector<Node*> materials, layers, scenes;
     std::map<std::string, Node*> materialByName, layerByName, definitionByName;
     std::map<std::string, Node*> strays;
 
-    Node* make(const json& j) {
-        nodes.emplace_back();
-        Node* n = &nodes.back();
+    Node* make(const json& j) { return init(&nodes.emplace_back(), j); }
+    Node* init(Node* n, const json& j) {
         n->j = j;
         n->model = this;
         if (j.is_object()) {
@@ -233,7 +230,7 @@ Node* buildCamera(Model& m, const json& j) {
 
 std::unique_ptr<Model> buildModel(const json& scene) {
     auto m = std::make_unique<Model>();
-    m->top = m->make(scene);
+    m->init(m.get(), scene);
     for (const auto& mj : scene.value("materials", json::array())) {
         Node* n = m->make(mj);
         if (mj.contains("texture")) n->texture = m->make(mj["texture"]);
@@ -252,7 +249,7 @@ std::unique_ptr<Model> buildModel(const json& scene) {
     for (const auto& [name, dj] : definitions.items())
         m->definitionByName[name]->entities =
             buildEntities(*m, dj.value("entities", json::object()));
-    m->root = buildEntities(*m, scene.value("entities", json::object()));
+    m->entities = buildEntities(*m, scene.value("entities", json::object()));
     if (scene.contains("camera")) m->camera = buildCamera(*m, scene["camera"]);
     for (const auto& sj : scene.value("scenes", json::array())) {
         Node* s = m->make(sj);
@@ -378,6 +375,17 @@ SUResult meshList(SUHandle h, const char* function, const std::vector<T>& src, s
         return handleField(h, #function, h ? node(h)->member : nullptr, h && (present), out); \
     }
 
+// The count and the list of one kind of element a model, entities or scene node holds.
+#define STANDIN_LIST(Owner, Noun, member)                                                         \
+    STANDIN_EXPORT SUResult Owner##GetNum##Noun(SUHandle h, size_t* count) {                      \
+        return answer(h, #Owner "GetNum" #Noun, count, [](Node* n) { return n->member.size(); }); \
+    }                                                                                             \
+    STANDIN_EXPORT SUResult Owner##Get##Noun(SUHandle h, size_t capacity, SUHandle* out,          \
+                                             size_t* count) {                                     \
+        if (!h) return kNullInput;                                                                \
+        if (fails(h, #Owner "Get" #Noun)) return kGeneric;                                        \
+        return list(node(h)->member, capacity, out, count);                                       \
+    }
 // Handles (models, strings, mesh helpers) the reader has not released yet.
 STANDIN_EXPORT int StandInLiveHandles() {
     return liveHandles;
@@ -435,7 +443,7 @@ static SUResult openModel(SUHandle* model, const char* path, int32_t* loadStatus
     json open = scene.value("open", json::object());
     if (SUResult r = open.value("result", 0); r != kOk) return r;
     try {
-        *model = buildModel(scene).release();
+        *model = static_cast<Node*>(buildModel(scene).release());
     } catch (const json::exception&) {
         return kModelInvalid;
     }
@@ -445,50 +453,18 @@ static SUResult openModel(SUHandle* model, const char* path, int32_t* loadStatus
 }
 STANDIN_EXPORT SUResult SUModelRelease(SUHandle* model) {
     if (!model || !*model) return kNullInput;
-    delete static_cast<Model*>(*model);
+    delete static_cast<Model*>(node(*model));
     *model = nullptr;
     --liveHandles;
     --openModels;
     return kOk;
 }
 
-static Model* modelOf(SUHandle h) {
-    return static_cast<Model*>(h);
-}
-static bool modelFails(SUHandle h, const char* function) {
-    return modelOf(h)->top->fails.count(function) > 0;
-}
-
-STANDIN_EXPORT SUResult SUModelGetEntities(SUHandle model, SUHandle* entities) {
-    if (!model || !entities) return kNullInput;
-    if (modelFails(model, "SUModelGetEntities")) return kGeneric;
-    *entities = modelOf(model)->root;
-    return kOk;
-}
-
-#define STANDIN_MODEL_LIST(Noun, member)                                                     \
-    STANDIN_EXPORT SUResult SUModelGetNum##Noun(SUHandle model, size_t* count) {             \
-        if (!model || !count) return kNullInput;                                             \
-        if (modelFails(model, "SUModelGetNum" #Noun)) return kGeneric;                       \
-        *count = modelOf(model)->member.size();                                              \
-        return kOk;                                                                          \
-    }                                                                                        \
-    STANDIN_EXPORT SUResult SUModelGet##Noun(SUHandle model, size_t capacity, SUHandle* out, \
-                                             size_t* count) {                                \
-        if (!model) return kNullInput;                                                       \
-        if (modelFails(model, "SUModelGet" #Noun)) return kGeneric;                          \
-        return list(modelOf(model)->member, capacity, out, count);                           \
-    }
-STANDIN_MODEL_LIST(Materials, materials)
-STANDIN_MODEL_LIST(Layers, layers)
-STANDIN_MODEL_LIST(Scenes, scenes)
-
-STANDIN_EXPORT SUResult SUModelGetCamera(SUHandle model, SUHandle* camera) {
-    if (!model || !camera) return kNullInput;
-    if (modelFails(model, "SUModelGetCamera") || !modelOf(model)->camera) return kNoData;
-    *camera = modelOf(model)->camera;
-    return kOk;
-}
+STANDIN_GET(SUModelGetEntities, SUHandle, n->entities)
+STANDIN_LIST(SUModel, Materials, materials)
+STANDIN_LIST(SUModel, Layers, layers)
+STANDIN_LIST(SUModel, Scenes, scenes)
+STANDIN_HANDLE(SUModelGetCamera, camera, node(h)->camera)
 
 STANDIN_NAME(SUMaterialGetName)
 STANDIN_GET(SUMaterialGetColor, SUColor, colorOf(n))
@@ -534,17 +510,6 @@ STANDIN_EXPORT SUResult SULayerFolderGetName(SUHandle folder, SUHandle* name) {
 }
 #endif
 
-// The count and the list of one kind of element an entities or scene node holds.
-#define STANDIN_LIST(Owner, Noun, member)                                                         \
-    STANDIN_EXPORT SUResult Owner##GetNum##Noun(SUHandle h, size_t* count) {                      \
-        return answer(h, #Owner "GetNum" #Noun, count, [](Node* n) { return n->member.size(); }); \
-    }                                                                                             \
-    STANDIN_EXPORT SUResult Owner##Get##Noun(SUHandle h, size_t capacity, SUHandle* out,          \
-                                             size_t* count) {                                     \
-        if (!h) return kNullInput;                                                                \
-        if (fails(h, #Owner "Get" #Noun)) return kGeneric;                                        \
-        return list(node(h)->member, capacity, out, count);                                       \
-    }
 STANDIN_LIST(SUEntities, Faces, faces)
 STANDIN_LIST(SUEntities, Groups, groups)
 STANDIN_LIST(SUEntities, Instances, instances)
