@@ -80,31 +80,17 @@ class PluginTest : public ::testing::Test {
 
 }  // namespace
 
-TEST(DWGImporterCalibration, rerunAndScaleThresholds) {
-    struct Case {
-        float side;
-        bool rerun;
-        std::optional<float> scale;
-    } cases[] = {
-        {0.4f, true, std::nullopt},   {0.0f, false, std::nullopt}, {1.0f, false, std::nullopt},
-        {0.999f, true, std::nullopt}, {NAN, false, std::nullopt},  {300, false, std::nullopt},
-        {350, false, std::nullopt},   {400, false, 0.1f},          {3500, false, 0.1f},
-        {4000, false, 0.001f},        {-5, false, std::nullopt},
-    };
-    for (const Case& c : cases) {
-        EXPECT_EQ(needsMetricRerun(c.side), c.rerun) << c.side;
-        EXPECT_EQ(rerunScale(c.side), c.scale) << c.side;
-    }
-}
-
 TEST_F(PluginTest, smallFirstResultIsConvertedAgainInMetresAndScaled) {
     fs::path dwg = write("site.dwg", "AC1032 drawing");
     struct Case {
         double first, second;  // widths in metres of the default and the metric conversion
         bool rerun;
         float width;
-    } cases[] = {
-        {0.4, 400, true, 40}, {0.4, 4000, true, 4}, {0.4, 300, true, 300}, {2, 4000, false, 2}};
+    } cases[] = {{0.4, 400, true, 40},
+                 {0.4, 4000, true, 4},
+                 {0.4, 300, true, 300},
+                 {0.999, 300, true, 300},
+                 {2, 4000, false, 2}};
     for (const Case& c : cases) {
         SCOPED_TRACE(c.second);
         FakeConverter converter;
