@@ -194,17 +194,14 @@ TEST(DXFNativeParser, solidsAreStoredCrosswiseAnd3DFacesInFileOrder) {
 
 TEST(DXFNativeParser, frozenAndNegativeColourLayersAreHidden) {
     auto layer = [](const char* name, int color, int flags) {
-        return Tags{
-            {0, "LAYER"}, {2, name}, {62, std::to_string(color)}, {70, std::to_string(flags)}};
+        return Tags{{0, "LAYER"}, {2, name}, {62, n(color)}, {70, n(flags)}};
     };
-    Tags tables =
-        (Tags{{0, "SECTION"}, {2, "TABLES"}, {0, "TABLE"}, {2, "LAYER"}} + layer("Walls", 7, 0) +
-         layer("Frozen", 7, 1) + layer("Off", -7, 0) + layer("Locked", 1, 4) + layer("", 7, 1) +
-         layer("0", -1, 0) + Tags{{0, "ENDTAB"}, {0, "ENDSEC"}});
-    SKPModel m =
-        parseDXF(entitiesText((line({0, 0, 0}, {1, 0, 0}, "Walls") +
-                               line({0, 0, 0}, {1, 0, 0}, "New") + line({0, 0, 0}, {1, 0, 0}, "")),
-                              tables));
+    Tags tables{{0, "SECTION"}, {2, "TABLES"}, {0, "TABLE"}, {2, "LAYER"}};
+    tables = tables + layer("Walls", 7, 0) + layer("Frozen", 7, 1) + layer("Off", -7, 0) +
+             layer("Locked", 1, 4) + layer("", 7, 1) + layer("0", -1, 0) + Tags{{0, "ENDSEC"}};
+    Tags lines;
+    for (const char* name : {"Walls", "New", ""}) lines = lines + line({}, {1, 0, 0}, name);
+    SKPModel m = parseDXF(entitiesText(lines, tables));
     std::string got;
     for (const Layer& l : m.layers) got += l.name + (l.isVisible ? "+ " : "- ");
     EXPECT_EQ(got, "0- Walls+ Frozen- Off- Locked+ New+ ");
@@ -229,25 +226,18 @@ TEST(DXFNativeParser, insUnitsScaleEverythingToMetresButPointMarks) {
 
 TEST(DXFNativeParser, pointCloudsAreThinnedToAboutSixtyThousand) {
     std::string body;
-    auto addPoints = [&](const char* layer, int n) {
-        for (int i = 0; i < n; ++i)
-            body +=
-                std::string("0\nPOINT\n8\n") + layer + "\n10\n" + std::to_string(i) + "\n20\n0\n";
-    };
-    addPoints("A", 70000);
-    addPoints("B", 60001);
+    for (int i = 0; i < 130001; ++i)
+        body += std::string("0\nPOINT\n8\n") + (i < 70000 ? "A" : "B") + "\n10\n" + n(i) + "\n";
     SKPModel m = parseDXF("0\nSECTION\n2\nENTITIES\n" + body + "0\nENDSEC\n0\nEOF\n");
     // 130,001 points: every second one in each layer, from the first on.
     EXPECT_EQ(m.stats.edges, 35000 + 30001);
 }
 
 TEST(DXFNativeParser, nestedBlocksAreSharedDefinitionsInCompletionOrder) {
-    Tags blocks =
-        (block("DOOR", {10, 0, 0}, line({10, 0, 0}, {11, 0, 0})) +
-         block("ROOM", {0, 0, 0}, (line({0, 0, 0}, {2, 0, 0}) + insert("DOOR", {5, 0, 0}))));
-    SKPModel m =
-        parseDXF(withBlocks(blocks, (insert("ROOM", {100, 0, 0}) + insert("ROOM", {200, 0, 0}) +
-                                     insert("MISSING", {0, 0, 0}))));
+    Tags blocks = block("DOOR", {10, 0, 0}, line({10, 0, 0}, {11, 0, 0})) +
+                  block("ROOM", {}, line({}, {2, 0, 0}) + insert("DOOR", {5, 0, 0}));
+    SKPModel m = parseDXF(withBlocks(
+        blocks, insert("ROOM", {100, 0, 0}) + insert("ROOM", {200, 0, 0}) + insert("MISSING", {})));
     ASSERT_EQ(m.definitions.size(), 2u);
     EXPECT_EQ(m.definitions[0].name, "DOOR");
     // The base point is taken off the block's content.
@@ -261,18 +251,17 @@ TEST(DXFNativeParser, nestedBlocksAreSharedDefinitionsInCompletionOrder) {
     EXPECT_EQ(m.boundsMax.x, 206);
 
     // Self-inserting blocks stop at depth sixteen.
-    SKPModel self = parseDXF(
-        withBlocks(block("LOOP", {}, (line({0, 0, 0}, {1, 0, 0}) + insert("LOOP", {1, 0, 0}))),
-                   insert("LOOP", {})));
+    SKPModel self = parseDXF(withBlocks(
+        block("LOOP", {}, line({}, {1, 0, 0}) + insert("LOOP", {1, 0, 0})), insert("LOOP", {})));
     EXPECT_EQ(self.definitions.size(), 16u);
     EXPECT_TRUE(self.definitions[0].children.empty());
     SKPModel pair = parseDXF(withBlocks(
-        (block("A", {}, insert("B", {})) + block("B", {}, insert("A", {}))), insert("A", {})));
+        block("A", {}, insert("B", {})) + block("B", {}, insert("A", {})), insert("A", {})));
     EXPECT_EQ(pair.definitions.size(), 16u);
 }
 
 TEST(DXFNativeParser, mirroredAndRotatedInsertsKeepTheirMatrix) {
-    Tags arrow = (line({0, 0, 0}, {1, 0, 0}) + line({0, 0, 0}, {0, 2, 0}));
+    Tags arrow = line({}, {1, 0, 0}) + line({}, {0, 2, 0});
     SKPModel m = parseDXF(
         withBlocks(block("ARROW", {}, arrow), insert("ARROW", {10, 0, 0}, {-1, 1, 1}, 90)));
     const Float4x4& t = m.root.children.at(0).transform;
@@ -291,7 +280,7 @@ TEST(DXFNativeParser, mirroredAndRotatedInsertsKeepTheirMatrix) {
 }
 
 TEST(DXFNativeParser, truncatedFileKeepsWhatWasRead) {
-    std::string whole = entitiesText((line({0, 0, 0}, {1, 0, 0}) + line({5, 0, 0}, {6, 0, 0})));
+    std::string whole = entitiesText(line({}, {1, 0, 0}) + line({5, 0, 0}, {6, 0, 0}));
     // Cut inside the second LINE, just after its start x and the next code line.
     size_t cut = whole.find("5.000000");
     ASSERT_NE(cut, std::string::npos);
@@ -311,7 +300,7 @@ TEST(DXFNativeParser, tolerantTextRules) {
     EXPECT_EQ(parseDXF(text).root.edges.at(0).positions,
               (std::vector<Float3>{{0, 2, 0}, {3, 4, 0}}));
 
-    const std::string lf = entitiesText((line({0, 0, 0}, {1, 0, 0}) + arc(0, 90)));
+    const std::string lf = entitiesText(line({}, {1, 0, 0}) + arc(0, 90));
     std::string crlf, cr;
     for (char c : lf) {
         crlf += c == '\n' ? std::string("\r\n") : std::string(1, c);
