@@ -216,8 +216,7 @@ TEST(DXFNativeParser, insUnitsScaleEverythingToMetresButPointMarks) {
     for (auto [units, scale] : cases) {
         SCOPED_TRACE(units);
         Tags point{{0, "POINT"}, {8, "P"}, {10, "0.1"}, {20, "0"}, {30, "0"}};
-        SKPModel m =
-            parseDXF(entitiesText((line({0, 0, 0}, {1000, 0, 0}) + point), headerUnits(units)));
+        SKPModel m = parseDXF(entitiesText(line({}, {1000, 0, 0}) + point, headerUnits(units)));
         EXPECT_FLOAT_EQ(m.root.edges.at(0).positions[1].x, 1000 * scale);
         const auto& mark = m.root.edges.at(1).positions;
         EXPECT_NEAR(mark[1].x - mark[0].x, 0.03, 1e-4);
@@ -324,8 +323,7 @@ TEST(DXFNativeParser, numbersIgnoreTheLocale) {
 
 TEST(DXFNativeParser, namesAreUTF8OrElseLatin1ForTheWholeFile) {
     auto named = [](const std::string& layer, const std::string& text) {
-        return entitiesText(
-            (line({0, 0, 0}, {1, 0, 0}, layer) + Tags{{0, "TEXT"}, {8, "0"}, {1, text}}));
+        return entitiesText(line({}, {1, 0, 0}, layer) + Tags{{0, "TEXT"}, {8, "0"}, {1, text}});
     };
     EXPECT_EQ(parseDXF(named("\xC9tage", "plain")).layers[1].name, "\u00C9tage");
     EXPECT_EQ(parseDXF(named("\u00C9tage", "plain")).layers[1].name, "\u00C9tage");
@@ -335,8 +333,7 @@ TEST(DXFNativeParser, namesAreUTF8OrElseLatin1ForTheWholeFile) {
 
 TEST(DXFNativeParser, progressRisesAndCancellationStops) {
     std::string body;
-    for (int i = 0; i < 12500; ++i)
-        body += "0\nLINE\n10\n0\n20\n0\n11\n1\n21\n" + std::to_string(i) + "\n";
+    for (int i = 0; i < 12500; ++i) body += "0\nLINE\n11\n1\n21\n" + n(i) + "\n";
     const std::string text = "0\nSECTION\n2\nENTITIES\n" + body + "0\nENDSEC\n0\nEOF\n";
 
     std::vector<SKPReader::Progress> reports;
@@ -351,16 +348,11 @@ TEST(DXFNativeParser, progressRisesAndCancellationStops) {
 }
 
 TEST(DXFNativeParser, binaryDXFReadsLikeItsASCIICopy) {
-    Tags tags = (Tags{{0, "SECTION"},
-                      {2, "TABLES"},
-                      {0, "LAYER"},
-                      {2, "Off"},
-                      {62, "-3"},
-                      {0, "ENDSEC"},
-                      {0, "SECTION"},
-                      {2, "ENTITIES"}} +
-                 line({0, 0, 0}, {1, 2, 3}, "Off") + arc(0, 90, 2) +
-                 Tags{{0, "TEXT"}, {8, "Notes"}, {1, "skipped"}, {0, "ENDSEC"}, {0, "EOF"}});
+    const Tags hiddenLayer{{0, "SECTION"}, {2, "TABLES"}, {0, "LAYER"}, {2, "Off"}, {62, "-3"}};
+    const Tags text{{0, "TEXT"}, {8, "Notes"}, {1, "skipped"}};
+    const Tags tags = hiddenLayer + Tags{{0, "ENDSEC"}, {0, "SECTION"}, {2, "ENTITIES"}} +
+                      line({}, {1, 2, 3}, "Off") + arc(0, 90, 2) + text +
+                      Tags{{0, "ENDSEC"}, {0, "EOF"}};
     SKPModel ascii = parseDXF(dxfText(tags));
     // A sentinel whose tail lost its CR still makes identification say binary, so the reader
     // must read binary too (it once read such files as text and gave an empty model).
