@@ -129,7 +129,7 @@ void drawingElement(Model& m, Node* n) {
     resolve(m, n->j, "material", m.materialByName, n->material, n->hasMaterial);
 }
 
-Node* buildEntities(Model& m, const json& j);
+Node* buildEntities(Model& m, const json& scene);
 
 Node* buildFace(Model& m, const json& j) {
     Node* n = m.make(j);
@@ -151,17 +151,28 @@ Node* buildFace(Model& m, const json& j) {
     return n;
 }
 
-Node* buildEntities(Model& m, const json& j) {
+// Generated content written out as if the scene listed it: a row of unit triangles along X, a
+// line of guide points one inch apart, a chain of groups each inside the previous one.
+json expanded(json j) {
+    for (int i = 0; i < j.value("faceRow", 0); ++i)
+        j["faces"].push_back({{"vertices", {{i, 0, 0}, {i + 1, 0, 0}, {i, 1, 0}}}});
+    for (int i = 0; i < j.value("guidePointCloud", 0); ++i)
+        j["guidePoints"].push_back({{"position", {i, 0, 0}}});
+    json inner;
+    for (int d = j.value("groupNest", 0); d >= 1; --d) {
+        json face = {{"vertices", {{0, 0, d}, {1, 0, d}, {0, 1, d}}}};
+        json g = {{"name", "level " + std::to_string(d)}, {"entities", {{"faces", {face}}}}};
+        if (!inner.is_null()) g["entities"]["groups"] = {inner};
+        inner = g;
+    }
+    if (!inner.is_null()) j["groups"].push_back(inner);
+    return j;
+}
+
+Node* buildEntities(Model& m, const json& scene) {
+    const json j = expanded(scene);
     Node* e = m.make(j);
     for (const auto& f : j.value("faces", json::array())) e->faces.push_back(buildFace(m, f));
-    // A row of unit triangles along X, for tests that need many faces.
-    if (j.contains("faceRow")) {
-        int count = j["faceRow"].get<int>();
-        for (int i = 0; i < count; ++i) {
-            json f = {{"vertices", {{i, 0, 0}, {i + 1, 0, 0}, {i, 1, 0}}}};
-            e->faces.push_back(buildFace(m, f));
-        }
-    }
     for (const auto& ej : j.value("edges", json::array())) {
         Node* edge = m.make(ej);
         drawingElement(m, edge);
@@ -173,45 +184,14 @@ Node* buildEntities(Model& m, const json& j) {
         e->edges.push_back(edge);
     }
     for (const auto& gj : j.value("guidePoints", json::array())) {
-        if (gj.is_null()) {
-            e->guides.push_back(nullptr);
-            continue;
-        }
-        Node* g = m.make(gj);
-        drawingElement(m, g);
-        g->position = point(gj.at("position"));
+        Node* g = gj.is_null() ? nullptr : m.make(gj);
+        if (g) drawingElement(m, g), g->position = point(gj.at("position"));
         e->guides.push_back(g);
-    }
-    // A line of guide points one inch apart along X.
-    if (j.contains("guidePointCloud")) {
-        int count = j["guidePointCloud"].get<int>();
-        for (int i = 0; i < count; ++i) {
-            Node* g = m.make(json::object());
-            drawingElement(m, g);
-            g->position = {static_cast<double>(i), 0, 0};
-            e->guides.push_back(g);
-        }
     }
     for (const auto& gj : j.value("groups", json::array())) {
         Node* g = m.make(gj);
         drawingElement(m, g);
         g->entities = buildEntities(m, gj.value("entities", json::object()));
-        e->groups.push_back(g);
-    }
-    // A chain of groups, each inside the previous one, each holding one face.
-    if (j.contains("groupNest")) {
-        int depth = j["groupNest"].get<int>();
-        json inner = json::object();
-        for (int d = depth; d >= 1; --d) {
-            json g = {
-                {"name", "level " + std::to_string(d)},
-                {"entities", {{"faces", {{{"vertices", {{0, 0, d}, {1, 0, d}, {0, 1, d}}}}}}}}};
-            if (!inner.empty()) g["entities"]["groups"] = {inner};
-            inner = g;
-        }
-        Node* g = m.make(inner);
-        drawingElement(m, g);
-        g->entities = buildEntities(m, inner.value("entities", json::object()));
         e->groups.push_back(g);
     }
     for (const auto& ij : j.value("instances", json::array())) {
