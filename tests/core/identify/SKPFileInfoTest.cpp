@@ -73,15 +73,13 @@ TEST(SKPFileInfo, versionLabelsAndDWGHeaders) {
     EXPECT_EQ(SKPFileInfo::dwgLabel("AC1099", true), "AutoCAD DXF");
 }
 
-TEST(SKPFileInfo, dwgHeaderInDxfFileCountsAsDxfNotDwg) {
+TEST(SKPFileInfo, dxfSniffingByContentAndExtension) {
+    // A DWG header in a .dxf file counts as DXF; a .dwg extension is DWG whatever the content.
     auto info = SKPFileInfo::parse(bytes("AC1032\0\0\0"), "/x/plan.dxf", 9);
     EXPECT_EQ(info.versionLabel, "AutoCAD 2018");
     EXPECT_TRUE(info.isDXF() && !info.isDWG());
-    // A .dwg extension is DWG whatever the content.
     EXPECT_TRUE(SKPFileInfo::parse(bytes("hello"), "/x/a.DWG", 5).isDWG());
-}
 
-TEST(SKPFileInfo, dxfSniffingByContentAndExtension) {
     const std::string body = "  0\nSECTION\n  2\nHEADER\n  9\n$ACADVER\n  1\nAC1015\n  0\nENDSEC\n";
     auto txt = SKPFileInfo::parse(bytes(body), "/x/plan.txt", int64_t(body.size()));
     EXPECT_EQ(txt.version, "AC1015");
