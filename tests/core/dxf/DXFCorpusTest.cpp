@@ -2,7 +2,6 @@
 // fail with a clean SKPError; how long each takes is for bench/DXFCorpusBench.
 #include <gtest/gtest.h>
 
-
 #include "TestEnv.h"
 #include "dxf/DXFNativeParser.h"
 #include "model/SKPError.h"
