@@ -25,44 +25,35 @@ namespace {
 constexpr auto kQuiet = 300ms;
 constexpr auto kPatience = 5s;
 
-// A plain UDP socket on 127.0.0.1, for holding ports and for raw traffic.
-class LoopbackSocket {
-  public:
-    explicit LoopbackSocket(uint16_t port = 0) {
-        fd_ = ::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
-        sockaddr_in a = address(port);
-        if (::bind(fd_, reinterpret_cast<sockaddr*>(&a), sizeof a) != 0) {
-            ::close(fd_);
-            fd_ = -1;
-            return;
-        }
+sockaddr_in loopback(uint16_t port) {
+    sockaddr_in a{};
+    a.sin_family = AF_INET;
+    a.sin_port = htons(port);
+    a.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    return a;
+}
+
+// A plain UDP socket on 127.0.0.1 (any port for 0), for holding ports and sending raw bytes.
+struct LoopbackSocket {
+    int fd = ::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+    uint16_t port = 0;  // 0 when the wanted one could not be bound
+
+    explicit LoopbackSocket(uint16_t wanted = 0) {
+        sockaddr_in a = loopback(wanted);
         socklen_t len = sizeof a;
-        ::getsockname(fd_, reinterpret_cast<sockaddr*>(&a), &len);
-        port_ = ntohs(a.sin_port);
+        if (::bind(fd, reinterpret_cast<sockaddr*>(&a), len) == 0 &&
+            ::getsockname(fd, reinterpret_cast<sockaddr*>(&a), &len) == 0)
+            port = ntohs(a.sin_port);
     }
+    LoopbackSocket(LoopbackSocket&& o) noexcept : fd(std::exchange(o.fd, -1)), port(o.port) {}
     ~LoopbackSocket() {
-        if (fd_ >= 0) ::close(fd_);
+        if (fd >= 0) ::close(fd);
     }
-    LoopbackSocket(LoopbackSocket&& o) noexcept : fd_(std::exchange(o.fd_, -1)), port_(o.port_) {}
-
-    bool bound() const { return fd_ >= 0; }
-    uint16_t port() const { return port_; }
-
-    void sendTo(uint16_t port, const std::vector<uint8_t>& bytes) const {
-        sockaddr_in a = address(port);
-        ::sendto(fd_, bytes.data(), bytes.size(), 0, reinterpret_cast<sockaddr*>(&a), sizeof a);
+    bool bound() const { return port != 0; }
+    void sendTo(uint16_t to, const std::vector<uint8_t>& bytes) const {
+        sockaddr_in a = loopback(to);
+        ::sendto(fd, bytes.data(), bytes.size(), 0, reinterpret_cast<sockaddr*>(&a), sizeof a);
     }
-    static sockaddr_in address(uint16_t port) {
-        sockaddr_in a{};
-        a.sin_family = AF_INET;
-        a.sin_port = htons(port);
-        a.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        return a;
-    }
-
-  private:
-    int fd_ = -1;
-    uint16_t port_ = 0;
 };
 
 // `count` consecutive ports held by plain sockets, or none when no such run was found.
@@ -149,7 +140,7 @@ TEST(OSCUDPServer, handsOverEveryMessageOfADatagramInPacketOrder) {
 TEST(OSCUDPServer, busyPortsAreSkippedUpToSixteenAndAFailureKeepsTheWantedPort) {
     auto held = holdPortRun(16);
     ASSERT_FALSE(held.empty());
-    const uint16_t wanted = held[0].port();
+    const uint16_t wanted = held[0].port;
     OSCUDPServer server(wanted, {});
     EXPECT_FALSE(server.start(16));
     EXPECT_FALSE(server.isRunning());
