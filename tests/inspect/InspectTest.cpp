@@ -85,6 +85,7 @@ TEST(Inspect, printsASummaryPerFileAndFailsOnABadOne) {
     EXPECT_EQ(j["stats"]["edges"], 25);
     EXPECT_EQ(j["layers"], 2);
     EXPECT_EQ(j["hiddenLayers"], 1);
+    EXPECT_EQ(j["isPlanar2D"], true);
     // Millimetres to metres: the circle reaches to -0.5, the line to 2.
     EXPECT_NEAR(j["bounds"]["size"][0].get<double>(), 2.5, 1e-6);
 
@@ -102,34 +103,21 @@ TEST(Inspect, printsASummaryPerFileAndFailsOnABadOne) {
     EXPECT_EQ(nlohmann::json::parse(bad.out.substr(split + 2))["stats"]["edges"], 25);
 }
 
-TEST(Inspect, pdfOfTheFirstViewIsWrittenOrFailsCleanly) {
+TEST(Inspect, firstViewIsWrittenAsPDFOrPNGOrFailsCleanly) {
     TempDir dir;
-    std::ofstream(dir / "plan.dxf")
-        << "0\nSECTION\n2\nENTITIES\n0\nLINE\n8\n0\n10\n0\n20\n0\n11\n10\n21\n0\n"
-           "0\nLINE\n8\n0\n10\n0\n20\n0\n11\n0\n21\n8\n0\nENDSEC\n0\nEOF\n";
-    ScopedEnv nativeOnly("VISTREL_FORCE_NATIVE_DXF", "1");
-    ToolRun ok =
-        inspect("--pdf " + (dir / "plan.pdf").string() + " " + (dir / "plan.dxf").string());
-    EXPECT_EQ(ok.status, 0);
-    EXPECT_EQ(nlohmann::json::parse(ok.out)["isPlanar2D"], true);
-    EXPECT_EQ(head(dir / "plan.pdf", 5), "%PDF-");
-    // An output folder that does not exist: status 1 and nothing written.
-    ToolRun missing = inspect("--pdf " + (dir / "nowhere" / "x.pdf").string() + " " +
-                              (dir / "plan.dxf").string());
-    EXPECT_EQ(missing.status, 1);
-    EXPECT_FALSE(std::filesystem::exists(dir / "nowhere"));
-    // No path: a usage error.
-    EXPECT_EQ(inspect((dir / "plan.dxf").string() + " --pdf").status, 2);
-}
-
-TEST(Inspect, pngOfTheFirstViewIsRendered) {
-    TempDir dir;
-    std::ofstream(dir / "plan.dxf")
+    std::ofstream(dir / "face.dxf")
         << "0\nSECTION\n2\nENTITIES\n0\n3DFACE\n8\n0\n10\n0\n20\n0\n30\n0\n11\n4\n21\n0\n31\n0\n"
            "12\n4\n22\n3\n32\n2\n13\n0\n23\n3\n33\n2\n0\nENDSEC\n0\nEOF\n";
+    const std::string dxf = (dir / "face.dxf").string();
     ScopedEnv nativeOnly("VISTREL_FORCE_NATIVE_DXF", "1");
-    ToolRun run = inspect("--png " + (dir / "view.png").string() + " --size 160x100 " +
-                          (dir / "plan.dxf").string());
+    EXPECT_EQ(inspect("--pdf " + (dir / "face.pdf").string() + " " + dxf).status, 0);
+    EXPECT_EQ(head(dir / "face.pdf", 5), "%PDF-");
+    // An output folder that does not exist: status 1 and nothing written; no path: usage.
+    EXPECT_EQ(inspect("--pdf " + (dir / "nowhere" / "x.pdf").string() + " " + dxf).status, 1);
+    EXPECT_FALSE(std::filesystem::exists(dir / "nowhere"));
+    EXPECT_EQ(inspect(dxf + " --pdf").status, 2);
+
+    ToolRun run = inspect("--png " + (dir / "view.png").string() + " --size 160x100 " + dxf);
     if (run.status == 1 && !std::filesystem::exists(dir / "view.png"))
         GTEST_SKIP() << "no headless GL context here";
     ASSERT_EQ(run.status, 0);
