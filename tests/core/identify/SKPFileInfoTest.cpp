@@ -18,12 +18,6 @@ std::vector<uint8_t> bytes(const std::string& s) {
     return {s.begin(), s.end()};
 }
 
-std::vector<uint8_t> utf16(const std::string& ascii) {
-    std::vector<uint8_t> out;
-    for (char c : ascii) out.insert(out.end(), {uint8_t(c), 0});
-    return out;
-}
-
 std::vector<uint8_t> concat(std::initializer_list<std::vector<uint8_t>> parts) {
     std::vector<uint8_t> r;
     for (auto& p : parts) r.insert(r.end(), p.begin(), p.end());
@@ -42,21 +36,6 @@ bool decodesAsPNG(const std::vector<uint8_t>& data) {
 }
 
 }  // namespace
-
-TEST(SKPFileInfo, sketchUpVersionMarkerAllowsAtMostFifteenBytesBeforeBrace) {
-    auto at = [](size_t gap) {
-        return concat({bytes("junk"), utf16("SketchUp Model"), std::vector<uint8_t>(gap, 0x20),
-                       utf16("{24.0.553}"), bytes("tail")});
-    };
-    EXPECT_EQ(SKPFileInfo::parseVersion(at(15)), "24.0.553");
-    EXPECT_EQ(SKPFileInfo::parseVersion(at(16)), std::nullopt);
-    // Closing brace farther than 64 bytes after the opening one: no version.
-    auto far =
-        concat({utf16("SketchUp Model"), utf16("{"), std::vector<uint8_t>(64, 0x31), utf16("}")});
-    EXPECT_EQ(SKPFileInfo::parseVersion(far), std::nullopt);
-    EXPECT_EQ(SKPFileInfo::parseVersion(concat({utf16("SketchUp Model"), utf16("{}")})),
-              std::nullopt);
-}
 
 TEST(SKPFileInfo, versionLabelsAndDWGHeaders) {
     const std::pair<const char*, std::optional<std::string>> labels[] = {
