@@ -7,7 +7,6 @@
 #include <cstring>
 #include <fstream>
 
-#include "DXFTestText.h"
 #include "TestEnv.h"
 #include "ThrownError.h"
 #include "model/SKPError.h"
@@ -17,9 +16,50 @@ using namespace vistrel::test;
 
 namespace {
 
+// Small DXF texts: (code, value) pairs, one per two lines.
+using Tags = std::vector<std::pair<int, std::string>>;
+
 Tags operator+(Tags a, const Tags& b) {
     a.insert(a.end(), b.begin(), b.end());
     return a;
+}
+
+std::string dxfText(const Tags& tags) {
+    std::string s;
+    for (const auto& [code, value] : tags) s += std::to_string(code) + "\n" + value + "\n";
+    return s;
+}
+
+// An ENTITIES section around the given tags, after the header's, and EOF.
+std::string entitiesText(const Tags& body, const Tags& header = {}) {
+    return dxfText(header + Tags{{0, "SECTION"}, {2, "ENTITIES"}} + body +
+                   Tags{{0, "ENDSEC"}, {0, "EOF"}});
+}
+
+Tags headerUnits(int insUnits) {
+    return {{0, "SECTION"}, {2, "HEADER"},    {9, "$ACADVER"},
+            {1, "AC1015"},  {9, "$INSUNITS"}, {70, std::to_string(insUnits)},
+            {0, "ENDSEC"}};
+}
+
+SKPModel parseDXF(const std::string& text, const SKPReader::CancelCheck& isCancelled = {}) {
+    SKPFileInfo info;
+    info.url = "test.dxf";
+    info.version = "DXF";
+    std::span<const uint8_t> bytes(reinterpret_cast<const uint8_t*>(text.data()), text.size());
+    return DXFNativeParser::parseBytes(bytes, info, {}, isCancelled);
+}
+
+size_t edgeCount(const Definition& d) {
+    size_t n = 0;
+    for (const EdgeSet& e : d.edges) n += e.positions.size() / 2;
+    return n;
+}
+
+size_t triangleCount(const Definition& d) {
+    size_t n = 0;
+    for (const Mesh& m : d.meshes) n += m.indices.size() / 3;
+    return n;
 }
 
 // Numbers as a file writes them: flags whole, coordinates with decimals.
@@ -335,7 +375,7 @@ TEST(DXFNativeParser, cancellationStopsTheRead) {
     for (int i = 0; i < 12500; ++i) body += "0\nLINE\n11\n1\n21\n" + n(i) + "\n";
     const std::string text = "0\nSECTION\n2\nENTITIES\n" + body + "0\nENDSEC\n0\nEOF\n";
     int calls = 0;
-    EXPECT_EQ(thrownError([&] { parseDXF(text, {}, [&] { return ++calls == 3; }); }),
+    EXPECT_EQ(thrownError([&] { parseDXF(text, [&] { return ++calls == 3; }); }),
               SKPError::cancelled());
 }
 
