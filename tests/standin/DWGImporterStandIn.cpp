@@ -17,7 +17,6 @@ constexpr uint32_t kImporterMark = 0x1D3A0001;
 constexpr uint32_t kPrefsMark = 0x1D3A0002;
 constexpr size_t kImportUnitsOffset = 8;  // where the binding writes importUnits
 int calls = 0;
-int lastImportUnits = -1;
 
 std::string readLibcxxString(const void* image) {
     const auto* words = static_cast<const uint64_t*>(image);
@@ -58,7 +57,6 @@ bool importerConvert(void* self, const void* input, const void* output, void*, c
     int32_t units = 0;
     std::memcpy(&units, static_cast<const char*>(prefs) + kImportUnitsOffset, sizeof units);
     ++calls;
-    lastImportUnits = units;
 
     std::ifstream in(readLibcxxString(input));
     nlohmann::json source = nlohmann::json::parse(in, nullptr, false);
@@ -69,10 +67,7 @@ bool importerConvert(void* self, const void* input, const void* output, void*, c
     return static_cast<bool>(out);
 }
 
-// How often Convert ran, and with which importUnits last.
+// How often Convert ran.
 STANDIN_EXPORT int StandInPluginCalls() {
     return calls;
-}
-STANDIN_EXPORT int StandInPluginLastImportUnits() {
-    return lastImportUnits;
 }

@@ -1,11 +1,11 @@
 // A stand-in for the closed SketchUp library, built by the tests only and never installed.
 //
 // It answers the 78 functions of the table with the library's conventions (untyped handles,
-// statuses, counts then capacities, inches, STQ coordinates) for a small scene described in JSON.
-// The scene is the file the reader opens, or $VISTREL_STANDIN_SCENE when set. Every element may
-// list in "fail" the functions that must fail for it, and in "wrongCount" the mesh getters that
-// must answer a wrong count. Names refer to materials, layers and definitions; a name starting
-// with "?" is a handle the model does not know, null is a null handle.
+// statuses, counts then capacities, inches, STQ coordinates) for a small scene described in JSON:
+// the file the reader opens. Every element may list in "fail" the functions that must fail for
+// it, and in "wrongCount" the mesh getters that must answer a wrong count. Names refer to
+// materials, layers and definitions; a name starting with "?" is a handle the model does not know,
+// null is a null handle.
 #include <atomic>
 #include <cmath>
 #include <cstring>
@@ -56,24 +56,21 @@ struct Node {
     Node* start = nullptr;
     Node* end = nullptr;
     std::vector<Node*> faces, edges, groups, instances, guides, sceneLayers;
+    std::vector<Node*> materials, layers, scenes;  // of the model
     std::vector<SUPoint3D> vertices, frontSTQ, backSTQ;
     std::vector<size_t> indices;
     SUPoint3D normal{0, 0, 1};
     SUPoint3D position{0, 0, 0};
 };
 
-struct Model {
+// The model is the node of the whole scene: its entities, camera and lists.
+struct Model : Node {
     std::deque<Node> nodes;
-    Node* top = nullptr;
-    Node* root = nullptr;
-    Node* camera = nullptr;
-    std::vector<Node*> materials, layers, scenes;
     std::map<std::string, Node*> materialByName, layerByName, definitionByName;
     std::map<std::string, Node*> strays;
 
-    Node* make(const json& j) {
-        nodes.emplace_back();
-        Node* n = &nodes.back();
+    Node* make(const json& j) { return init(&nodes.emplace_back(), j); }
+    Node* init(Node* n, const json& j) {
         n->j = j;
         n->model = this;
         if (j.is_object()) {
@@ -132,7 +129,7 @@ void drawingElement(Model& m, Node* n) {
     resolve(m, n->j, "material", m.materialByName, n->material, n->hasMaterial);
 }
 
-Node* buildEntities(Model& m, const json& j);
+Node* buildEntities(Model& m, const json& scene);
 
 Node* buildFace(Model& m, const json& j) {
     Node* n = m.make(j);
@@ -141,13 +138,8 @@ Node* buildFace(Model& m, const json& j) {
     resolve(m, j, "back", m.materialByName, n->back, n->hasBack);
     for (const auto& v : j.at("vertices")) n->vertices.push_back(point(v));
     if (j.contains("normal")) n->normal = point(j["normal"]);
-    if (j.contains("triangles")) {
-        for (const auto& t : j["triangles"])
-            for (const auto& i : t) n->indices.push_back(i.get<size_t>());
-    } else {
-        for (size_t i = 1; i + 1 < n->vertices.size(); ++i)
-            n->indices.insert(n->indices.end(), {0, i, i + 1});
-    }
+    for (size_t i = 1; i + 1 < n->vertices.size(); ++i)
+        n->indices.insert(n->indices.end(), {0, i, i + 1});
     for (const SUPoint3D& v : n->vertices) {
         n->frontSTQ.push_back({v.x, v.y, 1});
         n->backSTQ.push_back({-v.x, -v.y, 1});
@@ -156,24 +148,31 @@ Node* buildFace(Model& m, const json& j) {
         n->frontSTQ.clear();
         for (const auto& v : j["frontSTQ"]) n->frontSTQ.push_back(point(v));
     }
-    if (j.contains("backSTQ")) {
-        n->backSTQ.clear();
-        for (const auto& v : j["backSTQ"]) n->backSTQ.push_back(point(v));
-    }
     return n;
 }
 
-Node* buildEntities(Model& m, const json& j) {
+// Generated content written out as if the scene listed it: a row of unit triangles along X, a
+// line of guide points one inch apart, a chain of groups each inside the previous one.
+json expanded(json j) {
+    for (int i = 0; i < j.value("faceRow", 0); ++i)
+        j["faces"].push_back({{"vertices", {{i, 0, 0}, {i + 1, 0, 0}, {i, 1, 0}}}});
+    for (int i = 0; i < j.value("guidePointCloud", 0); ++i)
+        j["guidePoints"].push_back({{"position", {i, 0, 0}}});
+    json inner;
+    for (int d = j.value("groupNest", 0); d >= 1; --d) {
+        json face = {{"vertices", {{0, 0, d}, {1, 0, d}, {0, 1, d}}}};
+        json g = {{"name", "level " + std::to_string(d)}, {"entities", {{"faces", {face}}}}};
+        if (!inner.is_null()) g["entities"]["groups"] = {inner};
+        inner = g;
+    }
+    if (!inner.is_null()) j["groups"].push_back(inner);
+    return j;
+}
+
+Node* buildEntities(Model& m, const json& scene) {
+    const json j = expanded(scene);
     Node* e = m.make(j);
     for (const auto& f : j.value("faces", json::array())) e->faces.push_back(buildFace(m, f));
-    // A row of unit triangles along X, for tests that need many faces.
-    if (j.contains("faceRow")) {
-        int count = j["faceRow"].get<int>();
-        for (int i = 0; i < count; ++i) {
-            json f = {{"vertices", {{i, 0, 0}, {i + 1, 0, 0}, {i, 1, 0}}}};
-            e->faces.push_back(buildFace(m, f));
-        }
-    }
     for (const auto& ej : j.value("edges", json::array())) {
         Node* edge = m.make(ej);
         drawingElement(m, edge);
@@ -185,45 +184,14 @@ Node* buildEntities(Model& m, const json& j) {
         e->edges.push_back(edge);
     }
     for (const auto& gj : j.value("guidePoints", json::array())) {
-        if (gj.is_null()) {
-            e->guides.push_back(nullptr);
-            continue;
-        }
-        Node* g = m.make(gj);
-        drawingElement(m, g);
-        g->position = point(gj.at("position"));
+        Node* g = gj.is_null() ? nullptr : m.make(gj);
+        if (g) drawingElement(m, g), g->position = point(gj.at("position"));
         e->guides.push_back(g);
-    }
-    // A line of guide points one inch apart along X.
-    if (j.contains("guidePointCloud")) {
-        int count = j["guidePointCloud"].get<int>();
-        for (int i = 0; i < count; ++i) {
-            Node* g = m.make(json::object());
-            drawingElement(m, g);
-            g->position = {static_cast<double>(i), 0, 0};
-            e->guides.push_back(g);
-        }
     }
     for (const auto& gj : j.value("groups", json::array())) {
         Node* g = m.make(gj);
         drawingElement(m, g);
         g->entities = buildEntities(m, gj.value("entities", json::object()));
-        e->groups.push_back(g);
-    }
-    // A chain of groups, each inside the previous one, each holding one face.
-    if (j.contains("groupNest")) {
-        int depth = j["groupNest"].get<int>();
-        json inner = json::object();
-        for (int d = depth; d >= 1; --d) {
-            json g = {
-                {"name", "level " + std::to_string(d)},
-                {"entities", {{"faces", {{{"vertices", {{0, 0, d}, {1, 0, d}, {0, 1, d}}}}}}}}};
-            if (!inner.empty()) g["entities"]["groups"] = {inner};
-            inner = g;
-        }
-        Node* g = m.make(inner);
-        drawingElement(m, g);
-        g->entities = buildEntities(m, inner.value("entities", json::object()));
         e->groups.push_back(g);
     }
     for (const auto& ij : j.value("instances", json::array())) {
@@ -242,7 +210,7 @@ Node* buildCamera(Model& m, const json& j) {
 
 std::unique_ptr<Model> buildModel(const json& scene) {
     auto m = std::make_unique<Model>();
-    m->top = m->make(scene);
+    m->init(m.get(), scene);
     for (const auto& mj : scene.value("materials", json::array())) {
         Node* n = m->make(mj);
         if (mj.contains("texture")) n->texture = m->make(mj["texture"]);
@@ -261,7 +229,7 @@ std::unique_ptr<Model> buildModel(const json& scene) {
     for (const auto& [name, dj] : definitions.items())
         m->definitionByName[name]->entities =
             buildEntities(*m, dj.value("entities", json::object()));
-    m->root = buildEntities(*m, scene.value("entities", json::object()));
+    m->entities = buildEntities(*m, scene.value("entities", json::object()));
     if (scene.contains("camera")) m->camera = buildCamera(*m, scene["camera"]);
     for (const auto& sj : scene.value("scenes", json::array())) {
         Node* s = m->make(sj);
@@ -312,39 +280,48 @@ SUResult nameOf(SUHandle h, SUHandle* name, const char* function) {
     return setString(name, j.value("name", ""));
 }
 
-SUResult boolField(SUHandle h, const char* function, const char* key, bool* out) {
+// A field that may be absent: no data then, as when the element lists the function as failing.
+template <class T>
+SUResult field(SUHandle h, const char* function, const char* key, T* out) {
     if (!h) return kNullInput;
     if (fails(h, function) || !node(h)->j.contains(key)) return kNoData;
-    *out = node(h)->j[key].get<bool>();
-    return kOk;
-}
-
-SUResult doubleField(SUHandle h, const char* function, const char* key, double* out) {
-    if (!h) return kNullInput;
-    if (fails(h, function) || !node(h)->j.contains(key)) return kNoData;
-    *out = node(h)->j[key].get<double>();
+    *out = node(h)->j[key].get<T>();
     return kOk;
 }
 
 SUResult handleField(SUHandle h, const char* function, Node* target, bool present, SUHandle* out) {
-    if (!h) return kNullInput;
+    if (!h || !out) return kNullInput;
     if (fails(h, function) || !present) return kNoData;
     *out = target;
     return kOk;
 }
 
-SUResult transformOf(SUHandle h, const char* function, SUTransformation* t) {
-    if (!h) return kNullInput;
+SUColor colorOf(Node* n) {
+    json c = n->j.value("color", json::array({0, 0, 0, 255}));
+    return {c.at(0).get<uint8_t>(), c.at(1).get<uint8_t>(), c.at(2).get<uint8_t>(),
+            c.at(3).get<uint8_t>()};
+}
+
+// The usual answer: null arguments, then the element's listed failure, then the value.
+template <class T, class Value>
+SUResult answer(SUHandle h, const char* function, T* out, Value&& value) {
+    if (!h || !out) return kNullInput;
     if (fails(h, function)) return kGeneric;
-    const json& j = node(h)->j;
-    for (int i = 0; i < 16; ++i) t->values[i] = (i % 5 == 0) ? 1.0 : 0.0;
-    if (j.contains("transform"))
-        for (int i = 0; i < 16; ++i) t->values[i] = j["transform"].at(i).get<double>();
+    *out = value(node(h));
     return kOk;
 }
 
-SUResult meshPoints(SUHandle h, const char* function, const std::vector<SUPoint3D>& src,
-                    size_t capacity, SUPoint3D* out, size_t* count) {
+SUTransformation transformOf(Node* n) {
+    SUTransformation t;
+    for (int i = 0; i < 16; ++i)
+        t.values[i] =
+            n->j.contains("transform") ? n->j["transform"].at(i).get<double>() : i % 5 == 0;
+    return t;
+}
+
+template <class T>
+SUResult meshList(SUHandle h, const char* function, const std::vector<T>& src, size_t capacity,
+                  T* out, size_t* count) {
     if (!h || !out || !count) return kNullInput;
     Node* face = static_cast<Helper*>(h)->face;
     if (face->fails.count(function)) return kGeneric;
@@ -358,6 +335,37 @@ SUResult meshPoints(SUHandle h, const char* function, const std::vector<SUPoint3
 
 #define STANDIN_EXPORT extern "C" __attribute__((visibility("default")))
 
+// Getters that read one field of the element's JSON, or its name.
+#define STANDIN_FIELD(function, type, key)                    \
+    STANDIN_EXPORT SUResult function(SUHandle h, type* out) { \
+        return field(h, #function, key, out);                 \
+    }
+#define STANDIN_NAME(function)                                     \
+    STANDIN_EXPORT SUResult function(SUHandle h, SUHandle* name) { \
+        return nameOf(h, name, #function);                         \
+    }
+// Getters of one value computed from the element's node `n`.
+#define STANDIN_GET(function, type, expression)                               \
+    STANDIN_EXPORT SUResult function(SUHandle h, type* out) {                 \
+        return answer(h, #function, out, [](Node* n) { return expression; }); \
+    }
+// Getters of a handle the element holds, absent (no data) when not `present`.
+#define STANDIN_HANDLE(function, member, present)                                             \
+    STANDIN_EXPORT SUResult function(SUHandle h, SUHandle* out) {                             \
+        return handleField(h, #function, h ? node(h)->member : nullptr, h && (present), out); \
+    }
+
+// The count and the list of one kind of element a model, entities or scene node holds.
+#define STANDIN_LIST(Owner, Noun, member)                                                         \
+    STANDIN_EXPORT SUResult Owner##GetNum##Noun(SUHandle h, size_t* count) {                      \
+        return answer(h, #Owner "GetNum" #Noun, count, [](Node* n) { return n->member.size(); }); \
+    }                                                                                             \
+    STANDIN_EXPORT SUResult Owner##Get##Noun(SUHandle h, size_t capacity, SUHandle* out,          \
+                                             size_t* count) {                                     \
+        if (!h) return kNullInput;                                                                \
+        if (fails(h, #Owner "Get" #Noun)) return kGeneric;                                        \
+        return list(node(h)->member, capacity, out, count);                                       \
+    }
 // Handles (models, strings, mesh helpers) the reader has not released yet.
 STANDIN_EXPORT int StandInLiveHandles() {
     return liveHandles;
@@ -408,15 +416,14 @@ STANDIN_EXPORT SUResult SUModelCreateFromFileWithStatus(SUHandle* model, const c
 }
 
 static SUResult openModel(SUHandle* model, const char* path, int32_t* loadStatus) {
-    const char* overridePath = std::getenv("VISTREL_STANDIN_SCENE");
-    std::ifstream in(overridePath ? overridePath : path);
+    std::ifstream in(path);
     if (!in) return kSerialization;
     json scene = json::parse(in, nullptr, false);
     if (scene.is_discarded() || !scene.is_object()) return kModelInvalid;
     json open = scene.value("open", json::object());
     if (SUResult r = open.value("result", 0); r != kOk) return r;
     try {
-        *model = buildModel(scene).release();
+        *model = static_cast<Node*>(buildModel(scene).release());
     } catch (const json::exception&) {
         return kModelInvalid;
     }
@@ -426,85 +433,28 @@ static SUResult openModel(SUHandle* model, const char* path, int32_t* loadStatus
 }
 STANDIN_EXPORT SUResult SUModelRelease(SUHandle* model) {
     if (!model || !*model) return kNullInput;
-    delete static_cast<Model*>(*model);
+    delete static_cast<Model*>(node(*model));
     *model = nullptr;
     --liveHandles;
     --openModels;
     return kOk;
 }
 
-static Model* modelOf(SUHandle h) {
-    return static_cast<Model*>(h);
-}
-static bool modelFails(SUHandle h, const char* function) {
-    return modelOf(h)->top->fails.count(function) > 0;
-}
+STANDIN_GET(SUModelGetEntities, SUHandle, n->entities)
+STANDIN_LIST(SUModel, Materials, materials)
+STANDIN_LIST(SUModel, Layers, layers)
+STANDIN_LIST(SUModel, Scenes, scenes)
+STANDIN_HANDLE(SUModelGetCamera, camera, node(h)->camera)
 
-STANDIN_EXPORT SUResult SUModelGetEntities(SUHandle model, SUHandle* entities) {
-    if (!model || !entities) return kNullInput;
-    if (modelFails(model, "SUModelGetEntities")) return kGeneric;
-    *entities = modelOf(model)->root;
-    return kOk;
-}
-
-#define STANDIN_MODEL_LIST(Noun, member)                                                     \
-    STANDIN_EXPORT SUResult SUModelGetNum##Noun(SUHandle model, size_t* count) {             \
-        if (!model || !count) return kNullInput;                                             \
-        if (modelFails(model, "SUModelGetNum" #Noun)) return kGeneric;                       \
-        *count = modelOf(model)->member.size();                                              \
-        return kOk;                                                                          \
-    }                                                                                        \
-    STANDIN_EXPORT SUResult SUModelGet##Noun(SUHandle model, size_t capacity, SUHandle* out, \
-                                             size_t* count) {                                \
-        if (!model) return kNullInput;                                                       \
-        if (modelFails(model, "SUModelGet" #Noun)) return kGeneric;                          \
-        return list(modelOf(model)->member, capacity, out, count);                           \
-    }
-STANDIN_MODEL_LIST(Materials, materials)
-STANDIN_MODEL_LIST(Layers, layers)
-STANDIN_MODEL_LIST(Scenes, scenes)
-
-STANDIN_EXPORT SUResult SUModelGetCamera(SUHandle model, SUHandle* camera) {
-    if (!model || !camera) return kNullInput;
-    if (modelFails(model, "SUModelGetCamera") || !modelOf(model)->camera) return kNoData;
-    *camera = modelOf(model)->camera;
-    return kOk;
-}
-
-STANDIN_EXPORT SUResult SUMaterialGetName(SUHandle material, SUHandle* name) {
-    return nameOf(material, name, "SUMaterialGetName");
-}
-STANDIN_EXPORT SUResult SUMaterialGetColor(SUHandle material, SUColor* color) {
-    if (!material || !color) return kNullInput;
-    if (fails(material, "SUMaterialGetColor")) return kGeneric;
-    json c = node(material)->j.value("color", json::array({0, 0, 0, 255}));
-    *color = {c.at(0).get<uint8_t>(), c.at(1).get<uint8_t>(), c.at(2).get<uint8_t>(),
-              c.at(3).get<uint8_t>()};
-    return kOk;
-}
-STANDIN_EXPORT SUResult SUMaterialGetOpacity(SUHandle material, double* opacity) {
-    return doubleField(material, "SUMaterialGetOpacity", "opacity", opacity);
-}
-STANDIN_EXPORT SUResult SUMaterialGetUseOpacity(SUHandle material, bool* useOpacity) {
-    return boolField(material, "SUMaterialGetUseOpacity", "useOpacity", useOpacity);
-}
+STANDIN_NAME(SUMaterialGetName)
+STANDIN_GET(SUMaterialGetColor, SUColor, colorOf(n))
+STANDIN_FIELD(SUMaterialGetOpacity, double, "opacity")
+STANDIN_FIELD(SUMaterialGetUseOpacity, bool, "useOpacity")
 #ifndef STANDIN_NO_OPTIONAL
-STANDIN_EXPORT SUResult SUMaterialIsDrawnTransparent(SUHandle material, bool* transparent) {
-    return boolField(material, "SUMaterialIsDrawnTransparent", "drawnTransparent", transparent);
-}
+STANDIN_FIELD(SUMaterialIsDrawnTransparent, bool, "drawnTransparent")
 #endif
-STANDIN_EXPORT SUResult SUMaterialGetType(SUHandle material, int32_t* type) {
-    if (!material || !type) return kNullInput;
-    if (fails(material, "SUMaterialGetType")) return kGeneric;
-    *type = node(material)->j.value("type", 0);
-    return kOk;
-}
-STANDIN_EXPORT SUResult SUMaterialGetTexture(SUHandle material, SUHandle* texture) {
-    if (!material || !texture) return kNullInput;
-    if (fails(material, "SUMaterialGetTexture") || !node(material)->texture) return kNoData;
-    *texture = node(material)->texture;
-    return kOk;
-}
+STANDIN_GET(SUMaterialGetType, int32_t, n->j.value("type", 0))
+STANDIN_HANDLE(SUMaterialGetTexture, texture, node(h)->texture)
 STANDIN_EXPORT SUResult SUTextureGetFileName(SUHandle texture, SUHandle* name) {
     if (!texture) return kNullInput;
     if (fails(texture, "SUTextureGetFileName")) return kGeneric;
@@ -529,19 +479,10 @@ STANDIN_EXPORT SUResult SUTextureGetDimensions(SUHandle texture, size_t* width, 
     return kOk;
 }
 
-STANDIN_EXPORT SUResult SULayerGetName(SUHandle layer, SUHandle* name) {
-    return nameOf(layer, name, "SULayerGetName");
-}
-STANDIN_EXPORT SUResult SULayerGetVisibility(SUHandle layer, bool* visible) {
-    return boolField(layer, "SULayerGetVisibility", "visible", visible);
-}
+STANDIN_NAME(SULayerGetName)
+STANDIN_FIELD(SULayerGetVisibility, bool, "visible")
 #ifndef STANDIN_NO_OPTIONAL
-STANDIN_EXPORT SUResult SULayerGetParentLayerFolder(SUHandle layer, SUHandle* folder) {
-    if (!layer || !folder) return kNullInput;
-    if (fails(layer, "SULayerGetParentLayerFolder") || !node(layer)->folder) return kNoData;
-    *folder = node(layer)->folder;
-    return kOk;
-}
+STANDIN_HANDLE(SULayerGetParentLayerFolder, folder, node(h)->folder)
 STANDIN_EXPORT SUResult SULayerFolderGetName(SUHandle folder, SUHandle* name) {
     if (!folder) return kNullInput;
     if (node(folder)->j.is_string()) return setString(name, node(folder)->j.get<std::string>());
@@ -549,37 +490,17 @@ STANDIN_EXPORT SUResult SULayerFolderGetName(SUHandle folder, SUHandle* name) {
 }
 #endif
 
-#define STANDIN_ENTITIES_LIST(Noun, member)                                                        \
-    STANDIN_EXPORT SUResult SUEntitiesGetNum##Noun(SUHandle entities, size_t* count) {             \
-        if (!entities || !count) return kNullInput;                                                \
-        if (fails(entities, "SUEntitiesGetNum" #Noun)) return kGeneric;                            \
-        *count = node(entities)->member.size();                                                    \
-        return kOk;                                                                                \
-    }                                                                                              \
-    STANDIN_EXPORT SUResult SUEntitiesGet##Noun(SUHandle entities, size_t capacity, SUHandle* out, \
-                                                size_t* count) {                                   \
-        if (!entities) return kNullInput;                                                          \
-        if (fails(entities, "SUEntitiesGet" #Noun)) return kGeneric;                               \
-        return list(node(entities)->member, capacity, out, count);                                 \
-    }
-STANDIN_ENTITIES_LIST(Faces, faces)
-STANDIN_ENTITIES_LIST(Groups, groups)
-STANDIN_ENTITIES_LIST(Instances, instances)
+STANDIN_LIST(SUEntities, Faces, faces)
+STANDIN_LIST(SUEntities, Groups, groups)
+STANDIN_LIST(SUEntities, Instances, instances)
 #ifndef STANDIN_NO_OPTIONAL
-STANDIN_ENTITIES_LIST(GuidePoints, guides)
-STANDIN_EXPORT SUResult SUGuidePointGetPosition(SUHandle point, SUPoint3D* position) {
-    if (!point || !position) return kNullInput;
-    if (fails(point, "SUGuidePointGetPosition")) return kGeneric;
-    *position = node(point)->position;
-    return kOk;
-}
+STANDIN_LIST(SUEntities, GuidePoints, guides)
+STANDIN_GET(SUGuidePointGetPosition, SUPoint3D, n->position)
 #endif
 
 STANDIN_EXPORT SUResult SUEntitiesGetNumEdges(SUHandle entities, bool, size_t* count) {
-    if (!entities || !count) return kNullInput;
-    if (fails(entities, "SUEntitiesGetNumEdges")) return kGeneric;
-    *count = node(entities)->edges.size();
-    return kOk;
+    return answer(entities, "SUEntitiesGetNumEdges", count,
+                  [](Node* n) { return n->edges.size(); });
 }
 STANDIN_EXPORT SUResult SUEntitiesGetEdges(SUHandle entities, bool standaloneOnly, size_t capacity,
                                            SUHandle* out, size_t* count) {
@@ -589,22 +510,9 @@ STANDIN_EXPORT SUResult SUEntitiesGetEdges(SUHandle entities, bool standaloneOnl
     return list(node(entities)->edges, capacity, out, count);
 }
 
-STANDIN_EXPORT SUResult SUDrawingElementGetHidden(SUHandle element, bool* hidden) {
-    if (!element || !hidden) return kNullInput;
-    if (fails(element, "SUDrawingElementGetHidden")) return kGeneric;
-    *hidden = node(element)->j.is_object() && node(element)->j.value("hidden", false);
-    return kOk;
-}
-STANDIN_EXPORT SUResult SUDrawingElementGetLayer(SUHandle element, SUHandle* layer) {
-    if (!element || !layer) return kNullInput;
-    return handleField(element, "SUDrawingElementGetLayer", node(element)->layer,
-                       node(element)->hasLayer, layer);
-}
-STANDIN_EXPORT SUResult SUDrawingElementGetMaterial(SUHandle element, SUHandle* material) {
-    if (!element || !material) return kNullInput;
-    return handleField(element, "SUDrawingElementGetMaterial", node(element)->material,
-                       node(element)->hasMaterial, material);
-}
+STANDIN_GET(SUDrawingElementGetHidden, bool, n->j.is_object() && n->j.value("hidden", false))
+STANDIN_HANDLE(SUDrawingElementGetLayer, layer, node(h)->hasLayer)
+STANDIN_HANDLE(SUDrawingElementGetMaterial, material, node(h)->hasMaterial)
 
 STANDIN_EXPORT SUResult SUMeshHelperCreate(SUHandle* helper, SUHandle face) {
     if (!helper || !face) return kNullInput;
@@ -623,38 +531,22 @@ STANDIN_EXPORT SUResult SUMeshHelperGetNumVertices(SUHandle helper, size_t* coun
     *count = static_cast<Helper*>(helper)->face->vertices.size();
     return kOk;
 }
-STANDIN_EXPORT SUResult SUMeshHelperGetVertices(SUHandle helper, size_t capacity,
-                                                SUPoint3D* vertices, size_t* count) {
-    return meshPoints(helper, "SUMeshHelperGetVertices",
-                      static_cast<Helper*>(helper)->face->vertices, capacity, vertices, count);
-}
+#define STANDIN_MESH(function, type, member)                                                  \
+    STANDIN_EXPORT SUResult function(SUHandle h, size_t capacity, type* out, size_t* count) { \
+        if (!h) return kNullInput;                                                            \
+        return meshList(h, #function, static_cast<Helper*>(h)->face->member, capacity, out,   \
+                        count);                                                               \
+    }
+STANDIN_MESH(SUMeshHelperGetVertices, SUPoint3D, vertices)
+STANDIN_MESH(SUMeshHelperGetVertexIndices, size_t, indices)
+STANDIN_MESH(SUMeshHelperGetFrontSTQCoords, SUPoint3D, frontSTQ)
+STANDIN_MESH(SUMeshHelperGetBackSTQCoords, SUPoint3D, backSTQ)
 STANDIN_EXPORT SUResult SUMeshHelperGetNormals(SUHandle helper, size_t capacity, SUPoint3D* normals,
                                                size_t* count) {
     if (!helper) return kNullInput;
     Node* face = static_cast<Helper*>(helper)->face;
     std::vector<SUPoint3D> all(face->vertices.size(), face->normal);
-    return meshPoints(helper, "SUMeshHelperGetNormals", all, capacity, normals, count);
-}
-STANDIN_EXPORT SUResult SUMeshHelperGetVertexIndices(SUHandle helper, size_t capacity,
-                                                     size_t* indices, size_t* count) {
-    if (!helper || !indices || !count) return kNullInput;
-    Node* face = static_cast<Helper*>(helper)->face;
-    if (face->fails.count("SUMeshHelperGetVertexIndices")) return kGeneric;
-    size_t n = std::min(capacity, face->indices.size());
-    std::copy(face->indices.begin(), face->indices.begin() + static_cast<std::ptrdiff_t>(n),
-              indices);
-    *count = face->wrongCounts.count("SUMeshHelperGetVertexIndices") ? n - 1 : n;
-    return kOk;
-}
-STANDIN_EXPORT SUResult SUMeshHelperGetFrontSTQCoords(SUHandle helper, size_t capacity,
-                                                      SUPoint3D* stq, size_t* count) {
-    return meshPoints(helper, "SUMeshHelperGetFrontSTQCoords",
-                      static_cast<Helper*>(helper)->face->frontSTQ, capacity, stq, count);
-}
-STANDIN_EXPORT SUResult SUMeshHelperGetBackSTQCoords(SUHandle helper, size_t capacity,
-                                                     SUPoint3D* stq, size_t* count) {
-    return meshPoints(helper, "SUMeshHelperGetBackSTQCoords",
-                      static_cast<Helper*>(helper)->face->backSTQ, capacity, stq, count);
+    return meshList(helper, "SUMeshHelperGetNormals", all, capacity, normals, count);
 }
 STANDIN_EXPORT SUResult SUMeshHelperRelease(SUHandle* helper) {
     if (!helper || !*helper) return kNullInput;
@@ -664,94 +556,33 @@ STANDIN_EXPORT SUResult SUMeshHelperRelease(SUHandle* helper) {
     return kOk;
 }
 
-STANDIN_EXPORT SUResult SUFaceGetFrontMaterial(SUHandle face, SUHandle* material) {
-    if (!face || !material) return kNullInput;
-    return handleField(face, "SUFaceGetFrontMaterial", node(face)->front, node(face)->hasFront,
-                       material);
-}
-STANDIN_EXPORT SUResult SUFaceGetBackMaterial(SUHandle face, SUHandle* material) {
-    if (!face || !material) return kNullInput;
-    return handleField(face, "SUFaceGetBackMaterial", node(face)->back, node(face)->hasBack,
-                       material);
-}
+STANDIN_HANDLE(SUFaceGetFrontMaterial, front, node(h)->hasFront)
+STANDIN_HANDLE(SUFaceGetBackMaterial, back, node(h)->hasBack)
 
-STANDIN_EXPORT SUResult SUEdgeGetSoft(SUHandle edge, bool* soft) {
-    if (!edge || !soft) return kNullInput;
-    if (fails(edge, "SUEdgeGetSoft")) return kGeneric;
-    *soft = node(edge)->j.value("soft", false);
-    return kOk;
-}
-STANDIN_EXPORT SUResult SUEdgeGetStartVertex(SUHandle edge, SUHandle* vertex) {
-    return handleField(edge, "SUEdgeGetStartVertex", edge ? node(edge)->start : nullptr, true,
-                       vertex);
-}
-STANDIN_EXPORT SUResult SUEdgeGetEndVertex(SUHandle edge, SUHandle* vertex) {
-    return handleField(edge, "SUEdgeGetEndVertex", edge ? node(edge)->end : nullptr, true, vertex);
-}
-STANDIN_EXPORT SUResult SUVertexGetPosition(SUHandle vertex, SUPoint3D* position) {
-    if (!vertex || !position) return kNullInput;
-    if (fails(vertex, "SUVertexGetPosition")) return kGeneric;
-    *position = node(vertex)->position;
-    return kOk;
-}
+STANDIN_GET(SUEdgeGetSoft, bool, n->j.value("soft", false))
+STANDIN_HANDLE(SUEdgeGetStartVertex, start, true)
+STANDIN_HANDLE(SUEdgeGetEndVertex, end, true)
+STANDIN_GET(SUVertexGetPosition, SUPoint3D, n->position)
 
-STANDIN_EXPORT SUResult SUGroupGetEntities(SUHandle group, SUHandle* entities) {
-    return handleField(group, "SUGroupGetEntities", group ? node(group)->entities : nullptr, true,
-                       entities);
-}
-STANDIN_EXPORT SUResult SUGroupGetTransform(SUHandle group, SUTransformation* transform) {
-    return transformOf(group, "SUGroupGetTransform", transform);
-}
-STANDIN_EXPORT SUResult SUGroupGetName(SUHandle group, SUHandle* name) {
-    return nameOf(group, name, "SUGroupGetName");
-}
-STANDIN_EXPORT SUResult SUComponentInstanceGetDefinition(SUHandle instance, SUHandle* definition) {
-    return handleField(instance, "SUComponentInstanceGetDefinition",
-                       instance ? node(instance)->definition : nullptr, true, definition);
-}
-STANDIN_EXPORT SUResult SUComponentInstanceGetTransform(SUHandle instance,
-                                                        SUTransformation* transform) {
-    return transformOf(instance, "SUComponentInstanceGetTransform", transform);
-}
-STANDIN_EXPORT SUResult SUComponentInstanceGetName(SUHandle instance, SUHandle* name) {
-    return nameOf(instance, name, "SUComponentInstanceGetName");
-}
+STANDIN_HANDLE(SUGroupGetEntities, entities, true)
+STANDIN_GET(SUGroupGetTransform, SUTransformation, transformOf(n))
+STANDIN_NAME(SUGroupGetName)
+STANDIN_HANDLE(SUComponentInstanceGetDefinition, definition, true)
+STANDIN_GET(SUComponentInstanceGetTransform, SUTransformation, transformOf(n))
+STANDIN_NAME(SUComponentInstanceGetName)
 STANDIN_EXPORT SUResult SUComponentDefinitionGetName(SUHandle definition, SUHandle* name) {
     if (!definition) return kNullInput;
     for (const auto& [key, value] : node(definition)->model->definitionByName)
         if (value == node(definition)) return setString(name, key);
     return kGeneric;
 }
-STANDIN_EXPORT SUResult SUComponentDefinitionGetEntities(SUHandle definition, SUHandle* entities) {
-    return handleField(definition, "SUComponentDefinitionGetEntities",
-                       definition ? node(definition)->entities : nullptr, true, entities);
-}
+STANDIN_HANDLE(SUComponentDefinitionGetEntities, entities, true)
 
-STANDIN_EXPORT SUResult SUSceneGetName(SUHandle scene, SUHandle* name) {
-    return nameOf(scene, name, "SUSceneGetName");
-}
-STANDIN_EXPORT SUResult SUSceneGetUseCamera(SUHandle scene, bool* useCamera) {
-    return boolField(scene, "SUSceneGetUseCamera", "useCamera", useCamera);
-}
-STANDIN_EXPORT SUResult SUSceneGetCamera(SUHandle scene, SUHandle* camera) {
-    return handleField(scene, "SUSceneGetCamera", scene ? node(scene)->camera : nullptr,
-                       scene && node(scene)->camera, camera);
-}
-STANDIN_EXPORT SUResult SUSceneGetUseHiddenLayers(SUHandle scene, bool* use) {
-    return boolField(scene, "SUSceneGetUseHiddenLayers", "useHiddenLayers", use);
-}
-STANDIN_EXPORT SUResult SUSceneGetNumLayers(SUHandle scene, size_t* count) {
-    if (!scene || !count) return kNullInput;
-    if (fails(scene, "SUSceneGetNumLayers")) return kGeneric;
-    *count = node(scene)->sceneLayers.size();
-    return kOk;
-}
-STANDIN_EXPORT SUResult SUSceneGetLayers(SUHandle scene, size_t capacity, SUHandle* layers,
-                                         size_t* count) {
-    if (!scene) return kNullInput;
-    if (fails(scene, "SUSceneGetLayers")) return kGeneric;
-    return list(node(scene)->sceneLayers, capacity, layers, count);
-}
+STANDIN_NAME(SUSceneGetName)
+STANDIN_FIELD(SUSceneGetUseCamera, bool, "useCamera")
+STANDIN_HANDLE(SUSceneGetCamera, camera, node(h)->camera)
+STANDIN_FIELD(SUSceneGetUseHiddenLayers, bool, "useHiddenLayers")
+STANDIN_LIST(SUScene, Layers, sceneLayers)
 
 STANDIN_EXPORT SUResult SUCameraGetOrientation(SUHandle camera, SUPoint3D* position,
                                                SUPoint3D* target, SUPoint3D* up) {
@@ -763,21 +594,11 @@ STANDIN_EXPORT SUResult SUCameraGetOrientation(SUHandle camera, SUPoint3D* posit
     *up = point(j.value("up", json::array({0, 0, 1})));
     return kOk;
 }
-STANDIN_EXPORT SUResult SUCameraGetPerspective(SUHandle camera, bool* perspective) {
-    return boolField(camera, "SUCameraGetPerspective", "perspective", perspective);
-}
-STANDIN_EXPORT SUResult SUCameraGetPerspectiveFrustumFOV(SUHandle camera, double* fov) {
-    return doubleField(camera, "SUCameraGetPerspectiveFrustumFOV", "fov", fov);
-}
-STANDIN_EXPORT SUResult SUCameraGetFOVIsHeight(SUHandle camera, bool* isHeight) {
-    return boolField(camera, "SUCameraGetFOVIsHeight", "fovIsHeight", isHeight);
-}
-STANDIN_EXPORT SUResult SUCameraGetAspectRatio(SUHandle camera, double* aspect) {
-    return doubleField(camera, "SUCameraGetAspectRatio", "aspect", aspect);
-}
-STANDIN_EXPORT SUResult SUCameraGetOrthographicFrustumHeight(SUHandle camera, double* height) {
-    return doubleField(camera, "SUCameraGetOrthographicFrustumHeight", "orthoHeight", height);
-}
+STANDIN_FIELD(SUCameraGetPerspective, bool, "perspective")
+STANDIN_FIELD(SUCameraGetPerspectiveFrustumFOV, double, "fov")
+STANDIN_FIELD(SUCameraGetFOVIsHeight, bool, "fovIsHeight")
+STANDIN_FIELD(SUCameraGetAspectRatio, double, "aspect")
+STANDIN_FIELD(SUCameraGetOrthographicFrustumHeight, double, "orthoHeight")
 
 // Every export has the exact type of its slot in the reader's table.
 #ifndef STANDIN_NO_OPTIONAL

@@ -766,7 +766,10 @@ SKPModel parse(const std::filesystem::path& url, const SKPFileInfo& fileInfo,
                const SKPReader::ProgressCallback& progress,
                const SKPReader::CancelCheck& isCancelled) {
     MappedFile file(url);
-    return parseImpl(file.bytes(), fileInfo, progress, isCancelled, &file);
+    SKPModel model = parseImpl(file.bytes(), fileInfo, progress, isCancelled, &file);
+    // The file shrank or failed a read under the parser: part of what it saw was not the file.
+    if (file.damaged()) throw SKPError::unreadable(url);
+    return model;
 }
 
 SKPModel parseBytes(std::span<const uint8_t> bytes, const SKPFileInfo& fileInfo,

@@ -16,7 +16,8 @@
 
 namespace vistrel::DXFNativeParser {
 
-// Throws SKPError: unreadable when the file cannot be read, cancelled when isCancelled answers
+// Throws SKPError: unreadable when the file cannot be read or shrinks while it is read (the
+// process survives that), cancelled when isCancelled answers
 // true (polled every 25,000 tags and between sections). Progress "Reading DXF entities…" with
 // a fraction from 0.15 to 0.86 by bytes read.
 SKPModel parse(const std::filesystem::path& url, const SKPFileInfo& fileInfo,

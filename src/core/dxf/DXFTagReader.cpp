@@ -4,12 +4,22 @@
 #include <cassert>
 #include <cstring>
 
+#include "identify/SKPFileInfo.h"
+
 namespace vistrel {
 
 namespace {
 
-constexpr char sentinel[] = "AutoCAD Binary DXF\r\n\x1a";  // and a NUL: 22 bytes in all
-constexpr size_t sentinelSize = 22;
+// Where binary data starts: after the sentinel's closing NUL, found within its 22 bytes so that a
+// tail that lost a byte (a CR dropped in transfer) still lines up; with no NUL there, at byte 22.
+size_t binaryDataStart(std::span<const uint8_t> bytes) {
+    constexpr size_t sentinelSize = 22;
+    size_t from = std::strlen(SKPFileInfo::binaryDXFPrefix);
+    size_t to = std::min(bytes.size(), sentinelSize);
+    for (size_t i = from; i < to; ++i)
+        if (bytes[i] == 0) return i + 1;
+    return to;
+}
 
 inline bool isSpace(char c) {
     return c == ' ' || c == '\t' || c == '\v' || c == '\f';
@@ -92,19 +102,14 @@ DXFTagReader::DXFTagReader(std::span<const uint8_t> bytes)
     : begin_(reinterpret_cast<const char*>(bytes.data())),
       p_(begin_),
       end_(begin_ + bytes.size()),
-      binary_(isBinaryDXF(bytes)) {
+      binary_(SKPFileInfo::isBinaryDXF(bytes)) {
     if (!binary_ && bytes.size() >= 3 && std::memcmp(begin_, "\xEF\xBB\xBF", 3) == 0)
         p_ += 3;  // a UTF-8 byte order mark would otherwise cost the first pair
     if (binary_) {
-        p_ = begin_ + std::min(bytes.size(), sentinelSize);
+        p_ = begin_ + binaryDataStart(bytes);
         // R12 writes "\0SECTION": a one-byte code 0 and the text right after it.
         wideCodes_ = !(end_ - p_ >= 2 && p_[0] == 0 && p_[1] != 0);
     }
-}
-
-bool DXFTagReader::isBinaryDXF(std::span<const uint8_t> bytes) {
-    constexpr size_t n = sizeof sentinel - 1;
-    return bytes.size() >= n && std::memcmp(bytes.data(), sentinel, n) == 0;
 }
 
 void DXFTagReader::pushBack(const DXFTag& tag) {

@@ -3,8 +3,8 @@
 //
 // ASCII: a tag is two lines (line ends \n, \r\n or \r), each trimmed of white space. A pair whose
 // code line is not a decimal integer is skipped in silence. A last line without a partner is
-// ignored. Binary ("AutoCAD Binary DXF" sentinel): one- or two-byte group codes, typed values;
-// the walk stops at the first group that runs past the end.
+// ignored. Binary (as SKPFileInfo::isBinaryDXF decides): one- or two-byte group codes, typed
+// values; the walk stops at the first group that runs past the end.
 #pragma once
 
 #include <cstddef>
@@ -20,7 +20,6 @@ class DXFTagReader {
   public:
     explicit DXFTagReader(std::span<const uint8_t> bytes);
 
-    static bool isBinaryDXF(std::span<const uint8_t> bytes);
     bool isBinary() const { return binary_; }
 
     // The pushed-back tag if there is one, else the next pair. False once no pair remains.

@@ -5,7 +5,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <array>
 #include <charconv>
 #include <cstring>
 #include <functional>
@@ -72,40 +71,6 @@ std::optional<std::string> decodeUTF16LE(Bytes b) {
         }
     }
     return out;
-}
-
-uint32_t crc32(const uint8_t* p, size_t n) {
-    static const auto table = [] {
-        std::array<uint32_t, 256> t{};
-        for (uint32_t i = 0; i < 256; ++i) {
-            uint32_t c = i;
-            for (int k = 0; k < 8; ++k) c = (c & 1) ? 0xEDB88320u ^ (c >> 1) : c >> 1;
-            t[i] = c;
-        }
-        return t;
-    }();
-    uint32_t c = 0xFFFFFFFFu;
-    for (size_t i = 0; i < n; ++i) c = table[(c ^ p[i]) & 0xFF] ^ (c >> 8);
-    return c ^ 0xFFFFFFFFu;
-}
-
-uint32_t be32(const uint8_t* p) {
-    return uint32_t(p[0]) << 24 | p[1] << 16 | p[2] << 8 | p[3];
-}
-
-// DWG files carry PNG-looking bytes cut up by their own section layout; a carve across such a
-// cut is not an image. The chunk chain must run intact, CRCs included, to the IEND found.
-bool chunksRunIntactTo(std::span<const uint8_t> png) {
-    size_t p = 8;
-    while (p + 12 <= png.size()) {
-        uint32_t length = be32(&png[p]);
-        if (length > png.size() - p - 12) return false;
-        if (crc32(&png[p + 4], length + 4) != be32(&png[p + 8 + length])) return false;
-        bool iend = std::memcmp(&png[p + 4], "IEND", 4) == 0;
-        p += 12 + length;
-        if (iend) return p == png.size();
-    }
-    return false;
 }
 
 bool isSpace(char c) {
@@ -218,8 +183,9 @@ std::optional<std::vector<uint8_t>> SKPFileInfo::thumbnail(std::span<const uint8
     size_t iend = find(header, bytes("IEND"), s + sizeof signature);
     if (iend == std::string_view::npos) return std::nullopt;
     size_t end = iend + 4 + 4;
+    // Carved, not parsed: chunk lengths and CRCs are not checked, so a header whose PNG is cut
+    // up by other data yields those bytes all the same.
     if (end > header.size()) return std::nullopt;
-    if (!chunksRunIntactTo(header.subspan(s, end - s))) return std::nullopt;
     return std::vector<uint8_t>(header.begin() + ptrdiff_t(s), header.begin() + ptrdiff_t(end));
 }
 
@@ -248,12 +214,16 @@ std::string SKPFileInfo::dwgLabel(const std::string& code, bool isDXF) {
     return isDXF ? "AutoCAD DXF" : "AutoCAD DWG";
 }
 
+bool SKPFileInfo::isBinaryDXF(std::span<const uint8_t> header) {
+    static constexpr std::string_view prefix = binaryDXFPrefix;
+    return header.size() >= prefix.size() &&
+           std::memcmp(header.data(), prefix.data(), prefix.size()) == 0;
+}
+
 std::optional<std::pair<std::string, std::string>> SKPFileInfo::parseDXFVersion(
     std::span<const uint8_t> header, const std::filesystem::path& url) {
     const bool e = lowercaseExtension(url) == "dxf";
-    static constexpr std::string_view binaryMagic = "AutoCAD Binary DXF";
-    if (header.size() >= binaryMagic.size() &&
-        std::memcmp(header.data(), binaryMagic.data(), binaryMagic.size()) == 0)
+    if (isBinaryDXF(header))
         return std::pair<std::string, std::string>{"DXF", "AutoCAD Binary DXF"};
     Bytes head = header.first(std::min<size_t>(header.size(), 32'768));
     // UTF-8 or, failing that, ISO Latin-1: Latin-1 decodes any byte sequence and the markers

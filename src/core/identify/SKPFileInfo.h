@@ -38,11 +38,16 @@ struct SKPFileInfo {
     // SketchUp's UTF-16LE "SketchUp Model{version}" marker.
     static std::optional<std::string> parseVersion(std::span<const uint8_t> header);
     static std::optional<std::string> label(const std::string& version);
-    // The first PNG signature through its IEND chunk and CRC.
+    // The first PNG signature through the first "IEND" after it and the four bytes after that.
     static std::optional<std::vector<uint8_t>> thumbnail(std::span<const uint8_t> header);
     // "AC10" and two ASCII letters or digits at the very start.
     static std::optional<std::string> parseDWGVersion(std::span<const uint8_t> header);
     static std::string dwgLabel(const std::string& code, bool isDXF);
+    // Binary DXF opens with this prefix; the full sentinel goes on with "\r\n\x1a\0". The one
+    // test for binary DXF, shared by identification and the DXF reader, so that a file labelled
+    // binary is read as binary.
+    static constexpr const char* binaryDXFPrefix = "AutoCAD Binary DXF";
+    static bool isBinaryDXF(std::span<const uint8_t> header);
     static std::optional<std::pair<std::string, std::string>> parseDXFVersion(
         std::span<const uint8_t> header, const std::filesystem::path& url);
 

@@ -1,5 +1,5 @@
-// The importer plug-in seam: unit calibration with a stand-in converter, the hand-laid call into
-// a stand-in plug-in, where plug-ins are looked for, and CADReader's fallback around them.
+// The importer plug-in seam: unit calibration with a stand-in converter, opening a plug-in, where
+// plug-ins are looked for, and CADReader's fallback around them.
 #include "cad/DWGImporterPlugin.h"
 
 #include <dlfcn.h>
@@ -12,6 +12,7 @@
 
 #include "ScopedLanguage.h"
 #include "TestEnv.h"
+#include "ThrownError.h"
 #include "cad/CADNormalization.h"
 #include "cad/CADReader.h"
 #include "cad/LoadedPlugin.h"
@@ -64,13 +65,6 @@ class PluginTest : public ::testing::Test {
         dlclose(lib);
         return n;
     }
-    int pluginLastUnits() {
-        void* lib = dlopen((kStandIns / "plugin/DWGImporter").c_str(), RTLD_NOW | RTLD_NOLOAD);
-        if (!lib) return -1;
-        int n = reinterpret_cast<int (*)()>(dlsym(lib, "StandInPluginLastImportUnits"))();
-        dlclose(lib);
-        return n;
-    }
     bool noTemporaryOutputs() {
         for (const auto& entry : fs::directory_iterator(tmp.path()))
             if (entry.path().filename().string().starts_with("Vistrel-CAD-")) return false;
@@ -86,62 +80,32 @@ class PluginTest : public ::testing::Test {
 
 }  // namespace
 
-TEST(DWGImporterCalibration, rerunAndScaleThresholds) {
-    struct Case {
-        float side;
-        bool rerun;
-        std::optional<float> scale;
-    } cases[] = {
-        {0.4f, true, std::nullopt},   {0.0f, false, std::nullopt}, {1.0f, false, std::nullopt},
-        {0.999f, true, std::nullopt}, {NAN, false, std::nullopt},  {300, false, std::nullopt},
-        {350, false, std::nullopt},   {400, false, 0.1f},          {3500, false, 0.1f},
-        {4000, false, 0.001f},        {-5, false, std::nullopt},
-    };
-    for (const Case& c : cases) {
-        EXPECT_EQ(needsMetricRerun(c.side), c.rerun) << c.side;
-        EXPECT_EQ(rerunScale(c.side), c.scale) << c.side;
-    }
-}
-
 TEST_F(PluginTest, smallFirstResultIsConvertedAgainInMetresAndScaled) {
     fs::path dwg = write("site.dwg", "AC1032 drawing");
     struct Case {
-        double first, second;
-        std::vector<int> units;
-        std::optional<float> factor;
-    } cases[] = {
-        {0.4, 400, {0, 7}, 0.1f},
-        {0.4, 4000, {0, 7}, 0.001f},
-        {0.4, 300, {0, 7}, std::nullopt},
-        {2.0, 4000, {0}, std::nullopt},
-    };
+        double first, second;  // widths in metres of the default and the metric conversion
+        bool rerun;
+        float width;
+    } cases[] = {{0.4, 400, true, 40},
+                 {0.4, 4000, true, 4},
+                 {0.4, 300, true, 300},
+                 {0.999, 300, true, 300},
+                 {2, 4000, false, 2}};
     for (const Case& c : cases) {
+        SCOPED_TRACE(c.second);
         FakeConverter converter;
         converter.scenes = {{0, lineScene(c.first)}, {7, lineScene(c.second)}};
         std::vector<SKPReader::Progress> reports;
         SKPModel m = loadViaPlugin(dwg, info(dwg), converter,
                                    [&](const SKPReader::Progress& p) { reports.push_back(p); }, {});
-        EXPECT_EQ(converter.units, c.units) << c.second;
-
-        FakeConverter reference;
-        reference.scenes = {{0, lineScene(c.units.size() == 2 ? c.second : c.first)}};
-        SKPModel expected = loadViaPlugin(dwg, info(dwg), reference, {}, {});
-        if (c.factor) expected = scaleModel(expected, *c.factor);
-        EXPECT_EQ(m.boundsMax, expected.boundsMax) << c.second;
+        EXPECT_EQ(converter.units, (c.rerun ? std::vector{0, 7} : std::vector{0}));
+        EXPECT_NEAR(m.boundsMax.x, c.width, c.width * 1e-5);
         EXPECT_EQ(m.fileInfo.url, dwg);
-
         ASSERT_FALSE(reports.empty());
         EXPECT_EQ(reports.back().phase, "Calibrating units…");
-        EXPECT_EQ(reports.back().faces, 1);
-        EXPECT_EQ(reports.back().fraction, 0.9);
-        for (const fs::path& out : converter.outputs) {
-            EXPECT_EQ(out.parent_path(), tmp.path());
-            EXPECT_TRUE(out.filename().string().starts_with("Vistrel-CAD-"));
-            EXPECT_EQ(out.extension(), ".skp");
-        }
-        if (converter.outputs.size() == 2) {
-            EXPECT_NE(converter.outputs[0], converter.outputs[1]);
-        }
+        // Each conversion writes its own temporary file, removed afterwards.
+        for (const fs::path& out : converter.outputs) EXPECT_EQ(out.parent_path(), tmp.path());
+        EXPECT_TRUE(!c.rerun || converter.outputs.at(0) != converter.outputs.at(1));
         EXPECT_TRUE(noTemporaryOutputs());
     }
 }
@@ -149,12 +113,8 @@ TEST_F(PluginTest, smallFirstResultIsConvertedAgainInMetresAndScaled) {
 TEST_F(PluginTest, failuresRemoveTheTemporaryOutput) {
     fs::path dwg = write("plan.dwg", "AC1032");
     FakeConverter silent;  // writes nothing
-    try {
-        loadViaPlugin(dwg, info(dwg), silent, {}, {});
-        ADD_FAILURE() << "loaded";
-    } catch (const SKPError& e) {
-        EXPECT_EQ(e, SKPError::unreadable(dwg));
-    }
+    EXPECT_EQ(test::thrownError([&] { loadViaPlugin(dwg, info(dwg), silent, {}, {}); }),
+              SKPError::unreadable(dwg));
 
     FakeConverter converter;
     converter.scenes = {{0, lineScene(0.4)}, {7, {{"open", {{"result", 13}}}}}};
@@ -163,66 +123,43 @@ TEST_F(PluginTest, failuresRemoveTheTemporaryOutput) {
 
     FakeConverter cancelled;
     cancelled.scenes = {{0, lineScene(1)}};
-    try {
-        loadViaPlugin(dwg, info(dwg), cancelled, {}, [] { return true; });
-        ADD_FAILURE() << "not cancelled";
-    } catch (const SKPError& e) {
-        EXPECT_EQ(e.kind(), SKPError::Kind::cancelled);
-    }
+    EXPECT_EQ(test::thrownError(
+                  [&] { loadViaPlugin(dwg, info(dwg), cancelled, {}, [] { return true; }); }),
+              SKPError::cancelled());
     EXPECT_TRUE(noTemporaryOutputs());
 }
 
-TEST_F(PluginTest, loadedPluginLaysOutItsArgumentsForTheClosedEntryPoints) {
-    fs::path input = write("in.dwg", nlohmann::json({{"7", lineScene(3)}}).dump());
-    fs::path output = dir / "a path long enough to leave any short string form behind.skp";
-    LoadedPlugin plugin(kStandIns / "plugin/DWGImporter", dir / "no-frameworks");
-    int before = pluginCalls();
-    EXPECT_TRUE(plugin.convertFile(input, output, 7));
-    EXPECT_EQ(pluginCalls(), before + 1);
-    EXPECT_EQ(pluginLastUnits(), 7);
-    std::ifstream written(output);
-    EXPECT_EQ(nlohmann::json::parse(written), lineScene(3));
-    EXPECT_FALSE(plugin.convertFile(input, dir / "b.skp", 0));  // nothing for importUnits 0
-    EXPECT_FALSE(fs::exists(dir / "b.skp"));
-
-    try {
-        LoadedPlugin missing(dir / "nothing/DWGImporter", dir.path());
-        ADD_FAILURE() << "opened";
-    } catch (const SKPError& e) {
-        EXPECT_TRUE(e.function().starts_with("dlopen(DWGImporter): ")) << e.function();
-        EXPECT_EQ(e.code(), -1);
-    }
-    try {
-        LoadedPlugin wrong(kStandIns / "incomplete/SketchUpAPI.framework/SketchUpAPI", dir.path());
-        ADD_FAILURE() << "symbols found";
-    } catch (const SKPError& e) {
-        EXPECT_EQ(e, SKPError::api("dlsym(CDDImporter)", -1));
-    }
+TEST_F(PluginTest, loadedPluginNamesWhatFailedToOpen) {
+    auto missing =
+        test::thrownError([&] { LoadedPlugin(dir / "nothing/DWGImporter", dir.path()); });
+    ASSERT_TRUE(missing);
+    EXPECT_TRUE(missing->function().starts_with("dlopen(DWGImporter): ")) << missing->function();
+    EXPECT_EQ(missing->code(), -1);
+    EXPECT_EQ(test::thrownError([&] {
+                  LoadedPlugin(kStandIns / "incomplete/SketchUpAPI.framework/SketchUpAPI",
+                               dir.path());
+              }),
+              SKPError::api("dlsym(CDDImporter)", -1));
 }
 
-TEST_F(PluginTest, pluginCandidatesFollowTheApplicationsNewestFirst) {
+// The applications' order is SketchUpAPI's; here only where a plug-in sits in each.
+TEST_F(PluginTest, pluginCandidatesAreOursThenEachApplications) {
     SketchUpAPI::SearchRoots roots;
     roots.ownLibraryDir = dir / "lib/vistrel";
     roots.applicationFolders = {dir / "opt"};
-    for (auto [app, version] : {std::pair{"SketchUp 2021/SketchUp.app", "21.0"},
-                                std::pair{"SketchUp 2024/SketchUp.app", "24.0.553"}}) {
-        fs::create_directories(dir / "opt" / app / "Contents");
-        std::ofstream(dir / "opt" / app / "Contents/Info.plist")
-            << "<key>CFBundleShortVersionString</key><string>" << version << "</string>";
-    }
-    const fs::path inApp = "Contents/PlugIns/DWGImporter.plugin/Contents/MacOS/DWGImporter";
+    const fs::path app = dir / "opt/SketchUp.app";
+    fs::create_directories(app / "Contents");
+    std::ofstream(app / "Contents/Info.plist")
+        << "<key>CFBundleShortVersionString</key><string>24.0</string>";
     std::vector<PluginLocation> expected = {
         {dir / "lib/vistrel/DWGImporter.plugin/DWGImporter", dir / "lib/vistrel"},
-        {dir / "opt/SketchUp 2024/SketchUp.app" / inApp,
-         dir / "opt/SketchUp 2024/SketchUp.app/Contents/Frameworks"},
-        {dir / "opt/SketchUp 2021/SketchUp.app" / inApp,
-         dir / "opt/SketchUp 2021/SketchUp.app/Contents/Frameworks"},
-    };
+        {app / "Contents/PlugIns/DWGImporter.plugin/Contents/MacOS/DWGImporter",
+         app / "Contents/Frameworks"}};
     EXPECT_EQ(pluginCandidates(roots), expected);
     EXPECT_FALSE(locatePlugin(roots));
-    fs::create_directories(expected[2].binaryURL.parent_path());
-    std::ofstream(expected[2].binaryURL) << "x";
-    EXPECT_EQ(locatePlugin(roots), expected[2]);
+    fs::create_directories(expected[1].binaryURL.parent_path());
+    std::ofstream(expected[1].binaryURL) << "x";
+    EXPECT_EQ(locatePlugin(roots), expected[1]);
 
     test::ScopedEnv only("VISTREL_BUNDLED_SDK_ONLY", "1");
     EXPECT_EQ(pluginCandidates(roots).size(), 1u);
@@ -247,38 +184,24 @@ TEST_F(PluginTest, cadReaderUsesAnInstalledPluginAndFallsBackForDxfOnly) {
 
     // The plug-in's failure is final for DWG...
     fs::path badDwg = write("bad.dwg", "AC1032 not convertible");
-    try {
-        CADReader::load(badDwg, info(badDwg), {}, {});
-        ADD_FAILURE() << "loaded";
-    } catch (const SKPError& e) {
-        EXPECT_EQ(e, SKPError::unreadable(badDwg));
-    }
+    EXPECT_EQ(test::thrownError([&] { CADReader::load(badDwg, info(badDwg), {}, {}); }),
+              SKPError::unreadable(badDwg));
     // ...while a DXF goes on to the native parser as if no plug-in were there.
-    fs::path dxf = write("lines.dxf", "0\nSECTION\n2\nENTITIES\n0\nENDSEC\n0\nEOF\n");
-    auto outcome = [&](auto&& loader) -> std::string {
-        try {
-            return "faces " + std::to_string(loader().stats.faces);
-        } catch (const SKPError& e) {
-            return e.errorDescription();
-        }
-    };
+    fs::path dxf =
+        write("lines.dxf", "0\nSECTION\n2\nENTITIES\n0\nLINE\n11\n1\n0\nENDSEC\n0\nEOF\n");
     before = pluginCalls();
-    std::string viaReader = outcome([&] { return CADReader::load(dxf, info(dxf), {}, {}); });
+    SKPModel viaReader = CADReader::load(dxf, info(dxf), {}, {});
     EXPECT_EQ(pluginCalls(), before + 1);
-    EXPECT_EQ(viaReader, outcome([&] {
-                  return normalizeCADModel(DXFNativeParser::parse(dxf, info(dxf), {}, {}));
-              }));
+    EXPECT_EQ(viaReader.root,
+              normalizeCADModel(DXFNativeParser::parse(dxf, info(dxf), {}, {})).root);
 
     // Forced native: the plug-in is never touched, and a DWG has nothing to go to.
     test::ScopedEnv force("VISTREL_FORCE_NATIVE_DXF", "1");
     before = pluginCalls();
-    try {
-        CADReader::load(dwg, info(dwg), {}, {});
-        ADD_FAILURE() << "loaded";
-    } catch (const SKPError& e) {
-        EXPECT_EQ(e.kind(), SKPError::Kind::sketchUpNotFound);
-    }
-    outcome([&] { return CADReader::load(dxf, info(dxf), {}, {}); });
+    auto notFound = test::thrownError([&] { CADReader::load(dwg, info(dwg), {}, {}); });
+    EXPECT_EQ(notFound ? notFound->kind() : SKPError::Kind::cancelled,
+              SKPError::Kind::sketchUpNotFound);
+    CADReader::load(dxf, info(dxf), {}, {});
     EXPECT_EQ(pluginCalls(), before);
     EXPECT_TRUE(noTemporaryOutputs());
 }

@@ -66,13 +66,6 @@ TEST(DXFTag, shortDecimalsRoundLikeAFullParser) {
     }
 }
 
-TEST(DXFTag, upperCaseComparison) {
-    EXPECT_TRUE(textTag("section").is("SECTION"));
-    EXPECT_TRUE(textTag("SeCtIoN").is("SECTION"));
-    EXPECT_FALSE(textTag("SECTIONS").is("SECTION"));
-    EXPECT_FALSE(textTag("").is("SECTION"));
-}
-
 TEST(DXFTagReader, pairsLinesAndPushBack) {
     const std::string text = "  0\r\nSECTION  \r\nx\ry\n 2\n\tENTITIES\n0";
     std::span<const uint8_t> bytes(reinterpret_cast<const uint8_t*>(text.data()), text.size());

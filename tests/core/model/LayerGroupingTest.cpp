@@ -28,14 +28,11 @@ std::vector<std::string> summary(const std::vector<LayerGroup>& groups) {
 
 TEST(LayerGrouping, firstLayerStaysSingleAndPluralsFoldOnlyPastFourCharacters) {
     EXPECT_TRUE(buildLayerGroups({}).empty());
-    EXPECT_EQ(summary(buildLayerGroups(named({"Layer0"}))),
-              std::vector<std::string>{"layer-0:Layer0[0]"});
     // "Mur 1"/"Mur 2" share "mur"; "Murs" is only 4 characters and keeps its s.
     auto murs = buildLayerGroups(named({"Layer0", "Mur 1", "Mur 2", "Murs"}));
     EXPECT_EQ(summary(murs), (std::vector<std::string>{"layer-0:Layer0[0]", "group-mur:Mur[1,2]",
                                                        "layer-3:Murs[3]"}));
-    EXPECT_EQ(murs[1].memberLabels.at(1), "1");
-    EXPECT_EQ(murs[1].memberLabels.at(2), "2");
+    EXPECT_EQ(murs[1].memberLabels, (std::map<int, std::string>{{1, "1"}, {2, "2"}}));
     // "Plans" (5 characters) loses its s and joins "Plan"; the first layer never joins.
     auto plans = buildLayerGroups(named({"Plan", "Plan", "Plans", "Plan 2"}));
     EXPECT_EQ(summary(plans),
@@ -44,12 +41,8 @@ TEST(LayerGrouping, firstLayerStaysSingleAndPluralsFoldOnlyPastFourCharacters) {
 
 TEST(LayerGrouping, caseAndDiacriticsFoldButTheFirstSpellingNamesTheGroup) {
     auto g = buildLayerGroups(named({"0", "Étage 1", "etage-2"}));
-    ASSERT_EQ(g.size(), 2u);
-    EXPECT_EQ(g[1].name, "Étage");
-    EXPECT_EQ(g[1].layerIndices, (std::vector<int>{1, 2}));
-    EXPECT_EQ(g[1].memberLabels.at(1), "1");
-    EXPECT_EQ(g[1].memberLabels.at(2), "2");
-    EXPECT_EQ(g[1].id, "group--tage");
+    EXPECT_EQ(summary(g), (std::vector<std::string>{"layer-0:0[0]", "group--tage:Étage[1,2]"}));
+    EXPECT_EQ(g[1].memberLabels, (std::map<int, std::string>{{1, "1"}, {2, "2"}}));
     // The file's own separators stay in the display name.
     auto walls = buildLayerGroups(named({"0", "A-WALL-EXT", "A-WALL-INT"}));
     EXPECT_EQ(walls[1].name, "A-WALL");
@@ -68,41 +61,28 @@ TEST(LayerGrouping, bucketsOfEightSplitOnTheSecondToken) {
               (std::vector<std::string>{"layer-0:0[0]", "group-a:A[1,2,3,4,5,6,7]"}));
     // A generic first token is looked at below eight, but distinct second tokens keep it whole.
     auto w = named({"0", "W-1", "W-2", "W-3", "W-4", "W-5", "W-6", "W-7"});
-    auto wg = buildLayerGroups(w);
-    ASSERT_EQ(wg.size(), 2u);
-    EXPECT_EQ(wg[1].layerIndices.size(), 7u);
+    EXPECT_EQ(summary(buildLayerGroups(w)).back(), "group-w:W[1,2,3,4,5,6,7]");
     // "2d" as second token moves the split one token on.
     auto twoD = named({"0", "Mur 2d haut", "Mur 2d haut 2", "Mur 2d bas", "Mur 2d bas 2",
                        "Mur 2d axe", "Mur 2d cote", "Mur 2d plan", "Mur 2d toit"});
     auto tg = buildLayerGroups(twoD);
-    std::vector<std::string> names;
-    for (auto& g : tg) names.push_back(g.name);
-    EXPECT_EQ(names, (std::vector<std::string>{"0", "Mur 2d haut", "Mur 2d bas", "Mur 2d"}));
+    EXPECT_EQ(summary(tg),
+              (std::vector<std::string>{"layer-0:0[0]", "group-mur-2d-haut:Mur 2d haut[1,2]",
+                                        "group-mur-2d-bas:Mur 2d bas[3,4]",
+                                        "group-mur-2d:Mur 2d[5,6,7,8]"}));
     EXPECT_EQ(tg[3].memberLabels.at(5), "axe");
 }
 
+// Folders group whatever their layers are called; of two ids that collide ("A B" and "A-B") the
+// second gets its first index appended; names of separators only stay single.
 TEST(LayerGrouping, tagFoldersAreNeverSplitOrMergedByName) {
-    std::vector<Layer> layers{{"Layer0", true, std::nullopt},
-                              {"Murs", true, std::string("Structure")},
-                              {"Mur 2", true, std::nullopt},
-                              {"Poteaux", true, std::string("structure")},
-                              {"Seul", true, std::string("Mobilier")}};
-    auto g = buildLayerGroups(layers);
-    EXPECT_EQ(summary(g),
+    auto layers = named({"Layer0", "Murs", "Mur 2", "Poteaux", "Seul", "one", "two", "--", "--"});
+    const std::pair<int, const char*> folders[] = {
+        {1, "Structure"}, {3, "structure"}, {4, "Mobilier"}, {5, "A B"}, {6, "A-B"}};
+    for (auto [index, folder] : folders) layers[index].folder = folder;
+    EXPECT_EQ(summary(buildLayerGroups(layers)),
               (std::vector<std::string>{"layer-0:Layer0[0]", "group-structure:Structure[1,3]",
-                                        "layer-2:Mur 2[2]", "group-mobilier:Mobilier[4]"}));
-    EXPECT_FALSE(g[3].isSingle() && g[3].id.starts_with("layer-"));
-}
-
-TEST(LayerGrouping, collidingIdsAndSeparatorOnlyNames) {
-    // "A B" and "A-B" both give id group-a-b; the second gets its first index appended.
-    std::vector<Layer> layers{{"x", true, std::nullopt},
-                              {"one", true, std::string("A B")},
-                              {"two", true, std::string("A-B")},
-                              {"--", true, std::nullopt},
-                              {"--", true, std::nullopt}};
-    auto g = buildLayerGroups(layers);
-    EXPECT_EQ(summary(g),
-              (std::vector<std::string>{"layer-0:x[0]", "group-a-b:A B[1]", "group-a-b-2:A-B[2]",
-                                        "layer-3:--[3]", "layer-4:--[4]"}));
+                                        "layer-2:Mur 2[2]", "group-mobilier:Mobilier[4]",
+                                        "group-a-b:A B[5]", "group-a-b-6:A-B[6]", "layer-7:--[7]",
+                                        "layer-8:--[8]"}));
 }
