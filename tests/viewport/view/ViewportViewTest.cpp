@@ -224,13 +224,6 @@ TEST_F(ViewportViewTest, aParallelFileCameraIsShownAndResetToAsSaved) {
     EXPECT_EQ(resets, std::vector<bool>{false});
 }
 
-TEST_F(ViewportViewTest, focalLengthAndFieldOfViewAreInverseWithinTheirRanges) {
-    for (double fov = 10; fov <= 120; fov += 5)
-        EXPECT_NEAR(ViewportView::verticalFOVDegrees(ViewportView::focalLengthMM(fov)), fov, 1e-9);
-    EXPECT_EQ(ViewportView::verticalFOVDegrees(1e6), ViewportView::verticalFOVDegrees(300));
-    EXPECT_EQ(ViewportView::focalLengthMM(1), ViewportView::focalLengthMM(5));
-}
-
 TEST_F(ViewportViewTest, setCameraPoseKeepsMissingValuesAndClampsPitch) {
     present(floorModel());
     const Pose before = view.rig().pose();
