@@ -168,16 +168,3 @@ TEST(ViewportScene, hiddenLayersAreNotBuiltUntilShown) {
     EXPECT_EQ(s.edgeNodes()[0]->geometry->primitiveCount(), 1u);
     EXPECT_EQ(s.setOfFaceNode(s.faceNodes()[1].node.get()), hidden);
 }
-
-TEST(ViewportScene, timingLinesOnlyForTheExactValueOne) {
-    auto capture = [](const char* value) {
-        test::ScopedEnv env("VISTREL_TIMING", value);
-        testing::internal::CaptureStdout();
-        ViewportScene s(SyntheticModel::cube());
-        return testing::internal::GetCapturedStdout();
-    };
-    EXPECT_EQ(capture("true"), "");
-    EXPECT_EQ(capture(nullptr), "");
-    EXPECT_NE(capture("1").find(" 3 placements, 2 layer sets (2 built), 6 nodes\n"),
-              std::string::npos);
-}
