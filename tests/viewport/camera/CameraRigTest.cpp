@@ -292,26 +292,6 @@ TEST_F(CameraRigTest, setStopsGlideAndInertiaAndTheTimerStopsOnItsNextTick) {
     EXPECT_NEAR(rig.spin().x, 0.6f, 1e-5f);
 }
 
-TEST_F(CameraRigTest, timerPeriodFollowsTheFastestScreenButNeverBelow60Hz) {
-    const std::vector<std::pair<std::optional<double>, double>> cases = {
-        {std::nullopt, 1.0 / 60}, {0.0, 1.0 / 60},    {30.0, 1.0 / 60},
-        {120.0, 1.0 / 120},       {144.0, 1.0 / 144},
-    };
-    for (auto [fps, period] : cases) {
-        test::ManualTimer t;
-        {
-            CameraRig r{node, t, clock,
-                        fps ? std::function<double()>([v = *fps] { return v; }) : nullptr};
-            r.keys.insert(keyW);
-            r.startTicking();
-            r.startTicking();  // a second call keeps the running timer
-            EXPECT_EQ(t.starts(), 1);
-            EXPECT_DOUBLE_EQ(t.interval(), period);
-        }
-        EXPECT_FALSE(t.isRunning()) << "a destroyed rig stops its timer";
-    }
-}
-
 TEST_F(CameraRigTest, standardViewsLookTheirWayWithTheirUpHintUpOnScreen) {
     for (StandardView view : allStandardViews) {
         SCOPED_TRACE(label(view));
