@@ -17,15 +17,11 @@
 
 namespace vistrel::test {
 
-inline std::filesystem::path baselinePath(const std::string& name) {
-    return baselinesDir() / (name + ".png");
-}
-
 inline ::testing::AssertionResult matchesBaseline(const viewport::Image& actual,
                                                   const std::string& name, int tolerance = 5,
                                                   double allowedFraction = 0.001) {
     namespace fs = std::filesystem;
-    const fs::path path = baselinePath(name);
+    const fs::path path = baselinesDir() / (name + ".png");
     std::string error;
     auto baseline = viewport::PNGFile::read(path);
     if (!baseline) {
@@ -51,10 +47,7 @@ inline ::testing::AssertionResult matchesBaseline(const viewport::Image& actual,
             d = std::max(d, std::abs(int(actual.pixels[i + c]) - int(baseline->pixels[i + c])));
         worst = std::max(worst, d);
         if (d > tolerance) ++bad;
-        const auto v = std::uint8_t(std::min(255, d * 8));
-        diff.pixels[i] = v;
-        diff.pixels[i + 1] = v;
-        diff.pixels[i + 2] = v;
+        std::fill_n(&diff.pixels[i], 3, std::uint8_t(std::min(255, d * 8)));
         diff.pixels[i + 3] = 255;
     }
     const size_t pixels = actual.pixels.size() / 4;

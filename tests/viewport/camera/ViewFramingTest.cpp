@@ -47,18 +47,6 @@ TEST(ViewFraming, boxFitsTheViewWithItsSphereFillingTheNarrowerAngle) {
     EXPECT_NEAR(tiny.orthographicScale, 0.25f * 1.15f, 1e-5);
 }
 
-TEST(ViewFraming, modelCameraGivesPoseAndProjection) {
-    Camera c{{0, -10, 0}, {0, 0, 0}, {0, 0, 1}, false, 200, 8};
-    const auto v = ViewFraming::apply(c);
-    EXPECT_FALSE(v.isPerspective);
-    EXPECT_FLOAT_EQ(v.fovDegrees, 120);
-    ASSERT_TRUE(v.orthographicScale);
-    EXPECT_FLOAT_EQ(*v.orthographicScale, 4);
-    EXPECT_NEAR(v.pose.distance, 10, 1e-5);
-    EXPECT_NEAR(length(v.pose.forward() - Float3{0, 1, 0}), 0, 1e-5);
-    EXPECT_NEAR(length(v.pose.target() - c.target), 0, 1e-4);
-}
-
 TEST(ViewFraming, initialViewShowsPlansFromTheTopNorthUpAndModelsInIso) {
     Definition root;
     root.edges.push_back({0, {{0, 0, 0}, {20, 0, 0}, {20, 0, 0}, {20, 10, 0}}});
@@ -73,14 +61,4 @@ TEST(ViewFraming, initialViewShowsPlansFromTheTopNorthUpAndModelsInIso) {
     const auto iso = ViewFraming::initialView(cube, cube.boundsMin, cube.boundsMax, {1440, 900});
     EXPECT_TRUE(iso.isPerspective);
     test::expectNear(iso.pose.forward(), forward(StandardView::iso), 1e-4f);
-}
-
-TEST(ViewFraming, visibleBoundsFollowLayersAndFallBackToModel) {
-    const SKPModel synthetic = SyntheticModel::cube();
-    const auto all = ViewFraming::visibleBounds(synthetic, {true, true});
-    EXPECT_FLOAT_EQ(all.max.x, 2.5f);
-    const auto first = ViewFraming::visibleBounds(synthetic, {true, false});
-    EXPECT_FLOAT_EQ(first.max.x, 1);
-    const auto none = ViewFraming::visibleBounds(synthetic, {false, false});
-    EXPECT_EQ(none.max, synthetic.boundsMax);
 }

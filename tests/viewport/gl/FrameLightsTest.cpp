@@ -35,18 +35,4 @@ TEST(FrameLightsTest, sunSkyAndFillKeepTheirRatiosAndTheSunGetsTheCascades) {
     EXPECT_EQ(f.sun, nullptr);
 }
 
-// Thirty-two point lights all light; the first two shadow-casting ones take six views each.
-TEST(FrameLightsTest, everyOmniLightLightsAndTheFirstTwoTakeTheShadowViews) {
-    FrameLights f;
-    const Light omni = light(Light::Type::omni, 2064, true);
-    for (int i = 0; i < FrameLights::maxLocal; ++i)
-        f.add(omni, Float4x4::translation({float(i), 0, 2}), 10, true);
-    EXPECT_EQ(f.localCount, FrameLights::maxLocal);
-    EXPECT_EQ(f.localShadowViews, 12);
-    EXPECT_EQ(f.localFalloff[3], 0);
-    EXPECT_EQ(f.localFalloff[7], 6);
-    EXPECT_EQ(f.localFalloff[11], -1);  // the third still lights, without shadow
-    EXPECT_EQ(f.localPosition[size_t(31 * 4)], 31);
-}
-
 }  // namespace

@@ -12,6 +12,7 @@
 #include "ManualClock.h"
 #include "ManualTimer.h"
 #include "TestEnv.h"
+#include "ViewportTestModels.h"
 #include "gl/HeadlessSnapshot.h"
 #include "gl/OffscreenContext.h"
 #include "gl/RenderMath.h"
@@ -140,11 +141,16 @@ class RendererTest : public ::testing::Test {
         return {int(x), int(y)};
     }
 
-    Image cubeIn(ShadingStyle style) {
-        ViewportScene scene(SyntheticModel::cube());
-        scene.setShadingStyle(style);
-        RenderFrame frame = frameOf(scene);
+    static Image snap(const RenderFrame& frame) {
         return renderer_->snapshot(frame, kWidth, kHeight);
+    }
+    // The headless snapshot of a model at the test size; it leaves our context current again.
+    static std::optional<Image> headless(const SKPModel& model) {
+        std::string error;
+        const auto image = HeadlessSnapshot::render(model, {kWidth, kHeight}, error);
+        context_->makeCurrent();
+        EXPECT_TRUE(image) << error;
+        return image;
     }
 
     static inline OffscreenContext* context_ = nullptr;
@@ -154,69 +160,45 @@ class RendererTest : public ::testing::Test {
     Light fill_;
 };
 
-class RendererStyleTest : public RendererTest {
-  protected:
-    // A point of the lit -Y face of the amber cube (the second one, on layer 1), away from
-    // the lines of the back edges that x-ray shows through it.
-    std::pair<int, int> amberFront() {
-        ViewportScene scene(SyntheticModel::cube());
-        return project(frameOf(scene), {2.25f, 0, 0.3f}, scene.modelRoot()->worldTransform());
-    }
-    Image backdropOnly() {  // seen from the cube's camera
-        ViewportScene cube(SyntheticModel::cube()), scene(SKPModel{});
-        RenderFrame frame = frameOf(scene);
-        frame.camera = frameOf(cube).camera;
-        return renderer_->snapshot(frame, kWidth, kHeight);
-    }
-};
-
-// Clay turns the amber face near white; x-ray lets the blue sky through it, still tinted.
-TEST_F(RendererStyleTest, clayAndXrayRecolourTheAmberFace) {
-    const auto [x, y] = amberFront();
-    const Rgb backdrop = at(backdropOnly(), x, y);
-    const Rgb textured = at(cubeIn(ShadingStyle::textured), x, y);
-    const Rgb clay = at(cubeIn(ShadingStyle::clay), x, y);
-    const Rgb xray = at(cubeIn(ShadingStyle::xray), x, y);
-    EXPECT_GT(textured.r - textured.b, 80);
+// At a point of the lit -Y face of the amber cube (the second one, on layer 1), away from the back
+// edges that x-ray shows through it: clay turns it near white, x-ray lets the blue sky through it,
+// still tinted; wireframe fills no face; hiding its layer leaves the backdrop there.
+TEST_F(RendererTest, stylesRecolourTheAmberCubeAndAHiddenLayerLeavesTheBackdrop) {
+    ViewportScene empty(SKPModel{}), scene(SyntheticModel::cube());
+    RenderFrame bare = frameOf(empty), frame = frameOf(scene);
+    bare.camera = frame.camera;
+    const Image backdrop = snap(bare);
+    const auto [x, y] = project(frame, {2.25f, 0, 0.3f}, scene.modelRoot()->worldTransform());
+    auto in = [&](ShadingStyle style) {
+        scene.setShadingStyle(style);
+        return snap(frame);
+    };
+    const Image textured = in(ShadingStyle::textured), wire = in(ShadingStyle::wireframe);
+    const Rgb sky = at(backdrop, x, y), face = at(textured, x, y);
+    const Rgb clay = at(in(ShadingStyle::clay), x, y), xray = at(in(ShadingStyle::xray), x, y);
+    EXPECT_GT(face.r - face.b, 80);
     EXPECT_GT(clay.b, 150);
     EXPECT_LT(std::abs(clay.r - clay.b), 30);
-    EXPECT_GT(xray.b, textured.b + 30);
-    EXPECT_LT(xray.b, backdrop.b);
+    EXPECT_GT(xray.b, face.b + 30);
+    EXPECT_LT(xray.b, sky.b);
     EXPECT_GT(xray.r - xray.b, 10);
-}
-
-TEST_F(RendererStyleTest, wireframeDrawsEdgesAndNoFacePixels) {
-    const Image backdrop = backdropOnly();
-    const Image wire = cubeIn(ShadingStyle::wireframe);
-    const Image textured = cubeIn(ShadingStyle::textured);
-    int amber = 0;
-    auto changed = [&](const Image& image) {
-        int n = 0;
-        for (int y = 0; y < kHeight; ++y)
-            for (int x = 0; x < kWidth; ++x) {
-                n += at(image, x, y).distance(at(backdrop, x, y)) > 8;
-                amber += &image == &wire && at(image, x, y).r - at(image, x, y).b > 40;
-            }
-        return n;
-    };
-    const int wirePixels = changed(wire), facePixels = changed(textured);
+    int wirePixels = 0, facePixels = 0, amber = 0;
+    for (int py = 0; py < kHeight; ++py)
+        for (int px = 0; px < kWidth; ++px) {
+            const Rgb b = at(backdrop, px, py), w = at(wire, px, py);
+            wirePixels += w.distance(b) > 8;
+            facePixels += at(textured, px, py).distance(b) > 8;
+            amber += w.r - w.b > 40;
+        }
     EXPECT_GT(wirePixels, 200);             // the lines are there
     EXPECT_LT(wirePixels * 2, facePixels);  // and nothing fills the faces
     EXPECT_EQ(amber, 0);
-}
-
-TEST_F(RendererStyleTest, hiddenLayerDisappears) {
-    const auto [x, y] = amberFront();
-    const Image backdrop = backdropOnly();
-    ViewportScene scene(SyntheticModel::cube());
-    RenderFrame frame = frameOf(scene);
-    EXPECT_GT(at(renderer_->snapshot(frame, kWidth, kHeight), x, y).distance(at(backdrop, x, y)),
-              40);
-    ViewportScene::LayerSet* decor = scene.findLayerSet({0, 1});
+    ViewportScene fresh(SyntheticModel::cube());  // with the edge colour it is built with
+    ViewportScene::LayerSet* decor = fresh.findLayerSet({0, 1});
     ASSERT_TRUE(decor && decor->node);
     decor->node->isHidden = true;
-    const Image hidden = renderer_->snapshot(frame, kWidth, kHeight);
-    EXPECT_LE(at(hidden, x, y).distance(at(backdrop, x, y)), 3);
+    const Image hidden = snap(frameOf(fresh));
+    EXPECT_LE(at(hidden, x, y).distance(sky), 3);
     const auto [wx, wy] = project(frame, {0.5f, 0, 0.5f}, scene.modelRoot()->worldTransform());
     EXPECT_GT(at(hidden, wx, wy).distance(at(backdrop, wx, wy)), 40);  // the other cube stays
     EXPECT_TRUE(test::matchesBaseline(hidden, "cube_hidden_layer"));
@@ -268,35 +250,8 @@ class RendererSceneTest : public RendererTest {
         frame_.environment = &sky_;
         frame_.environmentIntensity = 1.05f;
     }
-    // Unlit lines joining pairs of points, drawn at `order`.
-    std::shared_ptr<SceneNode> addLines(std::vector<Float3> ends, Float4 colour, int order,
-                                        bool readsDepth = true) {
-        auto m = std::make_shared<viewport::Material>();
-        m->lightingModel = viewport::Material::LightingModel::constant;
-        m->diffuseColor = colour;
-        m->readsFromDepthBuffer = readsDepth;
-        m->writesToDepthBuffer = false;
-        auto g = std::make_shared<Geometry>();
-        g->primitive = Geometry::Primitive::lines;
-        g->positions = Buffer<Float3>(ends.size());
-        std::copy(ends.begin(), ends.end(), g->positions.data());
-        g->computeBounds();
-        auto n = node(g, m);
-        n->renderingOrder = order;
-        n->castsShadow = false;
-        modelRoot_->addChild(n);
-        return n;
-    }
     std::pair<int, int> pixel(Float3 p) { return project(frame_, p, modelRoot_->transform); }
-    // Whether a green line crosses the pixel of p, give or take a row.
-    bool greenAt(const Image& image, Float3 p, int margin = 30) {
-        const auto [x, y] = pixel(p);
-        bool found = false;
-        for (int dy = -1; dy <= 1; ++dy)
-            found |= at(image, x, y + dy).g > at(image, x, y + dy).r + margin;
-        return found;
-    }
-    Image draw() { return renderer_->snapshot(frame_, kWidth, kHeight); }
+    Image draw() { return snap(frame_); }
 
     std::shared_ptr<SceneNode> root_, modelRoot_;
     std::shared_ptr<viewport::Material> ground_, box_;
@@ -437,22 +392,35 @@ TEST_F(RendererSceneTest, emissionAndSeeThroughSurfacesShowOnTheBox) {
 
 TEST_F(RendererSceneTest, edgesSitOnFacesWithoutFightingInBothProjections) {
     addSunRig(*modelRoot_, false);
-    // The front vertical edges of the box and a line across its front face, in green.
-    auto edges = addLines({{-0.5f, -0.5f, 0},
-                           {-0.5f, -0.5f, 1},
-                           {0.5f, -0.5f, 0},
-                           {0.5f, -0.5f, 1},
-                           {-0.5f, -0.5f, 0.5f},
-                           {0.5f, -0.5f, 0.5f}},
-                          {0.02f, 0.9f, 0.02f, 1}, 1);
-    edges->materials[0]->edgeDepthBias = true;
-    edges->categoryBitMask = 2;
+    // The front vertical edges of the box and a line across its front face, unlit green.
+    auto edges = std::make_shared<viewport::Material>();
+    edges->lightingModel = viewport::Material::LightingModel::constant;
+    edges->diffuseColor = {0.02f, 0.9f, 0.02f, 1};
+    edges->writesToDepthBuffer = false;
+    edges->edgeDepthBias = true;
+    auto lines = std::make_shared<Geometry>();
+    lines->primitive = Geometry::Primitive::lines;
+    lines->positions = Buffer<Float3>(6);
+    const Float3 ends[6] = {{-0.5f, -0.5f, 0}, {-0.5f, -0.5f, 1},    {0.5f, -0.5f, 0},
+                            {0.5f, -0.5f, 1},  {-0.5f, -0.5f, 0.5f}, {0.5f, -0.5f, 0.5f}};
+    std::copy(ends, ends + 6, lines->positions.data());
+    lines->computeBounds();
+    auto n = node(lines, edges);
+    n->renderingOrder = 1;
+    n->castsShadow = false;
+    n->categoryBitMask = 2;
+    modelRoot_->addChild(n);
     for (bool parallel : {false, true}) {
         lookFrom({2, -7, 3}, {0, 0.5f, 0.5f}, parallel);
         const Image image = draw();
         int green = 0, samples = 0;
-        for (float t = -0.4f; t <= 0.4f; t += 0.05f, ++samples)
-            green += greenAt(image, {t, -0.5f, 0.5f});
+        for (float t = -0.4f; t <= 0.4f; t += 0.05f, ++samples) {
+            const auto [x, y] = pixel({t, -0.5f, 0.5f});  // give or take a row
+            bool found = false;
+            for (int dy = -1; dy <= 1; ++dy)
+                found |= at(image, x, y + dy).g > at(image, x, y + dy).r + 30;
+            green += found;
+        }
         EXPECT_EQ(green, samples) << (parallel ? "parallel" : "perspective");
         const auto [fx, fy] = pixel({0.25f, -0.5f, 0.25f});  // the face between the lines
         EXPECT_LT(at(image, fx, fy).g, at(image, fx, fy).r) << "face pixel shows the edge colour";
@@ -492,23 +460,6 @@ TEST_F(RendererSceneTest, textureIsSampledThroughTheContentsTransform) {
     EXPECT_GT(at(image, rx, ry).r, at(image, rx, ry).b + 40);
 }
 
-// A gizmo that ignores depth shows through the box; the grid, drawn first, lets the box stand
-// before it, and would cross it if drawn after.
-TEST_F(RendererSceneTest, linesFollowTheirDepthFlagsAndDrawingOrder) {
-    addSunRig(*modelRoot_, false);
-    const Float4 green{0.1f, 1.0f, 0.1f, 1};
-    lookFrom({0, -7, 0.6f}, {0, 0, 0.5f});
-    auto greenNear = [&](Float3 p) { return greenAt(draw(), p, 60); };
-    auto gizmo = addLines({{-0.3f, 0, 0.5f}, {0.3f, 0, 0.5f}}, green, 2, false);  // inside the box
-    EXPECT_TRUE(greenNear({0, 0, 0.5f}));
-    gizmo->removeFromParent();
-    auto grid = addLines({{-3, -1, 0.4f}, {3, -1, 0.4f}}, green, -1);  // in front of the box
-    EXPECT_TRUE(greenNear({-2.5f, -1, 0.4f}));
-    EXPECT_FALSE(greenNear({0, -1, 0.4f}));
-    grid->renderingOrder = 2;
-    EXPECT_TRUE(greenNear({0, -1, 0.4f}));
-}
-
 TEST_F(RendererSceneTest, skyGradientShowsBehindTheModel) {
     lookFrom({0, -7, 0.5f}, {0, 0, 3});  // looking up: the box low in the picture
     const Image image = draw();
@@ -526,7 +477,7 @@ TEST_F(RendererSceneTest, skyGradientShowsBehindTheModel) {
 // and not a pipeline pass over a null graph.
 TEST_F(RendererTest, frameWithoutSceneOnlyClearsToTheViewBackground) {
     context_->makeCurrent();  // earlier headless snapshots made contexts of their own
-    const Image image = renderer_->snapshot(RenderFrame{}, kWidth, kHeight);
+    const Image image = snap(RenderFrame{});
     const Float3 c = Rendering::viewBackgroundColor;
     const Rgb expected{int(std::lround(c.x * 255)), int(std::lround(c.y * 255)),
                        int(std::lround(c.z * 255))};
@@ -550,21 +501,13 @@ TEST_F(RendererTest, viewSnapshotMatchesTheHeadlessPictureAtThePixelSize) {
     ASSERT_TRUE(picture);
     ASSERT_EQ(picture->width, kWidth);
     ASSERT_EQ(picture->height, kHeight);
-    std::string error;
-    HeadlessSnapshot::Options options;
-    options.width = kWidth;
-    options.height = kHeight;
-    const auto headless = HeadlessSnapshot::render(SyntheticModel::cube(), options, error);
-    context_->makeCurrent();
-    ASSERT_TRUE(headless) << error;
-    size_t differing = 0;
-    for (size_t i = 0; i < picture->pixels.size(); i += 4) {
-        bool differs = false;
-        for (size_t c = 0; c < 3; ++c)
-            differs |= std::abs(int(picture->pixels[i + c]) - int(headless->pixels[i + c])) > 6;
-        differing += differs;
-    }
-    EXPECT_LT(double(differing) / double(kWidth * kHeight), 0.01);
+    const auto expected = headless(SyntheticModel::cube());
+    ASSERT_TRUE(expected);
+    int differing = 0;
+    for (int y = 0; y < kHeight; ++y)
+        for (int x = 0; x < kWidth; ++x)
+            differing += at(*picture, x, y).distance(at(*expected, x, y)) > 6;
+    EXPECT_LT(differing, kWidth * kHeight / 100);
     // Pixels, not points: a doubled backing scale doubles the picture.
     view.setBackingScale(2);
     const auto retina = view.snapshot();
@@ -582,13 +525,8 @@ TEST_F(RendererTest, flatLineDrawingIsVisibleFromTheTop) {
     const SKPModel plan = SKPReader::load(*corpus / "dxf" / "bnortierdxf__entities.dxf");
     ASSERT_TRUE(plan.isPlanar2D());
     ASSERT_EQ(plan.stats.faces, 0);
-    std::string error;
-    HeadlessSnapshot::Options options;
-    options.width = kWidth;
-    options.height = kHeight;
-    const auto image = HeadlessSnapshot::render(plan, options, error);
-    context_->makeCurrent();
-    ASSERT_TRUE(image) << error;
+    const auto image = headless(plan);
+    ASSERT_TRUE(image);
     int lineRows = 0;
     for (int y = 0; y < image->height; ++y) {
         bool line = false;
@@ -603,15 +541,10 @@ TEST_F(RendererTest, flatLineDrawingIsVisibleFromTheTop) {
 // spots each would leave room for.
 SKPModel lampRow() {
     Definition root, lamp{"lamp", {}, {}, {}};
-    Mesh shade, floor;
-    shade.positions = {{-0.1f, -0.1f, 0}, {0.1f, -0.1f, 0}, {0, 0.1f, 0.05f}};
-    floor.positions = {{0, -1.5f, 0}, {16, -1.5f, 0}, {16, 1.5f, 0}, {0, 1.5f, 0}};
-    shade.normals = std::vector<Float3>(3, {0, 0, 1});
-    floor.normals = std::vector<Float3>(4, {0, 0, 1});
-    shade.indices = {0, 1, 2};
-    floor.indices = {0, 1, 2, 0, 2, 3};
-    lamp.meshes = {shade};
-    root.meshes = {floor};
+    lamp.meshes = {test::triangleMesh({-0.1f, -0.1f, 0}, {0.1f, -0.1f, 0}, {0, 0.1f, 0.05f})};
+    lamp.meshes[0].normals.assign(3, {0, 0, 1});
+    root.meshes = {test::square(0, 0, 1.5f)};
+    for (Float3& p : root.meshes[0].positions) p.x = p.x < 0 ? 0 : 16;
     for (int i = 0; i < 8; ++i)
         root.children.push_back(
             {0, Float4x4::translation({1 + 2.0f * float(i), 0, 0.8f}), 0, false, {}, ""});
@@ -626,12 +559,12 @@ TEST_F(RendererTest, everyFixtureOfTheModelLightsTheFloorUnderIt) {
     ASSERT_EQ(scene.detectedSceneLights().size(), 8u);
     scene.setLightingMode(LightingMode::point);
     RenderFrame frame = frameOf(scene);
-    const Image all = renderer_->snapshot(frame, kWidth, kHeight);
+    const Image all = snap(frame);
     EXPECT_TRUE(test::matchesBaseline(all, "scene_point_fixtures"));
     auto firstFive = scene.pointLights();
     firstFive.resize(5);
     scene.setPointLights(firstFive);
-    const Image five = renderer_->snapshot(frame, kWidth, kHeight);
+    const Image five = snap(frame);
     for (int i = 5; i < 8; ++i) {
         const auto [x, y] =
             project(frame, {1 + 2.0f * float(i), 0, 0}, scene.modelRoot()->worldTransform());

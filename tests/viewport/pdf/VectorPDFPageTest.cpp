@@ -4,15 +4,12 @@
 
 #include <cstdlib>
 #include <fstream>
-#include <numbers>
 #include <regex>
 
 #include "PageRaster.h"
 #include "TestEnv.h"
 #include "ViewportTestModels.h"
 #include "pdf/VectorPDFExporter.h"
-#include "pdf/VectorPDFLighting.h"
-#include "pdf/VectorPDFProjector.h"
 
 using namespace vistrel;
 using namespace vistrel::viewport;
@@ -28,15 +25,6 @@ test::Raster render(const SKPModel& model, const Options& options, const test::T
     const auto raster = pdf ? test::rasterisePDF(*pdf, dir.path(), name) : std::nullopt;
     EXPECT_TRUE(raster) << "no page, or pdftoppm failed";
     return raster.value_or(test::Raster{});
-}
-
-// Where a world point lands in the raster (y down), as the exporter projects it.
-std::pair<int, int> pixelOf(const Options& o, Float3 world) {
-    const Projector p = Projector::make(o.pose, o.isPerspective, o.fovDegrees, o.orthographicScale,
-                                        o.pageSize.x, o.pageSize.y);
-    const Float3 c = p.toCamera(world);
-    const double s = o.isPerspective ? p.focal / c.z : p.focal;
-    return {int(p.centre.x + c.x * s), int(o.pageSize.y - (p.centre.y + c.y * s))};
 }
 
 int distance(test::Raster::RGB a, test::Raster::RGB b) {
@@ -73,32 +61,6 @@ TEST(VectorPDFPage, backdropRunsFromTopStopToBottomStop) {
         EXPECT_LE(distance(raster.at(160, 239), bytes(stops.bottom)), 3) << rawValue(style);
         EXPECT_LE(distance(raster.at(5, 100), bytes(stops.mid)), 3) << "0.42 of the way down";
     }
-}
-
-TEST(VectorPDFPage, isoCubeShowsThreeFacesInThreeShades) {
-    test::TempDir dir;
-    const SKPModel cube = test::centredCube();
-    const Options o = initialViewOptions(cube, kPage);
-    const auto raster = render(cube, o, dir, "cube");
-    const LightingRig rig = LightingRig::make(o, cube);
-
-    // The iso view looks from +X, -Y, +Z: those three faces show.
-    const struct {
-        Float3 centre, normal;
-    } faces[3] = {
-        {{0.5f, 0, 0}, {1, 0, 0}}, {{0, -0.5f, 0}, {0, -1, 0}}, {{0, 0, 0.5f}, {0, 0, 1}}};
-    std::vector<test::Raster::RGB> seen;
-    for (const auto& f : faces) {
-        const auto [x, y] = pixelOf(o, f.centre);
-        ASSERT_TRUE(x > 0 && x < 320 && y > 0 && y < 240);
-        const auto expected =
-            bytes(rig.shade(f.centre, f.normal, o.pose.position, {0.96f, 0.96f, 0.96f}));
-        EXPECT_LE(distance(raster.at(x, y), expected), 3) << "face " << f.normal.x << f.normal.y;
-        seen.push_back(raster.at(x, y));
-    }
-    EXPECT_GT(distance(seen[0], seen[1]), 8);
-    EXPECT_GT(distance(seen[1], seen[2]), 8);
-    EXPECT_GT(distance(seen[0], seen[2]), 8);
 }
 
 TEST(VectorPDFPage, pageSizesFallBackAndHaveFloors) {

@@ -122,26 +122,3 @@ TEST(ViewportLights, fixturesAreFoundByNameSizeAndDistance) {
     EXPECT_EQ(s.pointLights().size(), 2u);
     EXPECT_EQ(s.lightingMode(), LightingMode::sun);
 }
-
-TEST(ViewportLights, gridCentresOnTheModelWithMajorsEveryTenMetresAtItsFloor) {
-    auto gridOf = [](Float3 lo, Float3 hi) {
-        ViewportScene s(test::makeModel({}, {}, {}, {}, lo, hi, "grid.skp"));
-        s.setShowsGrid(true);
-        return s.gridNode();
-    };
-    // Major lines every 10 m, centred on the model's middle rounded to a major line.
-    const auto grid = gridOf({0, 0, 0}, {30, 0, 0});
-    const Geometry& major = *grid->children().at(1)->geometry;
-    EXPECT_FLOAT_EQ(major.positions[4].x - major.positions[0].x, 10);
-    EXPECT_FLOAT_EQ(major.boundsMin.x + major.boundsMax.x, 2 * 20);
-    // A model that straddles zero keeps the grid at zero; one wholly below or above sits on its
-    // lowest point.
-    struct Case {
-        float lo, hi, z;
-    } cases[] = {{-3, 5, 0}, {-3, -1, -3}, {2, 5, 2}};
-    for (const Case& c : cases)
-        EXPECT_FLOAT_EQ(gridOf({0, 0, c.lo}, {10, 10, c.hi})->children()[0]->geometry->boundsMin.z,
-                        c.z)
-            << c.lo;
-    EXPECT_GT(gridOf({0, 0, 0}, {1, 1, 0})->children()[0]->geometry->vertexCount(), 0u);
-}

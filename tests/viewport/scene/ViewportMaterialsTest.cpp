@@ -86,11 +86,3 @@ TEST(ViewportMaterials, stylesSwapMaterialsWithoutTouchingGeometry) {
     EXPECT_FALSE(plain.node->isHidden);
     EXPECT_EQ(plain.node->geometry.get(), geometry);
 }
-
-TEST(ViewportMaterials, edgeColourContrastsWithTheBackdrop) {
-    ViewportScene s(SyntheticModel::cube());
-    s.setBackdropStyle(BackdropStyle::studioDark);
-    const Float4 onDark = s.edgeMaterial()->diffuseColor;
-    s.setBackdropStyle(BackdropStyle::warmPaper);
-    EXPECT_GT(onDark.y, s.edgeMaterial()->diffuseColor.y + 0.3f);
-}

@@ -61,19 +61,6 @@ TEST(RenderingTest, lightPercentageReadsTheSameUnderAnyProcessLocale) {
     if (!french) GTEST_SKIP() << "fr_FR.UTF-8 is not installed; checked in the C locale only";
 }
 
-TEST(RenderingTest, customGradientStaysInRangeAndDarkensUpwards) {
-    for (Float3 custom : {Float3{0, 0, 0}, Float3{1, 1, 1}, Float3{-2, 3, 0.5f}}) {
-        const auto s = Rendering::backdropGradientStops(BackdropStyle::customColor, custom);
-        for (Float3 stop : {s.top, s.mid, s.bottom})
-            for (float v : {stop.x, stop.y, stop.z}) {
-                EXPECT_GE(v, 0) << custom.x;
-                EXPECT_LE(v, 1) << custom.x;
-            }
-        EXPECT_LE(s.top.z, s.mid.z);  // darker towards the top
-        EXPECT_LE(s.mid.z, s.bottom.z);
-    }
-}
-
 TEST(RenderingTest, edgeColourStaysLegibleOnEachBackdrop) {
     auto luma = [](Float3 c) { return 0.2126f * c.x + 0.7152f * c.y + 0.0722f * c.z; };
     // Greys on either side of the light/dark boundary at a luma of 0.52.
@@ -94,48 +81,4 @@ TEST(RenderingTest, edgeColourStaysLegibleOnEachBackdrop) {
     EXPECT_GT(luma(Rendering::contrastingEdgeColor(BackdropStyle::architecturalSky, {},
                                                    ShadingStyle::wireframe)),
               0.5f);
-}
-
-TEST(RenderingTest, backdropAndSkyImagesRunBetweenTheirStops) {
-    for (BackdropStyle style : allBackdropStyles) {
-        SCOPED_TRACE(rawValue(style));
-        const Float3 custom{0.3f, 0.6f, 0.9f};
-        const Image image = Rendering::backdropImage(style, custom);
-        ASSERT_EQ(image.height, 256);
-        const auto s = Rendering::backdropGradientStops(style, custom);
-        // Top stop at the top, the middle one just past 0.58 of the height, bottom at the bottom.
-        EXPECT_NEAR(image.pixel(0, 0)[0], s.top.x * 255, 1.5);
-        EXPECT_NEAR(image.pixel(3, 148)[1], s.mid.y * 255, 1.5);
-        EXPECT_NEAR(image.pixel(2, 255)[2], s.bottom.z * 255, 1.5);
-    }
-    // Blue zenith, bright horizon, even grey ground.
-    const Image sky = Rendering::skyImage(false);
-    EXPECT_GT(sky.pixel(0, 0)[2], sky.pixel(0, 0)[0] + 60);
-    EXPECT_LT(sky.pixel(0, 200)[0], sky.pixel(0, sky.height / 2 - 1)[0] - 100);
-    EXPECT_EQ(sky.pixel(0, 200)[0], sky.pixel(sky.width - 1, 255)[0]);
-    EXPECT_EQ(Rendering::skyImage(true).pixels,
-              Rendering::backdropImage(BackdropStyle::architecturalSky, {0.9f, 0.9f, 0.9f}).pixels);
-}
-
-TEST(RenderingTest, ambientOcclusionIsNeverOnInParallelProjection) {
-    CameraSettings parallel;
-    parallel.usesOrthographicProjection = true;
-    Rendering::configure(parallel);
-    EXPECT_EQ(parallel.screenSpaceAmbientOcclusionIntensity, 0);
-    struct Case {
-        bool enabled, orthographic;
-        double intensity, written;
-    };
-    const std::vector<Case> cases = {
-        {true, false, 1.3, 1.3}, {false, false, 1.3, 0}, {true, true, 1.3, 0},
-        {true, false, -1, 0},    {true, false, NAN, 0},  {true, false, 0, 0},
-    };
-    for (const Case& c : cases) {
-        CameraSettings camera;
-        camera.screenSpaceAmbientOcclusionIntensity = 0.5;
-        camera.usesOrthographicProjection = c.orthographic;
-        Rendering::setAmbientOcclusion(c.enabled, c.intensity, camera);
-        EXPECT_EQ(camera.screenSpaceAmbientOcclusionIntensity, c.written)
-            << c.enabled << c.orthographic << c.intensity;
-    }
 }
