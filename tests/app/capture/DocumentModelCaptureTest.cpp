@@ -8,9 +8,9 @@
 #include <csignal>
 #include <fstream>
 #include <iterator>
-#include <thread>
 
 #include "DocumentModelFixture.h"
+#include "EventLoop.h"
 #include "PageRaster.h"
 #include "ScopedLanguage.h"
 #include "capture/PNGBytes.h"
@@ -264,22 +264,17 @@ TEST_F(DocumentModelCaptureTest, newerFlashKeepsItsFullTimeAndTheOlderTimerLeave
     timers[4]();  // the timer holds the model weakly: it may fire after the document closed
 }
 
-// The real desktop: the applications of a file come from .desktop entries in the XDG folders,
-// the one found is started on the file, and the clipboard gets PNG bytes and an image.
+// The real desktop: SketchUp is found through .desktop entries in the XDG folders (every type
+// derives from application/octet-stream, whatever the MIME database says) and started on the
+// file; the clipboard gets PNG bytes and an image.
 TEST_F(DocumentModelCaptureTest, desktopFindsSketchUpThroughItsEntriesAndCopiesPNG) {
     app::Workspace::setCurrent(nullptr);
-    ScopedEnv home("HOME", dir.path().c_str()), configHome("XDG_CONFIG_HOME", dir.path().c_str()),
-        configDirs("XDG_CONFIG_DIRS", dir.path().c_str()),
-        dataHome("XDG_DATA_HOME", (dir / "data").c_str()),
-        dataDirs("XDG_DATA_DIRS", dir.path().c_str());
-    const fs::path file = dir / "Maison v2.skp";
-    writeBytes(file, "not really a model");
-    setFile(file);
-    EXPECT_FALSE(doc().sketchUpApp()) << "no SketchUp on a machine without it";
-
-    // Every file type derives from application/octet-stream, whatever the MIME database says.
-    const fs::path script = dir / "open-with.sh",
-                   sketchUp = dir / "data" / "applications" / "com.sketchup.SketchUp2024.desktop";
+    const char* root = dir.path().c_str();
+    ScopedEnv home("HOME", root), configHome("XDG_CONFIG_HOME", root),
+        configDirs("XDG_CONFIG_DIRS", root), dataHome("XDG_DATA_HOME", root),
+        dataDirs("XDG_DATA_DIRS", root);
+    const fs::path file = dir / "Maison v2.skp", script = dir / "open-with.sh",
+                   sketchUp = dir / "applications" / "com.sketchup.SketchUp2024.desktop";
     writeBytes(script,
                "#!/bin/sh\nprintf '%s' \"$1\" > \"$1.tmp\" && mv \"$1.tmp\" \"$1.opened\"\n");
     fs::permissions(script, fs::perms::owner_all);
@@ -292,8 +287,7 @@ TEST_F(DocumentModelCaptureTest, desktopFindsSketchUpThroughItsEntriesAndCopiesP
     EXPECT_EQ(doc().sketchUpApp(), sketchUp);
     doc().openInSketchUp();
     const fs::path marker = file.string() + ".opened";
-    for (int i = 0; i < 100 && !fs::exists(marker); ++i)
-        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    EXPECT_TRUE(waitUntil([&] { return fs::exists(marker); }, 5));
     EXPECT_EQ(readText(marker), file.string());
 
     const auto png = app::pngBytes(patternImage(6, 5)).value();

