@@ -2,12 +2,17 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
+
 #include "DocumentModelFixture.h"
 #include "ScopedLanguage.h"
 #include "documents/Format.h"
 
 using namespace vistrel;
 using namespace vistrel::app;
+using viewport::BackdropStyle;
+using viewport::LightingMode;
+using viewport::ShadingStyle;
 using vistrel::test::DocumentModelTest;
 
 namespace {
@@ -28,6 +33,14 @@ SKPModel linesOnlyModel() {
                     std::nullopt);
 }
 
+SKPModel boxBetween(float lowZ, float highZ) {
+    Definition root;
+    root.meshes.push_back(test::boxMesh(0, {0, 0, lowZ}));
+    return SKPModel(std::move(root), {}, {}, {{"0", true, std::nullopt}}, {}, std::nullopt,
+                    {0, 0, lowZ}, {1, 1, highZ}, Stats{6, 12, 0, 0, 0, 0}, SKPFileInfo{},
+                    std::nullopt, std::nullopt);
+}
+
 }  // namespace
 
 TEST_F(DocumentModelTest, newDocumentReadsItsSettingsFromPreferences) {
@@ -38,8 +51,7 @@ TEST_F(DocumentModelTest, newDocumentReadsItsSettingsFromPreferences) {
     EXPECT_EQ(doc().backdropStyle(), viewport::BackdropStyle::architecturalSky) << "unknown style";
     model.reset();
     Preferences::setBackdropStyleRaw("studioDark");
-    EXPECT_FALSE(doc().showsEdges());
-    EXPECT_FLOAT_EQ(doc().ambientOcclusionIntensity(), 1.25f);
+    EXPECT_TRUE(!doc().showsEdges() && doc().ambientOcclusionIntensity() == 1.25f);
     EXPECT_EQ(doc().backdropStyle(), viewport::BackdropStyle::studioDark);
     EXPECT_EQ(doc().customBackdropColor(), (Float3{0.5f, 0.25f, 1}));
 }
@@ -48,15 +60,14 @@ TEST_F(DocumentModelTest, aModelSetsLayersGroupsAndSidebarAndEveryWriteNotifies)
     auto three = modelWithLayers(3);
     three.layers[1].isVisible = false;
     doc().set(std::move(three));
-    EXPECT_EQ(doc().layerVisible(), (std::vector<bool>{true, false, true}));
-    EXPECT_EQ(doc().visibleLayerCount(), 2);
+    EXPECT_TRUE(doc().layerVisible() == (std::vector<bool>{true, false, true}) &&
+                doc().visibleLayerCount() == 2);
     doc().set(modelWithLayers(1));
     EXPECT_FALSE(doc().showSidebar()) << "nothing to show";
     doc().set(modelWithLayers(32));
     EXPECT_FALSE(doc().expandedLayerGroups().empty());
     doc().set(modelWithLayers(33));
-    EXPECT_TRUE(doc().expandedLayerGroups().empty()) << "groups open only up to 32 layers";
-    EXPECT_TRUE(doc().showSidebar());
+    EXPECT_TRUE(doc().expandedLayerGroups().empty() && doc().showSidebar()) << "open up to 32";
     Preferences::setBool("showSidebar", false);
     doc().set(SyntheticModel::cube());
     EXPECT_FALSE(doc().showSidebar());
@@ -67,8 +78,7 @@ TEST_F(DocumentModelTest, aModelSetsLayersGroupsAndSidebarAndEveryWriteNotifies)
     doc().setAllLayers(true);
     doc().setAllLayers(true);
     doc().setLayerFilter("");
-    EXPECT_EQ(layerWrites, 2);
-    EXPECT_EQ(filterWrites, 1);
+    EXPECT_TRUE(layerWrites == 2 && filterWrites == 1);
 }
 
 TEST_F(DocumentModelTest, presentPushesEarlierCommandsIntoTheScene) {
@@ -77,12 +87,10 @@ TEST_F(DocumentModelTest, presentPushesEarlierCommandsIntoTheScene) {
     doc().setShadingStyle(viewport::ShadingStyle::clay);
     doc().setSun(10, 20);
     auto& scene = present(SyntheticModel::cube());
-    EXPECT_EQ(doc().viewport().viewportScene().get(), &scene);
-    EXPECT_TRUE(scene.showsGrid());
-    EXPECT_FLOAT_EQ(scene.sunIntensity(), 2);
-    EXPECT_FLOAT_EQ(scene.sunElevationDegrees(), 20);
+    EXPECT_TRUE(doc().viewport().viewportScene().get() == &scene && doc().loadSeconds() == 1.5);
+    EXPECT_TRUE(scene.showsGrid() && scene.sunIntensity() == 2 &&
+                scene.sunElevationDegrees() == 20);
     EXPECT_EQ(scene.shadingStyle(), viewport::ShadingStyle::clay);
-    EXPECT_EQ(doc().loadSeconds(), 1.5);
     // The cube has a camera of its own: no standard view, and the camera fields follow it.
     EXPECT_FALSE(doc().activeStandardView());
     EXPECT_NEAR(doc().cameraPosition().x, doc().viewport().cameraModelPosition().x, 1e-4);
@@ -90,14 +98,15 @@ TEST_F(DocumentModelTest, presentPushesEarlierCommandsIntoTheScene) {
     model.reset();
     Preferences::setBool("isPerspective", false);
     present(test::groupedModel());
-    EXPECT_EQ(doc().activeStandardView(), viewport::StandardView::iso) << "no camera: iso";
-    EXPECT_FALSE(doc().viewport().isPerspective());
+    EXPECT_TRUE(doc().activeStandardView() == viewport::StandardView::iso &&
+                !doc().viewport().isPerspective())
+        << "no camera: iso";
     model.reset();
     Preferences::setBool("showsEdges", false);
     present(linesOnlyModel());
-    EXPECT_TRUE(doc().showsEdges()) << "a drawing of lines shows its edges";
-    EXPECT_TRUE(doc().scene()->showsEdges());
-    EXPECT_FALSE(Preferences::boolValue("showsEdges"));
+    EXPECT_TRUE(doc().showsEdges() && doc().scene()->showsEdges() &&
+                !Preferences::boolValue("showsEdges"))
+        << "a drawing of lines shows its edges";
 }
 
 TEST_F(DocumentModelTest, statusTextFollowsTheStateInBothLanguages) {
@@ -156,4 +165,119 @@ TEST_F(DocumentModelTest, viewportEventsReachTheFieldsAndTheFeedback) {
     dxf.version = "AC1032";
     doc().setInfo(dxf);
     EXPECT_TRUE(doc().isCAD());
+}
+
+TEST_F(DocumentModelTest, eyeHeightStandsOnTheGroundOrAFloatingModelAndKeepsTheHeading) {
+    struct Case {
+        float low, high, expectedZ;
+    };
+    for (auto c : {Case{-0.1f, 3, 1.6f}, Case{2, 5, 3.6f}, Case{0, 1, 1.6f}}) {
+        model.reset();
+        doc().set(boxBetween(c.low, c.high));
+        doc().setCameraEyeHeight(1.6f);
+        EXPECT_NEAR(doc().viewport().cameraModelPosition().z, c.expectedZ, 1e-4) << c.low;
+    }
+    present(boxBetween(0, 3));
+    doc().viewport().setCameraPose(Float3{5, 5, 9}, 40.0f, -30.0f, std::nullopt);
+    doc().setCameraEyeHeight(1.6f);
+    EXPECT_TRUE(std::abs(doc().cameraPosition().x - 5) < 1e-4 &&
+                std::abs(doc().cameraYaw() - 40) < 1e-3 && std::abs(doc().cameraPitch()) < 1e-3);
+    model.reset();
+    doc().set(boxBetween(0, 4));
+    doc().centerCameraInModel();
+    EXPECT_EQ(doc().viewport().cameraModelPosition(), (Float3{0.5f, 0.5f, 2}));
+}
+
+TEST_F(DocumentModelTest, lensAndProjectionReachTheViewportAndPersist) {
+    doc().set(SyntheticModel::cube());
+    int writes = 0;
+    QObject::connect(&doc(), &DocumentModel::isPerspectiveChanged, [&] { ++writes; });
+    doc().resetView();
+    EXPECT_EQ(writes, 0) << "no reset while loading";
+    present(SyntheticModel::cube());
+    doc().setCameraFocalLength(5000);  // beyond the narrowest field
+    EXPECT_TRUE(doc().cameraFOV() > 1 &&
+                std::abs(doc().viewport().fieldOfView() - doc().cameraFOV()) < 1e-4);
+    doc().setPerspective(false);
+    EXPECT_FALSE(doc().viewport().isPerspective() || Preferences::boolValue("isPerspective"));
+    doc().resetView();
+    EXPECT_EQ(doc().isPerspective(), doc().viewport().isPerspective());
+}
+
+TEST_F(DocumentModelTest, togglesArePersistedAndPushedButWireframeEdgesAreNot) {
+    Preferences::setBool("showsEdges", false);
+    auto& scene = present(SyntheticModel::cube());
+    doc().setShadingStyle(ShadingStyle::wireframe);
+    EXPECT_TRUE(doc().showsEdges() && !scene.showsEdges() && !Preferences::boolValue("showsEdges"))
+        << "wireframe turns edges on in the field only";
+    doc().setShadingStyle(ShadingStyle::textured);
+    doc().toggleGrid();
+    doc().toggleShadows();
+    EXPECT_TRUE(scene.showsGrid() && !scene.shadowsEnabled());
+    EXPECT_FALSE(Preferences::boolValue("shadowsEnabled"));
+    ASSERT_TRUE(store.flush());
+    EXPECT_EQ(SettingsStore(store.path()).value("showsGrid"), nlohmann::json(true));
+
+    doc().setCustomBackdropColor({1.5f, -1, 0.5f});
+    EXPECT_TRUE(scene.backdropStyle() == BackdropStyle::customColor &&
+                Preferences::backdropStyleRaw() == "customColor");
+    EXPECT_EQ(Preferences::customBackdropColor(), (Float3{1, 0, 0.5f}));
+}
+
+TEST_F(DocumentModelTest, lightValuesAreClampedAndReachTheScene) {
+    auto& scene = present(SyntheticModel::cube());
+    const float azimuth = scene.sunAzimuthDegrees(), elevation = scene.sunElevationDegrees();
+    doc().setSunIntensity(-1);
+    doc().setAmbientIntensity(50);
+    EXPECT_TRUE(doc().sunIntensity() == 0 && doc().ambientIntensity() < 50);
+    EXPECT_FLOAT_EQ(scene.ambientIntensity(), doc().ambientIntensity());
+    doc().setSun(400, -100);
+    doc().resetSun();
+    EXPECT_TRUE(scene.sunAzimuthDegrees() == azimuth && scene.sunElevationDegrees() == elevation);
+
+    // Occlusion follows its intensity and never switches on invisible.
+    doc().setAmbientOcclusionIntensity(0);
+    EXPECT_FALSE(doc().viewport().ambientOcclusionEnabled());
+    doc().toggleAmbientOcclusion();
+    EXPECT_TRUE(Preferences::boolValue("ambientOcclusionEnabled") &&
+                Preferences::ambientOcclusionIntensity() > 0);
+    EXPECT_NEAR(doc().viewport().ambientOcclusionIntensity(),
+                Preferences::ambientOcclusionIntensity(), 1e-6);
+}
+
+TEST_F(DocumentModelTest, pointLightsStartAtTheCentreStepAsideAndTheLastStays) {
+    test::ScopedLanguage english(AppLanguage::en);
+    doc().set(boxBetween(0, 2));
+    doc().setLightingMode(LightingMode::point);
+    doc().setLightingMode(LightingMode::sun);
+    doc().setLightingMode(LightingMode::point);
+    ASSERT_EQ(doc().pointLights().size(), 1u);
+    EXPECT_TRUE(doc().pointLights()[0].name == "Light 1" &&
+                doc().pointLights()[0].position == (Float3{0.5f, 0.5f, 1}));
+    doc().removeSelectedPointLight();
+    EXPECT_EQ(doc().pointLights().size(), 1u) << "the last light stays";
+
+    // Adding in sun mode switches to point with the new light selected, a step aside.
+    test::ScopedLanguage french(AppLanguage::fr);
+    model.reset();
+    auto& scene = present(SyntheticModel::cube());
+    doc().addPointLight();
+    doc().setLightingMode(LightingMode::sun);
+    doc().addPointLight();
+    EXPECT_EQ(scene.lightingMode(), LightingMode::point);
+    ASSERT_EQ(doc().pointLights().size(), 2u);
+    const auto& lights = doc().pointLights();
+    EXPECT_TRUE(doc().selectedPointLightIndex() == 1 && lights[1].name == "Lumière 2");
+    EXPECT_TRUE(lights[0].id != lights[1].id && lights[0].position != lights[1].position);
+    EXPECT_EQ(scene.pointLights(), lights);
+
+    doc().updateSelectedPointLight(Float3{100, -100, 50}, 7.0f);
+    doc().updateSelectedPointLight(std::nullopt, 0.5f);
+    EXPECT_EQ(doc().selectedPointLight()->position, (Float3{100, -100, 50})) << "kept";
+    doc().centerSelectedPointLight();
+    EXPECT_EQ(doc().selectedPointLight()->position, scene.defaultPointLightPosition());
+    doc().moveSelectedPointLightToCamera();
+    EXPECT_EQ(doc().selectedPointLight()->position, doc().viewport().cameraModelPosition());
+    doc().removeSelectedPointLight();
+    EXPECT_EQ(doc().selectedPointLightIndex(), 0);
 }

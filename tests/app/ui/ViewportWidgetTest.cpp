@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 
 #include <QCoreApplication>
-#include <QCursor>
 #include <QGuiApplication>
 #include <QImage>
 #include <QPointingDevice>
@@ -168,22 +167,6 @@ TEST_F(ViewportWidgetTest, losingFocusTheWindowOrTheWidgetReleasesKeysCursorAndF
     send(QEvent(QEvent::Leave));
     EXPECT_FALSE(view().isFreeFlying() || doc().isFreeFlying()) << "left with no button held";
     EXPECT_EQ(view().cursorHides(), 0);
-}
-
-TEST_F(ViewportWidgetTest, heldCursorCountsRawDeltasAndIgnoresTheWarpsEcho) {
-    present(test::groupedModel());
-    view().setFreeFlying(true);
-    EXPECT_EQ(widget().cursor().shape(), Qt::BlankCursor);
-    const QPoint middle = widget().mapToGlobal(centre()).toPoint();
-    if (QCursor::pos(widget().screen()) != middle)
-        GTEST_SKIP() << QGuiApplication::platformName().toStdString() << " moves no cursor";
-    const float yaw = pose().yaw;
-    mouse(QEvent::MouseMove, centre() + QPointF(10, 0), Qt::NoButton, Qt::NoButton);
-    EXPECT_LT(pose().yaw, yaw - 0.01f);
-    EXPECT_EQ(QCursor::pos(widget().screen()), middle) << "warped back to the centre";
-    const float afterMove = pose().yaw;
-    mouse(QEvent::MouseMove, centre(), Qt::NoButton, Qt::NoButton);  // the warp's own move
-    EXPECT_NEAR(pose().yaw, afterMove, 1e-6);
 }
 
 TEST_F(ViewportWidgetTest, drawsTheCubeOverTheDarkBackgroundUnderADisplay) {
