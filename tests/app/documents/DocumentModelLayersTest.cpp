@@ -101,8 +101,7 @@ TEST_F(DocumentModelTest, selectingASceneAppliesItsCameraAndLayersWhenItHasThem)
     EXPECT_FALSE(doc().isPerspective() || doc().activeStandardView());
     const float quick = doc().viewport().rig().glide().value().duration;
     settle();
-    EXPECT_NEAR(doc().viewport().cameraModelPosition().z, 10, 1e-3);
-    EXPECT_NEAR(doc().cameraPosition().x, 20, 1e-3);
+    EXPECT_LT(length(doc().cameraPosition() - Float3{20, -20, 10}), 1e-3);
     shiftHeld = true;  // shift asks for the slow transition
     doc().selectScene(0);
     EXPECT_GT(doc().viewport().rig().glide().value().duration, 5 * quick);
@@ -111,22 +110,19 @@ TEST_F(DocumentModelTest, selectingASceneAppliesItsCameraAndLayersWhenItHasThem)
 TEST_F(DocumentModelTest, nextAndPreviousSceneWrapAndStartFromTheEnds) {
     doc().set(test::groupedModel(threeScenes()));
     doc().previousScene(false);
-    EXPECT_EQ(doc().selectedScene(), 2);
+    EXPECT_EQ(doc().selectedScene(), 2) << "back from none is the last";
     doc().set(test::groupedModel(threeScenes()));
     doc().nextScene(false);
     // While loading, the scene's layers are applied to the document alone.
     EXPECT_EQ(doc().layerVisible(), (Visibility{true, false, false, true}));
     for (int i = 0; i < 3; ++i) doc().nextScene(false);
-    EXPECT_EQ(doc().selectedScene(), 0);
-    doc().previousScene(false);
-    EXPECT_EQ(doc().selectedScene(), 2);
+    EXPECT_EQ(doc().selectedScene(), 0) << "next wraps";
 
     // One scene: next replays its camera.
     present(SyntheticModel::cube());
     doc().viewport().setCameraPose(Float3{9, 9, 9}, std::nullopt, std::nullopt, std::nullopt);
     doc().nextScene(false);
     doc().nextScene(false);
-    EXPECT_EQ(doc().selectedScene(), 0);
     settle();
     EXPECT_NEAR(doc().viewport().cameraModelPosition().x, 4.5f, 1e-3);
 }

@@ -43,19 +43,6 @@ SKPModel boxBetween(float lowZ, float highZ) {
 
 }  // namespace
 
-TEST_F(DocumentModelTest, newDocumentReadsItsSettingsFromPreferences) {
-    Preferences::setBool("showsEdges", false);
-    Preferences::setAmbientOcclusionIntensity(1.25f);
-    Preferences::setCustomBackdropColor({0.5f, 0.25f, 1});
-    Preferences::setBackdropStyleRaw("neon");
-    EXPECT_EQ(doc().backdropStyle(), viewport::BackdropStyle::architecturalSky) << "unknown style";
-    model.reset();
-    Preferences::setBackdropStyleRaw("studioDark");
-    EXPECT_TRUE(!doc().showsEdges() && doc().ambientOcclusionIntensity() == 1.25f);
-    EXPECT_EQ(doc().backdropStyle(), viewport::BackdropStyle::studioDark);
-    EXPECT_EQ(doc().customBackdropColor(), (Float3{0.5f, 0.25f, 1}));
-}
-
 TEST_F(DocumentModelTest, aModelSetsLayersGroupsAndSidebarAndEveryWriteNotifies) {
     auto three = modelWithLayers(3);
     three.layers[1].isVisible = false;
@@ -79,6 +66,12 @@ TEST_F(DocumentModelTest, aModelSetsLayersGroupsAndSidebarAndEveryWriteNotifies)
     doc().setAllLayers(true);
     doc().setLayerFilter("");
     EXPECT_TRUE(layerWrites == 2 && filterWrites == 1);
+    // A model that does not say CAD defers to the header.
+    EXPECT_FALSE(doc().isCAD());
+    SKPFileInfo dxf;
+    dxf.version = "AC1032";
+    doc().setInfo(dxf);
+    EXPECT_TRUE(doc().isCAD());
 }
 
 TEST_F(DocumentModelTest, presentPushesEarlierCommandsIntoTheScene) {
@@ -146,27 +139,6 @@ TEST_F(DocumentModelTest, statusTextFollowsTheStateInBothLanguages) {
     EXPECT_TRUE(doc().isFreeFlying()) << "free fly from the viewport reaches the document";
 }
 
-TEST_F(DocumentModelTest, viewportEventsReachTheFieldsAndTheFeedback) {
-    present(test::groupedModel());
-    int feedbacks = 0;
-    doc().onCameraFeedback = [&](DocumentModel& m) { feedbacks += &m == &doc(); };
-    doc().viewport().setCameraPose(Float3{1, 2, 3}, 90.0f, -10.0f, 4.0f);
-    EXPECT_TRUE(feedbacks > 0 && doc().cameraPosition() == (Float3{1, 2, 3}));
-    EXPECT_TRUE(std::abs(doc().cameraYaw() - 90) < 1e-3 &&
-                std::abs(doc().cameraPitch() + 10) < 1e-3);
-    doc().viewport().onHoverLayer(2);
-    doc().viewport().onSelectLayer(1);
-    doc().viewport().onResetView(false);
-    EXPECT_TRUE(doc().hoveredLayerName() == "Toiture" && doc().selectedLayerIndex() == 1);
-    EXPECT_FALSE(doc().isPerspective());
-    // A model that does not say CAD defers to the header.
-    EXPECT_FALSE(doc().isCAD());
-    SKPFileInfo dxf;
-    dxf.version = "AC1032";
-    doc().setInfo(dxf);
-    EXPECT_TRUE(doc().isCAD());
-}
-
 TEST_F(DocumentModelTest, eyeHeightStandsOnTheGroundOrAFloatingModelAndKeepsTheHeading) {
     struct Case {
         float low, high, expectedZ;
@@ -204,9 +176,16 @@ TEST_F(DocumentModelTest, lensAndProjectionReachTheViewportAndPersist) {
     EXPECT_EQ(doc().isPerspective(), doc().viewport().isPerspective());
 }
 
-TEST_F(DocumentModelTest, togglesArePersistedAndPushedButWireframeEdgesAreNot) {
+TEST_F(DocumentModelTest, settingsComeFromPreferencesAndGoBackButWireframeEdgesDoNot) {
     Preferences::setBool("showsEdges", false);
+    Preferences::setAmbientOcclusionIntensity(1.25f);
+    Preferences::setBackdropStyleRaw("neon");
+    EXPECT_EQ(doc().backdropStyle(), BackdropStyle::architecturalSky) << "unknown style";
+    model.reset();
+    Preferences::setBackdropStyleRaw("studioDark");
     auto& scene = present(SyntheticModel::cube());
+    EXPECT_TRUE(!doc().showsEdges() && doc().ambientOcclusionIntensity() == 1.25f);
+    EXPECT_EQ(scene.backdropStyle(), BackdropStyle::studioDark);
     doc().setShadingStyle(ShadingStyle::wireframe);
     EXPECT_TRUE(doc().showsEdges() && !scene.showsEdges() && !Preferences::boolValue("showsEdges"))
         << "wireframe turns edges on in the field only";

@@ -100,8 +100,8 @@ TEST(DesktopEntriesTest, applicationsComeInMimeappsOrderThenByFolder) {
     SearchDirs dirs{{configHome, configDir}, {dataHome, dataDir}, {}};
     auto names = [&] {
         std::vector<std::string> result;
-        for (const auto& entry : app::DesktopEntries::applicationsFor({dxf, "text/plain"}, dirs))
-            result.push_back(entry.name);
+        for (const auto& e : app::DesktopEntries::applicationsFor({dxf, "text/plain"}, dirs))
+            result.push_back(e.name);
         return result;
     };
     // Defaults by file precedence, added, then the listing entries: the home folder's copy of

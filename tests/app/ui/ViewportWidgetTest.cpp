@@ -178,17 +178,15 @@ TEST_F(ViewportWidgetTest, drawsTheCubeOverTheDarkBackgroundUnderADisplay) {
         return std::abs(a.red() - b.red()) + std::abs(a.green() - b.green()) +
                std::abs(a.blue() - b.blue());
     };
-    EXPECT_LE(distance(empty.pixelColor(empty.width() / 2, empty.height() / 2), QColor(17, 19, 23)),
-              6)
-        << "the dark background without a scene";
+    const QColor middle = empty.pixelColor(empty.width() / 2, empty.height() / 2);
+    EXPECT_LE(distance(middle, QColor(17, 19, 23)), 6) << "the dark background without a scene";
     present(SyntheticModel::cube());
     QCoreApplication::processEvents();
     const QImage frame = widget().grabFramebuffer();
     const double ratio = widget().devicePixelRatioF();
     EXPECT_EQ(frame.width(), std::lround(kWidth * ratio));
-    EXPECT_GT(
-        distance(frame.pixelColor(2, 2), frame.pixelColor(frame.width() / 2, frame.height() / 2)),
-        30)
+    const QColor cube = frame.pixelColor(frame.width() / 2, frame.height() / 2);
+    EXPECT_GT(distance(frame.pixelColor(2, 2), cube), 30)
         << "the cube stands out from the backdrop";
     const auto snapshot = view().snapshot();  // from the widget's own context, at pixel size
     EXPECT_TRUE(snapshot && snapshot->width == std::lround(kWidth * ratio) &&
