@@ -102,8 +102,8 @@ TEST(ViewportInputTest, notchedWheelGivesLinesAndTrackpadGivesPreciseDeltas) {
     // (Qt already applied the system's natural scrolling).
     for (bool inverted : {false, true}) {
         const auto notch = one(wheel({}, {0, 120}, Qt::NoScrollPhase, Qt::NoModifier, inverted));
-        EXPECT_TRUE(!notch.hasPreciseDeltas && notch.phase == GesturePhase::none);
-        EXPECT_TRUE(notch.scrollingDelta == (Float2{0, 1}) && notch.point == (Float2{40, 200}));
+        EXPECT_TRUE(!notch.hasPreciseDeltas && notch.phase == GesturePhase::none &&
+                    notch.scrollingDelta == (Float2{0, 1}) && notch.point == (Float2{40, 200}));
     }
     EXPECT_FLOAT_EQ(one(wheel({}, {0, -15})).scrollingDelta.y, -0.125f) << "an eighth of a notch";
     const auto precise = one(wheel({3, -7}, {24, -56}, Qt::ScrollBegin, Qt::AltModifier));
