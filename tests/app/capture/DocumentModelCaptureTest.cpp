@@ -158,8 +158,8 @@ TEST_F(DocumentModelCaptureTest, exportAndCopyUseOneSnapshotTakenBeforeThePanel)
     workspace.duringPanel = [&] { snapshotsAtPanel = snapshots; };
     workspace.panelAnswer = dir / "pattern.png";
     doc().exportImage();
-    EXPECT_TRUE(snapshotsAtPanel == 1 && snapshots == 1);
-    EXPECT_EQ(workspace.panels.at(0).allowedExtension, "png");
+    EXPECT_TRUE(snapshotsAtPanel == 1 && snapshots == 1 &&
+                workspace.panels.at(0).allowedExtension == "png");
     EXPECT_EQ(doc().flashMessage(), "PNG image exported");
     EXPECT_EQ(viewport::PNGFile::read(dir / "pattern.png").value().pixels,
               patternImage(12, 9).pixels);
@@ -186,15 +186,14 @@ TEST_F(DocumentModelCaptureTest, exportAndCopyUseOneSnapshotTakenBeforeThePanel)
 
     // The PDF too is the view before the panel: the layers hidden there would shrink it.
     doc().viewport().setSize({400, 300});
-    const auto early = doc().renderVectorPDF(std::nullopt);
-    ASSERT_TRUE(early);
+    const auto early = doc().renderVectorPDF(std::nullopt).value();
     workspace.panelAnswer = dir / "view.pdf";
     workspace.duringPanel = [&] { doc().setAllLayers(false); };
     doc().exportVectorPDF();
     EXPECT_TRUE(workspace.panels.back().allowedExtension == "pdf" &&
                 doc().flashMessage() == "Vector PDF exported");
-    EXPECT_EQ(readText(dir / "view.pdf").size(), early->size());
-    EXPECT_LT(doc().renderVectorPDF(std::nullopt)->size(), early->size());
+    EXPECT_EQ(readText(dir / "view.pdf").size(), early.size());
+    EXPECT_LT(doc().renderVectorPDF(std::nullopt)->size(), early.size());
 }
 
 // Headless exports used to take exposure 0 where a new window has -0.62: 1.5 times too bright.

@@ -144,8 +144,7 @@ TEST_F(DocumentLifecycleTest, closingDuringTheLoadPresentsNothingAndRemovesTheTe
         gate.release();
         SKPDocument::waitForLoads();
         EXPECT_TRUE(waitUntil([&] { return document.isNull(); })) << "a closed document is deleted";
-        EXPECT_FALSE(sawReady);
-        EXPECT_FALSE(fs::exists(textures));
+        EXPECT_FALSE(sawReady || fs::exists(textures));
     }
 }
 

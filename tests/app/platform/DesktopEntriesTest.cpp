@@ -76,16 +76,14 @@ TEST(DesktopEntriesTest, applicationsComeInMimeappsOrderThenByFolder) {
     const fs::path configHome = dir / "config", configDir = dir / "xdg";
     const fs::path dataHome = dir / "home-data", dataDir = dir / "share";
     const std::string dxf = "image/vnd.dxf";
+    // clang-format off
     const std::pair<const char*, std::string> entries[] = {
-        {"a-viewer", entryText("Zed", dxf + ";")},
-        {"b-viewer", entryText("B", dxf + ";")},
-        {"c-viewer", entryText("C", "text/plain;")},
-        {"vendor/d", entryText("D", "")},
-        {"e-viewer", entryText("E", dxf)},
-        {"masked", entryText("Masked", dxf)},
-        {"removed", entryText("Removed", dxf)},
-        {"text", entryText("Text", "text/plain;")},
+        {"a-viewer", entryText("Zed", dxf + ";")},   {"b-viewer", entryText("B", dxf + ";")},
+        {"c-viewer", entryText("C", "text/plain;")}, {"vendor/d", entryText("D", "")},
+        {"e-viewer", entryText("E", dxf)},           {"masked", entryText("Masked", dxf)},
+        {"removed", entryText("Removed", dxf)},      {"text", entryText("Text", "text/plain;")},
         {"nodisplay", entryText("NoDisplay", dxf, "NoDisplay=true\n")}};
+    // clang-format on
     for (const auto& [id, text] : entries)
         writeFile(dataDir / "applications" / (id + std::string(".desktop")), text);
     writeFile(dataHome / "applications/a-viewer.desktop", entryText("A", dxf + ";"));
