@@ -91,7 +91,7 @@ TEST(ViewportInputTest, rawDeltasCountScreenDownwardsAndSkipTheWarpEcho) {
     EXPECT_NEAR(ViewportInput::eventSeconds(clock, 0), 5.5, 0.5) << "runs on from the last stamp";
 }
 
-TEST(ViewportInputTest, notchedWheelGivesLinesAndTrackpadGivesPreciseDeltas) {
+TEST(ViewportInputTest, wheelGivesLinesTrackpadPreciseDeltasAndScrollPhasesGesturePhases) {
     ViewportInput::WheelState state;
     auto one = [&](const QWheelEvent& event) {
         const auto r = ViewportInput::wheelEvents(event, kHeight, 1, state);
@@ -112,9 +112,7 @@ TEST(ViewportInputTest, notchedWheelGivesLinesAndTrackpadGivesPreciseDeltas) {
     // The empty end of a touchpad gesture is still a touchpad event, so the view ends its orbit.
     const auto end = one(wheel({}, {}, Qt::ScrollEnd));
     EXPECT_TRUE(end.hasPreciseDeltas && end.phase == GesturePhase::ended);
-}
 
-TEST(ViewportInputTest, scrollPhasesBecomeGestureAndMomentumPhases) {
     using enum GesturePhase;
     using enum Qt::ScrollPhase;
     struct Case {
@@ -132,7 +130,7 @@ TEST(ViewportInputTest, scrollPhasesBecomeGestureAndMomentumPhases) {
     };
     for (const Case& c : cases) EXPECT_EQ(phasesOf(c.sequence), c.expected);
 
-    ViewportInput::WheelState state;
+    state = ViewportInput::WheelState{};
     ViewportInput::wheelEvents(wheel({0, 4}, {}, Qt::ScrollBegin), kHeight, 0, state);
     const auto lift =
         ViewportInput::wheelEvents(wheel({0, 9}, {}, Qt::ScrollMomentum), kHeight, 0, state);

@@ -28,7 +28,7 @@ TEST(SettingsStore, defaultsAnswerUntilStoredAndValuesSurviveARestartWithNoTempo
         EXPECT_TRUE(e.path() == file || e.path().extension() == ".lock") << e.path();
 }
 
-TEST(SettingsStore, corruptFileGivesDefaultsAndIsKeptAside) {
+TEST(SettingsStore, corruptFileIsKeptAsideAndAnUnwritableFolderKeepsValuesPending) {
     test::TempDir dir;
     for (const char* bad : {"{\"showsGrid\": tru", "[1, 2, 3]", "\xff\xfe garbage"}) {
         { std::ofstream(dir / "settings.json") << bad; }
@@ -41,10 +41,7 @@ TEST(SettingsStore, corruptFileGivesDefaultsAndIsKeptAside) {
         EXPECT_FALSE(std::filesystem::exists(dir / "settings.json"));
         std::filesystem::remove(*store.quarantinedFile());
     }
-}
 
-TEST(SettingsStore, unwritableFolderKeepsValuesInMemoryAndPendingForTheNextTry) {
-    test::TempDir dir;
     std::ofstream(dir / "config") << "a file where the folder should be";
     const auto file = dir / "config" / "settings.json";
     SettingsStore store(file, 1h);
