@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cmath>
 
 #include "DocumentModelFixture.h"
@@ -155,14 +156,11 @@ TEST_F(DocumentModelTest, statusTextFollowsTheStateInBothLanguages) {
 }
 
 TEST_F(DocumentModelTest, eyeHeightStandsOnTheGroundOrAFloatingModelAndKeepsTheHeading) {
-    struct Case {
-        float low, high, expectedZ;
-    };
-    for (auto c : {Case{-0.1f, 3, 1.6f}, Case{2, 5, 3.6f}, Case{0, 1, 1.6f}}) {
+    for (auto [low, high, z] : {std::array{-0.1f, 3.f, 1.6f}, {2.f, 5.f, 3.6f}, {0.f, 1.f, 1.6f}}) {
         model.reset();
-        doc().set(boxBetween(c.low, c.high));
+        doc().set(boxBetween(low, high));
         doc().setCameraEyeHeight(1.6f);
-        EXPECT_NEAR(doc().viewport().cameraModelPosition().z, c.expectedZ, 1e-4) << c.low;
+        EXPECT_NEAR(doc().viewport().cameraModelPosition().z, z, 1e-4) << low;
     }
     present(boxBetween(0, 3));
     doc().viewport().setCameraPose(Float3{5, 5, 9}, 40.0f, -30.0f, std::nullopt);
