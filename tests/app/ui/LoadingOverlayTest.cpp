@@ -1,6 +1,5 @@
-// The cover over the viewport as a picture: loading and failed, at the window's smallest and at a
-// large size, in French and English, every text lies in full inside its own place and inside the
-// cover, with nothing overlapping.
+// The cover over the viewport, loading and failed, small and large, in French and English: every
+// text lies in full inside its own place and the cover, with nothing overlapping.
 #include "ui/LoadingOverlay.h"
 
 #include <gtest/gtest.h>

