@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <bit>
-#include <clocale>
 #include <cmath>
 #include <limits>
 #include <string>
@@ -212,17 +211,6 @@ TEST(OSCCodec, floatAndDoubleValueConversions) {
     }
     EXPECT_EQ(Value(16777217).floatValue(), 16777216.0f);
     EXPECT_EQ(Value("0.1").floatValue(), 0.1f);  // parsed as a float, not rounded twice
-}
-
-TEST(OSCCodec, numberTextIgnoresTheProcessLocale) {
-    const char* old = std::setlocale(LC_NUMERIC, nullptr);
-    const std::string saved = old ? old : "C";
-    if (!std::setlocale(LC_NUMERIC, "fr_FR.UTF-8")) GTEST_SKIP() << "no French locale";
-    const auto dotted = Value("1.5").doubleValue();
-    const auto comma = Value("2,25").doubleValue();
-    std::setlocale(LC_NUMERIC, saved.c_str());
-    EXPECT_EQ(dotted, 1.5);
-    EXPECT_EQ(comma, 2.25);
 }
 
 TEST(OSCCodec, boolAndStringValueConversions) {
