@@ -62,10 +62,8 @@ size_t triangleCount(const Definition& d) {
 }
 
 // Numbers as a file writes them: flags whole, coordinates with decimals.
-std::string n(int v) {
-    return std::to_string(v);
-}
-std::string n(double v) {
+template <class Number>
+std::string n(Number v) {
     return std::to_string(v);
 }
 
@@ -357,7 +355,6 @@ TEST(DXFNativeParser, textIsReadTolerantlyWhateverItsEncoding) {
     EXPECT_EQ(parseDXF(named("\u00C9tage", "plain")).layers[1].name, "\u00C9tage");
     // One stray Latin-1 byte anywhere makes the whole file Latin-1.
     EXPECT_EQ(parseDXF(named("\u00C9tage", "caf\xE9")).layers[1].name, "\u00C3\u0089tage");
-
 }
 
 TEST(DXFNativeParser, cancellationStopsTheRead) {
