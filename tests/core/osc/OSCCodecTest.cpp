@@ -87,12 +87,7 @@ TEST(OSCCodec, decodesEveryTypeTag) {
 TEST(OSCCodec, malformedPacketsYieldWhatCanBeRead) {
     const Bytes a = Packet().str("/a").str(",i").u32(1).bytes;
     const Message ma{"/a", {1}};
-    struct Case {
-        const char* name;
-        Bytes packet;
-        std::vector<Message> expected;
-    };
-    const Case cases[] = {
+    const std::tuple<const char*, Bytes, std::vector<Message>> cases[] = {
         {"only the int payload", Packet().str("/a").str(",ifs").u32(3).bytes, {{"/a", {3}}}},
         {"truncated int, then a string from its bytes",
          Packet().str("/a").str(",Tis").raw("ab").bytes,
@@ -122,10 +117,7 @@ TEST(OSCCodec, malformedPacketsYieldWhatCanBeRead) {
          {ma}},
         {"invalid element", bundle().element(Packet().str("nope").bytes).element(a).bytes, {ma}},
         {"empty element is size 0", bundle().element({}).element(a).bytes, {}}};
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.name);
-        EXPECT_EQ(decode(c.packet), c.expected);
-    }
+    for (const auto& [name, packet, expected] : cases) EXPECT_EQ(decode(packet), expected) << name;
 }
 
 // A truncated sequence is one replacement; overlong forms and code points past U+10FFFF one per
