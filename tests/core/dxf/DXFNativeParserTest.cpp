@@ -8,6 +8,7 @@
 
 #include "TestEnv.h"
 #include "ThrownError.h"
+#include "ViewportTestModels.h"
 #include "model/SKPError.h"
 
 using namespace vistrel;
@@ -80,12 +81,6 @@ Tags arc(double start, std::optional<double> end, double radius = 1) {
 
 Tags line(Float3 a, Float3 b, const std::string& layer = "0") {
     return Tags{{0, "LINE"}, {8, layer}} + xyz(10, a) + xyz(11, b);
-}
-
-void expectNear(Float3 a, Float3 b, float tolerance = 1e-4f) {
-    EXPECT_NEAR(a.x, b.x, tolerance);
-    EXPECT_NEAR(a.y, b.y, tolerance);
-    EXPECT_NEAR(a.z, b.z, tolerance);
 }
 
 Tags block(const std::string& name, Float3 base, const Tags& body) {

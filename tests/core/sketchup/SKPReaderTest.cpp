@@ -11,6 +11,7 @@
 #include "ScopedLanguage.h"
 #include "TestEnv.h"
 #include "ThrownError.h"
+#include "ViewportTestModels.h"
 #include "model/SKPError.h"
 #include "settings/Localization.h"
 #include "settings/TemporaryFolder.h"
@@ -20,6 +21,7 @@
 
 using namespace vistrel;
 using SKPReader::load;
+using test::expectNear;
 namespace fs = std::filesystem;
 
 namespace {
@@ -58,12 +60,6 @@ class SKPReaderTest : public ::testing::Test {
     test::ScopedEnv tmpdir{"TMPDIR", tmp.path().c_str()};
     test::ScopedLanguage english{AppLanguage::en};
 };
-
-void expectNear(Float3 actual, Float3 expected) {
-    EXPECT_NEAR(actual.x, expected.x, 1e-5);
-    EXPECT_NEAR(actual.y, expected.y, 1e-5);
-    EXPECT_NEAR(actual.z, expected.z, 1e-5);
-}
 
 }  // namespace
 
