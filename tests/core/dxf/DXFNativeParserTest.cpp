@@ -255,15 +255,6 @@ TEST(DXFNativeParser, insUnitsScaleEverythingToMetresButPointMarks) {
     }
 }
 
-TEST(DXFNativeParser, pointCloudsAreThinnedToAboutSixtyThousand) {
-    std::string body;
-    for (int i = 0; i < 130001; ++i)
-        body += std::string("0\nPOINT\n8\n") + (i < 70000 ? "A" : "B") + "\n10\n" + n(i) + "\n";
-    SKPModel m = parseDXF("0\nSECTION\n2\nENTITIES\n" + body + "0\nENDSEC\n0\nEOF\n");
-    // 130,001 points: every second one in each layer, from the first on.
-    EXPECT_EQ(m.stats.edges, 35000 + 30001);
-}
-
 TEST(DXFNativeParser, nestedBlocksAreSharedDefinitionsInCompletionOrder) {
     Tags blocks = block("DOOR", {10, 0, 0}, line({10, 0, 0}, {11, 0, 0})) +
                   block("ROOM", {}, line({}, {2, 0, 0}) + insert("DOOR", {5, 0, 0}));

@@ -63,7 +63,7 @@ class SKPReaderTest : public ::testing::Test {
 
 }  // namespace
 
-TEST_F(SKPReaderTest, materialsAndLayersMapFromTheLibrary) {
+TEST_F(SKPReaderTest, materialsLayersAndFaceBatchesMapFromTheLibrary) {
     SKPModel m = load(fixture("materials.json"));
     ASSERT_EQ(m.materials.size(), 8u);
     // Name, colour, opacity, transparency.
@@ -102,16 +102,13 @@ TEST_F(SKPReaderTest, materialsAndLayersMapFromTheLibrary) {
     EXPECT_EQ(m.layers, (std::vector<Layer>{{"Layer0", true, std::nullopt},
                                             {"Walls", false, "Structure"},
                                             {" Roof ", true, std::nullopt}}));
-}
 
-TEST_F(SKPReaderTest, facesBatchByChosenMaterialAndLayerWithTheUVRule) {
-    SKPModel m = load(fixture("materials.json"));
     // Hidden faces are not counted; faces that fail after the count are.
     EXPECT_EQ(m.stats.faces, 12);
     EXPECT_EQ(m.stats.triangles, 10);
     EXPECT_EQ(m.stats.edges, 0);  // guide points are not read beside faces
     // Material, layer, vertex count, whether it has UVs.
-    const std::tuple<std::optional<int>, int, size_t, bool> expected[] = {
+    const std::tuple<std::optional<int>, int, size_t, bool> batches[] = {
         {std::nullopt, 0, 6, true},  // default both sides, and an unknown/null pair
         {1, 1, 7, false},            // opaque front, translucent back; translucent front
         {4, 2, 3, true},             // textured
@@ -121,10 +118,10 @@ TEST_F(SKPReaderTest, facesBatchByChosenMaterialAndLayerWithTheUVRule) {
         {3, 0, 3, false},            // translucent front (drawn) wins over any back
     };
     const auto& meshes = m.root.meshes;
-    ASSERT_EQ(meshes.size(), std::size(expected));
+    ASSERT_EQ(meshes.size(), std::size(batches));
     for (size_t i = 0; i < meshes.size(); ++i) {
         SCOPED_TRACE(i);
-        const auto& [material, layer, positions, hasUVs] = expected[i];
+        const auto& [material, layer, positions, hasUVs] = batches[i];
         EXPECT_EQ(meshes[i].material, material);
         EXPECT_EQ(meshes[i].layer, layer);
         EXPECT_EQ(meshes[i].positions.size(), positions);
