@@ -12,18 +12,6 @@ using namespace std::string_literals;
 using OSCCodec::Message;
 using OSCCodec::Value;
 
-namespace vistrel::OSCCodec {
-void PrintTo(const Value& v, std::ostream* os) {
-    static const char* kinds[] = {"int", "float", "string", "bool", "impulse"};
-    *os << kinds[int(v.kind())] << "(" << v.stringValue() << ")";
-}
-void PrintTo(const Message& m, std::ostream* os) {
-    *os << m.address << " [";
-    for (const auto& v : m.arguments) PrintTo(v, os), *os << " ";
-    *os << "]";
-}
-}  // namespace vistrel::OSCCodec
-
 namespace {
 
 using Bytes = std::vector<uint8_t>;
