@@ -71,9 +71,4 @@ inline std::filesystem::path baselinesDir() {
     return configuredDir("VISTREL_BASELINES_DIR", VISTREL_TEST_BASELINES_DIR);
 }
 
-// Sample files the project ships for its tests (tests/fixtures).
-inline std::filesystem::path fixturesDir() {
-    return configuredDir("VISTREL_FIXTURES_DIR", VISTREL_TEST_FIXTURES_DIR);
-}
-
 }  // namespace vistrel::test

@@ -49,22 +49,19 @@ TEST(CADNormalization, metricCalibrationByLargestSide) {
 }
 
 TEST(CADNormalization, farDrawingsMoveToTheOriginInPlan) {
-    struct Case {
-        float size, cx, cy;
-        bool moves;
-    };
-    const Case cases[] = {
+    // Size, centre x and y, whether it moves.
+    const std::tuple<float, float, float, bool> cases[] = {
         {100, 150, 0, false},                        // 150 is not above 200
         {100, 250, 0, true},  {500, 900, 0, false},  // 2 x 500 = 1,000 is the threshold
         {500, 1100, 0, true}, {10, 150, 150, true},  // 212 m out along the diagonal
     };
-    for (const Case& c : cases) {
-        SKPModel before = square(c.size, c.cx, c.cy);
+    for (auto [size, cx, cy, moves] : cases) {
+        SKPModel before = square(size, cx, cy);
         before.root.edges[0].positions[0].z = 1;
         before.boundsMax.z = 1;
         SKPModel m = normalizeCADModel(before);
         const float distance = std::hypot(m.center().x, m.center().y);
-        EXPECT_NEAR(distance, c.moves ? 0 : std::hypot(c.cx, c.cy), 1e-3) << c.cx;
+        EXPECT_NEAR(distance, moves ? 0 : std::hypot(cx, cy), 1e-3) << cx;
         EXPECT_EQ(m.root.edges[0].positions[0].z, 1);  // height kept
     }
 }

@@ -82,30 +82,27 @@ class PluginTest : public ::testing::Test {
 
 TEST_F(PluginTest, smallFirstResultIsConvertedAgainInMetresAndScaled) {
     fs::path dwg = write("site.dwg", "AC1032 drawing");
-    struct Case {
-        double first, second;  // widths in metres of the default and the metric conversion
-        bool rerun;
-        float width;
-    } cases[] = {{0.4, 400, true, 40},
-                 {0.4, 4000, true, 4},
-                 {0.4, 300, true, 300},
-                 {0.999, 300, true, 300},
-                 {2, 4000, false, 2}};
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.second);
+    // Widths in metres of the default and the metric conversion, whether the second runs, result.
+    const std::tuple<double, double, bool, float> cases[] = {{0.4, 400, true, 40},
+                                                             {0.4, 4000, true, 4},
+                                                             {0.4, 300, true, 300},
+                                                             {0.999, 300, true, 300},
+                                                             {2, 4000, false, 2}};
+    for (auto [first, second, rerun, width] : cases) {
+        SCOPED_TRACE(second);
         FakeConverter converter;
-        converter.scenes = {{0, lineScene(c.first)}, {7, lineScene(c.second)}};
+        converter.scenes = {{0, lineScene(first)}, {7, lineScene(second)}};
         std::vector<SKPReader::Progress> reports;
         SKPModel m = loadViaPlugin(dwg, info(dwg), converter,
                                    [&](const SKPReader::Progress& p) { reports.push_back(p); }, {});
-        EXPECT_EQ(converter.units, (c.rerun ? std::vector{0, 7} : std::vector{0}));
-        EXPECT_NEAR(m.boundsMax.x, c.width, c.width * 1e-5);
+        EXPECT_EQ(converter.units, (rerun ? std::vector{0, 7} : std::vector{0}));
+        EXPECT_NEAR(m.boundsMax.x, width, width * 1e-5);
         EXPECT_EQ(m.fileInfo.url, dwg);
         ASSERT_FALSE(reports.empty());
         EXPECT_EQ(reports.back().phase, "Calibrating units…");
         // Each conversion writes its own temporary file, removed afterwards.
         for (const fs::path& out : converter.outputs) EXPECT_EQ(out.parent_path(), tmp.path());
-        EXPECT_TRUE(!c.rerun || converter.outputs.at(0) != converter.outputs.at(1));
+        EXPECT_TRUE(!rerun || converter.outputs.at(0) != converter.outputs.at(1));
         EXPECT_TRUE(noTemporaryOutputs());
     }
 }
@@ -179,8 +176,7 @@ TEST_F(PluginTest, cadReaderUsesAnInstalledPluginAndFallsBackForDxfOnly) {
     SKPModel m = CADReader::load(dwg, info(dwg), {}, {});
     EXPECT_EQ(pluginCalls(), before + 1);
     EXPECT_EQ(m.stats.faces, 1);
-    ASSERT_EQ(m.materials.size(), 1u);
-    EXPECT_EQ(m.materials[0].name, "Ink");
+    EXPECT_EQ(m.materials.at(0).name, "Ink");
 
     // The plug-in's failure is final for DWG...
     fs::path badDwg = write("bad.dwg", "AC1032 not convertible");

@@ -22,30 +22,15 @@ DXFTag textTag(const std::string& s) {
 }  // namespace
 
 TEST(DXFTag, numbersParseLocaleFreeWithDefaultsForJunk) {
-    struct Case {
-        const char* text;
-        double expected;
-    };
-    const Case cases[] = {{"1.5", 1.5},
-                          {"-0.25", -0.25},
-                          {".5", 0.5},
-                          {"1.", 1},
-                          {"+2", 2},
-                          {"1e3", 1000},
-                          {"-1.5E-2", -0.015},
-                          {"1,5", -7},
-                          {"", -7},
-                          {"-", -7},
-                          {"abc", -7},
-                          {"1.5x", -7},
-                          {"12345678901234567.5", 12345678901234567.5}};
-    for (const Case& c : cases) EXPECT_EQ(textTag(c.text).asDouble(-7), c.expected) << c.text;
-
-    EXPECT_EQ(textTag("42").asInt(-1), 42);
-    EXPECT_EQ(textTag("+42").asInt(-1), 42);
-    EXPECT_EQ(textTag("-3").asInt(-1), -3);
-    EXPECT_EQ(textTag("1.0").asInt(-1), -1);  // a flag is a whole number or nothing
-    EXPECT_EQ(textTag("99999999999").asInt(-1), -1);
+    const std::pair<const char*, double> doubles[] = {
+        {"1.5", 1.5},        {"-0.25", -0.25}, {".5", 0.5}, {"1.", 1}, {"+2", 2},   {"1e3", 1000},
+        {"-1.5E-2", -0.015}, {"1,5", -7},      {"", -7},    {"-", -7}, {"abc", -7}, {"1.5x", -7}};
+    for (auto [text, expected] : doubles) EXPECT_EQ(textTag(text).asDouble(-7), expected) << text;
+    EXPECT_EQ(textTag("12345678901234567.5").asDouble(-7), 12345678901234567.5);
+    // A flag is a whole number or nothing.
+    const std::pair<const char*, int> ints[] = {
+        {"42", 42}, {"+42", 42}, {"-3", -3}, {"1.0", -1}, {"99999999999", -1}};
+    for (auto [text, expected] : ints) EXPECT_EQ(textTag(text).asInt(-1), expected) << text;
 }
 
 // The short-decimal shortcut must round exactly as a full parser does.

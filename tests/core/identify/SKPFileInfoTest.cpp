@@ -125,11 +125,7 @@ TEST(SKPFileInfo, readReportsSizeAndFailsCleanly) {
 
     // Only the first MiB is read, but the size is the file's.
     auto big = dir / "big.dxf";
-    {
-        std::ofstream out(big, std::ios::binary);
-        std::string chunk(1 << 20, ' ');
-        out << chunk << chunk << "SECTION";
-    }
+    std::ofstream(big, std::ios::binary) << std::string(2 << 20, ' ') << "SECTION";
     auto bigInfo = SKPFileInfo::read(big);
     EXPECT_EQ(bigInfo.fileSize, 2 * (1 << 20) + 7);
     EXPECT_EQ(bigInfo.version, "DXF");

@@ -24,12 +24,8 @@ SKPModel boxModel(Float3 size, int64_t faces, int64_t edges, const std::string& 
 }  // namespace
 
 TEST(SKPModel, planarRuleTable) {
-    struct Case {
-        Float3 size;
-        int64_t faces, edges;
-        const char* file;
-        bool planar;
-    } cases[] = {
+    // Size, faces, edges, file, planar.
+    const std::tuple<Float3, int64_t, int64_t, const char*, bool> cases[] = {
         {{10, 10, 0}, 1, 0, "a.skp", false},        // flat SketchUp model with a face
         {{10, 10, 0}, 0, 4, "a.skp", true},         // same outline, edges only
         {{10, 10, 5}, 0, 4, "a.skp", false},        // SketchUp with height never planar
@@ -40,10 +36,9 @@ TEST(SKPModel, planarRuleTable) {
         {{100, 100, 0.5}, 5000, 10, "a.dxf", true},  // flat CAD always planar
         {{0.00005f, 0.00005f, 0}, 0, 4, "a.dxf", false},
     };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(testing::Message() << c.file << " faces=" << c.faces << " edges=" << c.edges);
-        EXPECT_EQ(boxModel(c.size, c.faces, c.edges, c.file).isPlanar2D(), c.planar);
-    }
+    for (auto [size, faces, edges, file, planar] : cases)
+        EXPECT_EQ(boxModel(size, faces, edges, file).isPlanar2D(), planar)
+            << file << " faces=" << faces << " edges=" << edges;
     EXPECT_FALSE(SKPModel().isPlanar2D());
 }
 

@@ -11,6 +11,7 @@
 #include "ScopedLanguage.h"
 #include "TestEnv.h"
 #include "ThrownError.h"
+#include "ViewportTestModels.h"
 #include "model/SKPError.h"
 #include "settings/Localization.h"
 #include "settings/TemporaryFolder.h"
@@ -20,6 +21,7 @@
 
 using namespace vistrel;
 using SKPReader::load;
+using test::expectNear;
 namespace fs = std::filesystem;
 
 namespace {
@@ -59,23 +61,13 @@ class SKPReaderTest : public ::testing::Test {
     test::ScopedLanguage english{AppLanguage::en};
 };
 
-void expectNear(Float3 actual, Float3 expected) {
-    EXPECT_NEAR(actual.x, expected.x, 1e-5);
-    EXPECT_NEAR(actual.y, expected.y, 1e-5);
-    EXPECT_NEAR(actual.z, expected.z, 1e-5);
-}
-
 }  // namespace
 
-TEST_F(SKPReaderTest, materialsAndLayersMapFromTheLibrary) {
+TEST_F(SKPReaderTest, materialsLayersAndFaceBatchesMapFromTheLibrary) {
     SKPModel m = load(fixture("materials.json"));
     ASSERT_EQ(m.materials.size(), 8u);
-    struct Expected {
-        const char* name;
-        Float4 color;
-        float opacity;
-        bool transparent;
-    } expected[] = {
+    // Name, colour, opacity, transparency.
+    const std::tuple<const char*, Float4, float, bool> expected[] = {
         {"Opaque", {1, 0, 0, 1}, 1, false},
         {"Glass", {0, 0, 1, 128 / 255.0f}, 128 / 255.0f, true},
         {"Tinted", {0, 1, 0, 1}, 0.5f, true},
@@ -88,10 +80,11 @@ TEST_F(SKPReaderTest, materialsAndLayersMapFromTheLibrary) {
     for (size_t i = 0; i < 8; ++i) {
         SCOPED_TRACE(i);
         const Material& mat = m.materials[i];
-        EXPECT_EQ(mat.name, expected[i].name);
-        EXPECT_EQ(mat.color, expected[i].color);
-        EXPECT_FLOAT_EQ(mat.opacity, expected[i].opacity);
-        EXPECT_EQ(mat.isTransparent, expected[i].transparent);
+        const auto& [name, color, opacity, transparent] = expected[i];
+        EXPECT_EQ(mat.name, name);
+        EXPECT_EQ(mat.color, color);
+        EXPECT_FLOAT_EQ(mat.opacity, opacity);
+        EXPECT_EQ(mat.isTransparent, transparent);
         EXPECT_EQ(mat.textureURL.has_value(), i == 4 || i == 6);  // 5: the export failed
     }
 
@@ -109,20 +102,13 @@ TEST_F(SKPReaderTest, materialsAndLayersMapFromTheLibrary) {
     EXPECT_EQ(m.layers, (std::vector<Layer>{{"Layer0", true, std::nullopt},
                                             {"Walls", false, "Structure"},
                                             {" Roof ", true, std::nullopt}}));
-}
 
-TEST_F(SKPReaderTest, facesBatchByChosenMaterialAndLayerWithTheUVRule) {
-    SKPModel m = load(fixture("materials.json"));
     // Hidden faces are not counted; faces that fail after the count are.
     EXPECT_EQ(m.stats.faces, 12);
     EXPECT_EQ(m.stats.triangles, 10);
     EXPECT_EQ(m.stats.edges, 0);  // guide points are not read beside faces
-    struct Batch {
-        std::optional<int> material;
-        int layer;
-        size_t positions;
-        bool hasUVs;
-    } expected[] = {
+    // Material, layer, vertex count, whether it has UVs.
+    const std::tuple<std::optional<int>, int, size_t, bool> batches[] = {
         {std::nullopt, 0, 6, true},  // default both sides, and an unknown/null pair
         {1, 1, 7, false},            // opaque front, translucent back; translucent front
         {4, 2, 3, true},             // textured
@@ -132,15 +118,15 @@ TEST_F(SKPReaderTest, facesBatchByChosenMaterialAndLayerWithTheUVRule) {
         {3, 0, 3, false},            // translucent front (drawn) wins over any back
     };
     const auto& meshes = m.root.meshes;
-    ASSERT_EQ(meshes.size(), std::size(expected));
+    ASSERT_EQ(meshes.size(), std::size(batches));
     for (size_t i = 0; i < meshes.size(); ++i) {
         SCOPED_TRACE(i);
-        EXPECT_EQ(meshes[i].material, expected[i].material);
-        EXPECT_EQ(meshes[i].layer, expected[i].layer);
-        EXPECT_EQ(meshes[i].positions.size(), expected[i].positions);
-        EXPECT_EQ(meshes[i].normals.size(), expected[i].positions);
-        EXPECT_EQ(meshes[i].uvs ? meshes[i].uvs->size() : 0,
-                  expected[i].hasUVs ? expected[i].positions : 0);
+        const auto& [material, layer, positions, hasUVs] = batches[i];
+        EXPECT_EQ(meshes[i].material, material);
+        EXPECT_EQ(meshes[i].layer, layer);
+        EXPECT_EQ(meshes[i].positions.size(), positions);
+        EXPECT_EQ(meshes[i].normals.size(), positions);
+        EXPECT_EQ(meshes[i].uvs ? meshes[i].uvs->size() : 0, hasUVs ? positions : 0);
     }
 
     // No material: UVs are STQ in metres.
@@ -238,7 +224,7 @@ TEST_F(SKPReaderTest, cameraScenesAndNewerVersionWarning) {
     EXPECT_FLOAT_EQ(wide.camera->orthoHeight, 10.0f);  // a height not above 0
 }
 
-TEST_F(SKPReaderTest, openStatusesMapToUnreadableOrApi) {
+TEST_F(SKPReaderTest, openStatusesAndAFailingRootMapToUnreadableOrApi) {
     const fs::path file = dir / "scene.skp";
     const std::pair<std::string, SKPError> cases[] = {
         {R"({"open": {"result": 7}})", SKPError::unreadable(file)},
@@ -246,20 +232,14 @@ TEST_F(SKPReaderTest, openStatusesMapToUnreadableOrApi) {
         {R"({"open": {"result": 13}})", SKPError::unreadable(file)},
         {R"({"open": {"result": 5}})", SKPError::api("SUModelCreateFromFileWithStatus", 5)},
         {"not a model", SKPError::unreadable(file)},
-    };
+        // The texture already written goes with the failure.
+        {R"({"fail": ["SUModelGetEntities"], "materials": [{"name": "T", "type": 1,
+             "texture": {"fileName": "a.png"}}]})",
+         SKPError::api("SUModelGetEntities", 6)}};
     for (const auto& [contents, expected] : cases) {
         std::ofstream(file) << contents;
         EXPECT_EQ(test::thrownError([&] { load(file); }), expected) << contents;
     }
-    EXPECT_EQ(liveHandles(), 0);
-}
-
-TEST_F(SKPReaderTest, failingEntityRootIsAnApiErrorAndRemovesTextures) {
-    nlohmann::json scene = {
-        {"fail", {"SUModelGetEntities"}},
-        {"materials", {{{"name", "T"}, {"type", 1}, {"texture", {{"fileName", "a.png"}}}}}}};
-    EXPECT_EQ(test::thrownError([&] { load(writeScene(scene)); }),
-              SKPError::api("SUModelGetEntities", 6));
     EXPECT_EQ(textureFolders(), 0u);
     EXPECT_EQ(liveHandles(), 0);
 }

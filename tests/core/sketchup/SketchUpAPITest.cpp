@@ -2,7 +2,6 @@
 // without the library reports. This suite never loads a complete library into the cache.
 #include "sketchup/SketchUpAPI.h"
 
-#include <dlfcn.h>
 #include <gtest/gtest.h>
 
 #include <fstream>
@@ -116,22 +115,6 @@ TEST_F(SketchUpAPITest, loadFunctionsNamesWhatIsMissing) {
     EXPECT_EQ(e->kind(), SKPError::Kind::api);
     EXPECT_TRUE(e->function().starts_with("dlopen: ")) << e->function();
     EXPECT_NE(e->function().find("SketchUpAPI"), std::string::npos);
-}
-
-TEST_F(SketchUpAPITest, siblingsThatNeedEachOtherLoadWithinTwoPasses) {
-    fs::path folder = dir / "Frameworks";
-    fs::create_directories(folder);
-    for (const char* name : {"libCommonA.dylib", "libCommonB.dylib"})
-        fs::copy_file(kStandIns / "siblings" / name, folder / name);
-    std::ofstream(folder / "libCommonBroken.dylib") << "never opens";
-    std::ofstream(folder / "libOther.dylib") << "not a sibling";
-
-    EXPECT_EQ(preloadSiblings(folder),
-              (std::vector<std::string>{"libCommonB.dylib", "libCommonA.dylib"}));
-    auto a = reinterpret_cast<int (*)()>(dlsym(RTLD_DEFAULT, "vistrel_sibling_a"));
-    ASSERT_NE(a, nullptr);
-    EXPECT_EQ(a(), 42);
-    EXPECT_TRUE(preloadSiblings(dir / "missing").empty());
 }
 
 TEST_F(SketchUpAPITest, withoutLibraryARealSkpFailsWithNotFound) {
