@@ -204,13 +204,10 @@ Node* buildEntities(Model& m, const json& scene) {
     return e;
 }
 
-Node* buildCamera(Model& m, const json& j) {
-    return j.is_object() ? m.make(j) : nullptr;
-}
-
 std::unique_ptr<Model> buildModel(const json& scene) {
     auto m = std::make_unique<Model>();
     m->init(m.get(), scene);
+    auto camera = [&](const json& j) { return j.is_object() ? m->make(j) : nullptr; };
     for (const auto& mj : scene.value("materials", json::array())) {
         Node* n = m->make(mj);
         if (mj.contains("texture")) n->texture = m->make(mj["texture"]);
@@ -230,10 +227,10 @@ std::unique_ptr<Model> buildModel(const json& scene) {
         m->definitionByName[name]->entities =
             buildEntities(*m, dj.value("entities", json::object()));
     m->entities = buildEntities(*m, scene.value("entities", json::object()));
-    if (scene.contains("camera")) m->camera = buildCamera(*m, scene["camera"]);
+    if (scene.contains("camera")) m->camera = camera(scene["camera"]);
     for (const auto& sj : scene.value("scenes", json::array())) {
         Node* s = m->make(sj);
-        if (sj.contains("camera")) s->camera = buildCamera(*m, sj["camera"]);
+        if (sj.contains("camera")) s->camera = camera(sj["camera"]);
         for (const auto& l : sj.value("hiddenLayers", json::array())) {
             std::string name = l.get<std::string>();
             auto it = m->layerByName.find(name);
@@ -267,7 +264,7 @@ SUResult setString(SUHandle* name, const std::string& value) {
 }
 
 // "nameHex" gives raw bytes, for names that are not valid UTF-8.
-SUResult nameOf(SUHandle h, SUHandle* name, const char* function) {
+SUResult nameOf(SUHandle h, SUHandle* name, const char* function, const char* key = "name") {
     if (!h) return kNullInput;
     if (fails(h, function)) return kGeneric;
     const json& j = node(h)->j;
@@ -277,7 +274,7 @@ SUResult nameOf(SUHandle h, SUHandle* name, const char* function) {
             bytes.push_back(static_cast<char>(std::stoi(hex.substr(i, 2), nullptr, 16)));
         return setString(name, bytes);
     }
-    return setString(name, j.value("name", ""));
+    return setString(name, j.value(key, ""));
 }
 
 // A field that may be absent: no data then, as when the element lists the function as failing.
@@ -317,6 +314,16 @@ SUTransformation transformOf(Node* n) {
         t.values[i] =
             n->j.contains("transform") ? n->j["transform"].at(i).get<double>() : i % 5 == 0;
     return t;
+}
+
+// Releases a handle the stand-in made with new.
+template <class T>
+SUResult release(SUHandle* h) {
+    if (!h || !*h) return kNullInput;
+    delete static_cast<T*>(*h);
+    *h = nullptr;
+    --liveHandles;
+    return kOk;
 }
 
 template <class T>
@@ -394,11 +401,7 @@ STANDIN_EXPORT SUResult SUStringGetUTF8(SUHandle string, size_t capacity, char* 
     return kOk;
 }
 STANDIN_EXPORT SUResult SUStringRelease(SUHandle* string) {
-    if (!string || !*string) return kNullInput;
-    delete static_cast<StringObject*>(*string);
-    *string = nullptr;
-    --liveHandles;
-    return kOk;
+    return release<StringObject>(string);
 }
 
 static SUResult openModel(SUHandle* model, const char* path, int32_t* loadStatus);
@@ -456,9 +459,7 @@ STANDIN_FIELD(SUMaterialIsDrawnTransparent, bool, "drawnTransparent")
 STANDIN_GET(SUMaterialGetType, int32_t, n->j.value("type", 0))
 STANDIN_HANDLE(SUMaterialGetTexture, texture, node(h)->texture)
 STANDIN_EXPORT SUResult SUTextureGetFileName(SUHandle texture, SUHandle* name) {
-    if (!texture) return kNullInput;
-    if (fails(texture, "SUTextureGetFileName")) return kGeneric;
-    return setString(name, node(texture)->j.value("fileName", ""));
+    return nameOf(texture, name, "SUTextureGetFileName", "fileName");
 }
 STANDIN_EXPORT SUResult SUTextureWriteToFile(SUHandle texture, const char* path) {
     if (!texture || !path) return kNullInput;
@@ -521,16 +522,14 @@ STANDIN_EXPORT SUResult SUMeshHelperCreate(SUHandle* helper, SUHandle face) {
     ++liveHandles;
     return kOk;
 }
-STANDIN_EXPORT SUResult SUMeshHelperGetNumTriangles(SUHandle helper, size_t* count) {
-    if (!helper || !count) return kNullInput;
-    *count = static_cast<Helper*>(helper)->face->indices.size() / 3;
-    return kOk;
-}
-STANDIN_EXPORT SUResult SUMeshHelperGetNumVertices(SUHandle helper, size_t* count) {
-    if (!helper || !count) return kNullInput;
-    *count = static_cast<Helper*>(helper)->face->vertices.size();
-    return kOk;
-}
+#define STANDIN_MESH_COUNT(function, expression)                  \
+    STANDIN_EXPORT SUResult function(SUHandle h, size_t* count) { \
+        if (!h || !count) return kNullInput;                      \
+        *count = static_cast<Helper*>(h)->face->expression;       \
+        return kOk;                                               \
+    }
+STANDIN_MESH_COUNT(SUMeshHelperGetNumTriangles, indices.size() / 3)
+STANDIN_MESH_COUNT(SUMeshHelperGetNumVertices, vertices.size())
 #define STANDIN_MESH(function, type, member)                                                  \
     STANDIN_EXPORT SUResult function(SUHandle h, size_t capacity, type* out, size_t* count) { \
         if (!h) return kNullInput;                                                            \
@@ -549,11 +548,7 @@ STANDIN_EXPORT SUResult SUMeshHelperGetNormals(SUHandle helper, size_t capacity,
     return meshList(helper, "SUMeshHelperGetNormals", all, capacity, normals, count);
 }
 STANDIN_EXPORT SUResult SUMeshHelperRelease(SUHandle* helper) {
-    if (!helper || !*helper) return kNullInput;
-    delete static_cast<Helper*>(*helper);
-    *helper = nullptr;
-    --liveHandles;
-    return kOk;
+    return release<Helper>(helper);
 }
 
 STANDIN_HANDLE(SUFaceGetFrontMaterial, front, node(h)->hasFront)

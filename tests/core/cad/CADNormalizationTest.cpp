@@ -68,11 +68,7 @@ TEST(CADNormalization, farDrawingsMoveToTheOriginInPlan) {
 
 TEST(CADNormalization, translateRootMovesRootOnly) {
     SKPModel m = square(10);
-    Definition child;
-    EdgeSet e;
-    e.positions = {{0, 0, 0}, {1, 0, 0}};
-    child.edges.push_back(e);
-    m.definitions.push_back(child);
+    m.definitions.push_back(cadModel({{0, 0, 0}, {1, 0, 0}}).root);
     Instance i;
     i.transform.m[0] = 2;
     m.root.children.push_back(i);

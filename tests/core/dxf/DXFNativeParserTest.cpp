@@ -171,9 +171,7 @@ TEST(DXFNativeParser, entitiesDrawTheirSegmentsAndTriangles) {
         SKPModel m = parseDXF(entitiesText(c.tags));
         EXPECT_EQ(edgeCount(m.root), c.segments);
         EXPECT_EQ(triangleCount(m.root), c.triangles);
-        if (c.segments + c.triangles == 0) {
-            EXPECT_EQ(m.boundsMax, Float3{});
-        }
+        if (c.segments + c.triangles == 0) EXPECT_EQ(m.boundsMax, Float3{});
     }
     EXPECT_EQ(parseDXF("").layers, (std::vector<Layer>{{"0", true, std::nullopt}}));
     // Regression: adding turns one by one to reach a huge start angle never ended.

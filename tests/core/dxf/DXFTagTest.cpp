@@ -58,11 +58,9 @@ TEST(DXFTagReader, pairsLinesAndPushBack) {
     EXPECT_FALSE(r.isBinary());
     DXFTag t;
     ASSERT_TRUE(r.read(t));
-    EXPECT_EQ(t.code, 0);
-    EXPECT_EQ(t.text, "SECTION");
+    EXPECT_EQ(std::pair(t.code, t.text), std::pair(0, std::string_view("SECTION")));
     ASSERT_TRUE(r.read(t));  // "x" is no code: the pair (x, y) is skipped
-    EXPECT_EQ(t.code, 2);
-    EXPECT_EQ(t.text, "ENTITIES");
+    EXPECT_EQ(std::pair(t.code, t.text), std::pair(2, std::string_view("ENTITIES")));
     EXPECT_EQ(r.pairsRead(), 3);
     r.pushBack(t);
     DXFTag again;
