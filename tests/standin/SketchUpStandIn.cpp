@@ -38,29 +38,16 @@ struct Model;
 struct Node {
     json j;
     Model* model = nullptr;
-    std::set<std::string> fails;
-    std::set<std::string> wrongCounts;
-    Node* layer = nullptr;
-    bool hasLayer = false;
-    Node* material = nullptr;
-    bool hasMaterial = false;
-    Node* front = nullptr;
-    bool hasFront = false;
-    Node* back = nullptr;
-    bool hasBack = false;
-    Node* texture = nullptr;
-    Node* folder = nullptr;
-    Node* camera = nullptr;
-    Node* entities = nullptr;
-    Node* definition = nullptr;
-    Node* start = nullptr;
-    Node* end = nullptr;
+    std::set<std::string> fails, wrongCounts;
+    Node *layer = nullptr, *material = nullptr, *front = nullptr, *back = nullptr;
+    bool hasLayer = false, hasMaterial = false, hasFront = false, hasBack = false;
+    Node *texture = nullptr, *folder = nullptr, *camera = nullptr, *entities = nullptr;
+    Node *definition = nullptr, *start = nullptr, *end = nullptr;
     std::vector<Node*> faces, edges, groups, instances, guides, sceneLayers;
     std::vector<Node*> materials, layers, scenes;  // of the model
     std::vector<SUPoint3D> vertices, frontSTQ, backSTQ;
     std::vector<size_t> indices;
-    SUPoint3D normal{0, 0, 1};
-    SUPoint3D position{0, 0, 0};
+    SUPoint3D normal{0, 0, 1}, position{0, 0, 0};
 };
 
 // The model is the node of the whole scene: its entities, camera and lists.
@@ -128,8 +115,6 @@ void drawingElement(Model& m, Node* n) {
     }
     resolve(m, n->j, "material", m.materialByName, n->material, n->hasMaterial);
 }
-
-Node* buildEntities(Model& m, const json& scene);
 
 Node* buildFace(Model& m, const json& j) {
     Node* n = m.make(j);
@@ -249,7 +234,11 @@ bool fails(SUHandle h, const char* function) {
     return node(h)->fails.count(function) > 0;
 }
 
-SUResult list(const std::vector<Node*>& items, size_t capacity, SUHandle* out, size_t* count) {
+// The items of a list getter, after its null and failure checks.
+SUResult list(SUHandle h, const char* function, const std::vector<Node*>& items, size_t capacity,
+              SUHandle* out, size_t* count) {
+    if (!h) return kNullInput;
+    if (fails(h, function)) return kGeneric;
     if (!out || !count) return kNullOutput;
     size_t n = std::min(capacity, items.size());
     for (size_t i = 0; i < n; ++i) out[i] = items[i];
@@ -369,9 +358,8 @@ SUResult meshList(SUHandle h, const char* function, const std::vector<T>& src, s
     }                                                                                             \
     STANDIN_EXPORT SUResult Owner##Get##Noun(SUHandle h, size_t capacity, SUHandle* out,          \
                                              size_t* count) {                                     \
-        if (!h) return kNullInput;                                                                \
-        if (fails(h, #Owner "Get" #Noun)) return kGeneric;                                        \
-        return list(node(h)->member, capacity, out, count);                                       \
+        return h ? list(h, #Owner "Get" #Noun, node(h)->member, capacity, out, count)             \
+                 : kNullInput;                                                                    \
     }
 // Handles (models, strings, mesh helpers) the reader has not released yet.
 STANDIN_EXPORT int StandInLiveHandles() {
@@ -404,20 +392,6 @@ STANDIN_EXPORT SUResult SUStringRelease(SUHandle* string) {
     return release<StringObject>(string);
 }
 
-static SUResult openModel(SUHandle* model, const char* path, int32_t* loadStatus);
-
-STANDIN_EXPORT SUResult SUModelCreateFromFileWithStatus(SUHandle* model, const char* path,
-                                                        int32_t* loadStatus) {
-    if (!model || !path || !loadStatus) return kNullInput;
-    if (openModels.fetch_add(1) != 0) {
-        --openModels;
-        return kGeneric;
-    }
-    SUResult r = openModel(model, path, loadStatus);
-    if (r != kOk) --openModels;
-    return r;
-}
-
 static SUResult openModel(SUHandle* model, const char* path, int32_t* loadStatus) {
     std::ifstream in(path);
     if (!in) return kSerialization;
@@ -434,6 +408,18 @@ static SUResult openModel(SUHandle* model, const char* path, int32_t* loadStatus
     *loadStatus = open.value("loadStatus", 0);
     return kOk;
 }
+STANDIN_EXPORT SUResult SUModelCreateFromFileWithStatus(SUHandle* model, const char* path,
+                                                        int32_t* loadStatus) {
+    if (!model || !path || !loadStatus) return kNullInput;
+    if (openModels.fetch_add(1) != 0) {
+        --openModels;
+        return kGeneric;
+    }
+    SUResult r = openModel(model, path, loadStatus);
+    if (r != kOk) --openModels;
+    return r;
+}
+
 STANDIN_EXPORT SUResult SUModelRelease(SUHandle* model) {
     if (!model || !*model) return kNullInput;
     delete static_cast<Model*>(node(*model));
@@ -507,8 +493,8 @@ STANDIN_EXPORT SUResult SUEntitiesGetEdges(SUHandle entities, bool standaloneOnl
                                            SUHandle* out, size_t* count) {
     if (!entities) return kNullInput;
     // The reader wants the edges of faces too; this stand-in only has those of the scene.
-    if (standaloneOnly || fails(entities, "SUEntitiesGetEdges")) return kGeneric;
-    return list(node(entities)->edges, capacity, out, count);
+    if (standaloneOnly) return kGeneric;
+    return list(entities, "SUEntitiesGetEdges", node(entities)->edges, capacity, out, count);
 }
 
 STANDIN_GET(SUDrawingElementGetHidden, bool, n->j.is_object() && n->j.value("hidden", false))

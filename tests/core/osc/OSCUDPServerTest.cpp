@@ -26,11 +26,7 @@ constexpr auto kQuiet = 300ms;
 constexpr auto kPatience = 5s;
 
 sockaddr_in loopback(uint16_t port) {
-    sockaddr_in a{};
-    a.sin_family = AF_INET;
-    a.sin_port = htons(port);
-    a.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    return a;
+    return {AF_INET, htons(port), {htonl(INADDR_LOOPBACK)}, {}};
 }
 
 // A plain UDP socket on 127.0.0.1 (any port for 0), for holding ports and sending raw bytes.

@@ -296,11 +296,11 @@ TEST_F(SKPReaderTest, missingOptionalFunctionsAreRespected) {
     // A library without them: the scene's transparency, folder and guide point are not seen.
     const SketchUpAPI::Functions f = SketchUpAPI::loadFunctions(noOptional);
 
-    nlohmann::json scene = {
-        {"materials", {{{"name", "Drawn"}, {"color", {1, 2, 3, 255}}, {"drawnTransparent", true}}}},
-        {"layers", {{{"name", "A"}, {"folder", "F"}}}},
-        {"entities", {{"guidePoints", {{{"position", {0, 0, 0}}}}}}}};
-    fs::path file = writeScene(scene);
+    fs::path file =
+        writeScene({{"materials",
+                     {{{"name", "Drawn"}, {"color", {1, 2, 3, 255}}, {"drawnTransparent", true}}}},
+                    {"layers", {{{"name", "A"}, {"folder", "F"}}}},
+                    {"entities", {{"guidePoints", {{{"position", {0, 0, 0}}}}}}}});
     SUHandle model = nullptr;
     int32_t status = 0;
     ASSERT_EQ(f.SUModelCreateFromFileWithStatus(&model, file.c_str(), &status), 0);
