@@ -34,7 +34,6 @@ ToolRun inspect(const std::string& arguments) {
     return r;
 }
 
-// The first `n` bytes of a file.
 std::string head(const std::filesystem::path& file, size_t n) {
     std::string bytes(n, '\0');
     std::ifstream(file, std::ios::binary).read(bytes.data(), std::streamsize(n));

@@ -172,7 +172,7 @@ TEST(OSCUDPServer, busyPortsAreSkippedUpToSixteenAndAFailureKeepsTheWantedPort) 
     ASSERT_TRUE(second.start(16));
     EXPECT_EQ(second.port(), wanted + 2);
     // Past the last port there is nothing to fall back to, not a wrap round to port 0.
-    if (LoopbackSocket top(65535); top.bound()) EXPECT_FALSE(OSCUDPServer(65535, {}).start(16));
+    EXPECT_TRUE(!LoopbackSocket(65535).bound() || !OSCUDPServer(65535, {}).start(16));
 }
 
 TEST(OSCUDPServer, handlerMayStopTheServer) {

@@ -244,10 +244,9 @@ TEST_F(SKPReaderTest, openStatusesAndAFailingRootMapToUnreadableOrApi) {
 }
 
 TEST_F(SKPReaderTest, progressCountsFacesAndCancellationLeavesNothingBehind) {
-    nlohmann::json scene = {
-        {"materials", {{{"name", "T"}, {"type", 1}, {"texture", {{"fileName", "a.png"}}}}}},
-        {"entities", {{"faceRow", 4001}}}};
-    fs::path file = writeScene(scene);
+    fs::path file = writeScene(
+        {{"materials", {{{"name", "T"}, {"type", 1}, {"texture", {{"fileName", "a.png"}}}}}},
+         {"entities", {{"faceRow", 4001}}}});
 
     std::vector<SKPReader::Progress> reports;
     load(file, [&](const SKPReader::Progress& p) { reports.push_back(p); }, {});
