@@ -34,7 +34,6 @@ ToolRun inspect(const std::string& arguments) {
     return r;
 }
 
-// The first `n` bytes of a file.
 std::string head(const std::filesystem::path& file, size_t n) {
     std::string bytes(n, '\0');
     std::ifstream(file, std::ios::binary).read(bytes.data(), std::streamsize(n));
@@ -56,10 +55,9 @@ TEST(InspectOptions, filesOptionsAndErrors) {
     o = InspectOptions::parse({"--png", "a.png", "--size", "320x200", "--style", "clay", "m.dxf"},
                               error);
     EXPECT_TRUE(error.empty()) << error;
-    EXPECT_EQ(o.png, std::filesystem::path("a.png"));
-    EXPECT_EQ(o.width, 320);
-    EXPECT_EQ(o.height, 200);
-    EXPECT_EQ(o.style, vistrel::viewport::ShadingStyle::clay);
+    EXPECT_EQ(std::tuple(o.png, o.width, o.height, o.style),
+              std::tuple(std::filesystem::path("a.png"), 320, 200,
+                         vistrel::viewport::ShadingStyle::clay));
     for (const char* bad : {"320", "0x10", "20000x10", "12ax4"}) {
         InspectOptions::parse({"--png", "a.png", "--size", bad, "m.dxf"}, error);
         EXPECT_NE(error.find("--size"), std::string::npos) << bad;

@@ -38,29 +38,16 @@ struct Model;
 struct Node {
     json j;
     Model* model = nullptr;
-    std::set<std::string> fails;
-    std::set<std::string> wrongCounts;
-    Node* layer = nullptr;
-    bool hasLayer = false;
-    Node* material = nullptr;
-    bool hasMaterial = false;
-    Node* front = nullptr;
-    bool hasFront = false;
-    Node* back = nullptr;
-    bool hasBack = false;
-    Node* texture = nullptr;
-    Node* folder = nullptr;
-    Node* camera = nullptr;
-    Node* entities = nullptr;
-    Node* definition = nullptr;
-    Node* start = nullptr;
-    Node* end = nullptr;
+    std::set<std::string> fails, wrongCounts;
+    Node *layer = nullptr, *material = nullptr, *front = nullptr, *back = nullptr;
+    bool hasLayer = false, hasMaterial = false, hasFront = false, hasBack = false;
+    Node *texture = nullptr, *folder = nullptr, *camera = nullptr, *entities = nullptr;
+    Node *definition = nullptr, *start = nullptr, *end = nullptr;
     std::vector<Node*> faces, edges, groups, instances, guides, sceneLayers;
     std::vector<Node*> materials, layers, scenes;  // of the model
     std::vector<SUPoint3D> vertices, frontSTQ, backSTQ;
     std::vector<size_t> indices;
-    SUPoint3D normal{0, 0, 1};
-    SUPoint3D position{0, 0, 0};
+    SUPoint3D normal{0, 0, 1}, position{0, 0, 0};
 };
 
 // The model is the node of the whole scene: its entities, camera and lists.
@@ -128,8 +115,6 @@ void drawingElement(Model& m, Node* n) {
     }
     resolve(m, n->j, "material", m.materialByName, n->material, n->hasMaterial);
 }
-
-Node* buildEntities(Model& m, const json& scene);
 
 Node* buildFace(Model& m, const json& j) {
     Node* n = m.make(j);
@@ -204,13 +189,10 @@ Node* buildEntities(Model& m, const json& scene) {
     return e;
 }
 
-Node* buildCamera(Model& m, const json& j) {
-    return j.is_object() ? m.make(j) : nullptr;
-}
-
 std::unique_ptr<Model> buildModel(const json& scene) {
     auto m = std::make_unique<Model>();
     m->init(m.get(), scene);
+    auto camera = [&](const json& j) { return j.is_object() ? m->make(j) : nullptr; };
     for (const auto& mj : scene.value("materials", json::array())) {
         Node* n = m->make(mj);
         if (mj.contains("texture")) n->texture = m->make(mj["texture"]);
@@ -230,10 +212,10 @@ std::unique_ptr<Model> buildModel(const json& scene) {
         m->definitionByName[name]->entities =
             buildEntities(*m, dj.value("entities", json::object()));
     m->entities = buildEntities(*m, scene.value("entities", json::object()));
-    if (scene.contains("camera")) m->camera = buildCamera(*m, scene["camera"]);
+    if (scene.contains("camera")) m->camera = camera(scene["camera"]);
     for (const auto& sj : scene.value("scenes", json::array())) {
         Node* s = m->make(sj);
-        if (sj.contains("camera")) s->camera = buildCamera(*m, sj["camera"]);
+        if (sj.contains("camera")) s->camera = camera(sj["camera"]);
         for (const auto& l : sj.value("hiddenLayers", json::array())) {
             std::string name = l.get<std::string>();
             auto it = m->layerByName.find(name);
@@ -252,7 +234,11 @@ bool fails(SUHandle h, const char* function) {
     return node(h)->fails.count(function) > 0;
 }
 
-SUResult list(const std::vector<Node*>& items, size_t capacity, SUHandle* out, size_t* count) {
+// The items of a list getter, after its null and failure checks.
+SUResult list(SUHandle h, const char* function, const std::vector<Node*>& items, size_t capacity,
+              SUHandle* out, size_t* count) {
+    if (!h) return kNullInput;
+    if (fails(h, function)) return kGeneric;
     if (!out || !count) return kNullOutput;
     size_t n = std::min(capacity, items.size());
     for (size_t i = 0; i < n; ++i) out[i] = items[i];
@@ -267,7 +253,7 @@ SUResult setString(SUHandle* name, const std::string& value) {
 }
 
 // "nameHex" gives raw bytes, for names that are not valid UTF-8.
-SUResult nameOf(SUHandle h, SUHandle* name, const char* function) {
+SUResult nameOf(SUHandle h, SUHandle* name, const char* function, const char* key = "name") {
     if (!h) return kNullInput;
     if (fails(h, function)) return kGeneric;
     const json& j = node(h)->j;
@@ -277,7 +263,7 @@ SUResult nameOf(SUHandle h, SUHandle* name, const char* function) {
             bytes.push_back(static_cast<char>(std::stoi(hex.substr(i, 2), nullptr, 16)));
         return setString(name, bytes);
     }
-    return setString(name, j.value("name", ""));
+    return setString(name, j.value(key, ""));
 }
 
 // A field that may be absent: no data then, as when the element lists the function as failing.
@@ -317,6 +303,16 @@ SUTransformation transformOf(Node* n) {
         t.values[i] =
             n->j.contains("transform") ? n->j["transform"].at(i).get<double>() : i % 5 == 0;
     return t;
+}
+
+// Releases a handle the stand-in made with new.
+template <class T>
+SUResult release(SUHandle* h) {
+    if (!h || !*h) return kNullInput;
+    delete static_cast<T*>(*h);
+    *h = nullptr;
+    --liveHandles;
+    return kOk;
 }
 
 template <class T>
@@ -362,9 +358,8 @@ SUResult meshList(SUHandle h, const char* function, const std::vector<T>& src, s
     }                                                                                             \
     STANDIN_EXPORT SUResult Owner##Get##Noun(SUHandle h, size_t capacity, SUHandle* out,          \
                                              size_t* count) {                                     \
-        if (!h) return kNullInput;                                                                \
-        if (fails(h, #Owner "Get" #Noun)) return kGeneric;                                        \
-        return list(node(h)->member, capacity, out, count);                                       \
+        return h ? list(h, #Owner "Get" #Noun, node(h)->member, capacity, out, count)             \
+                 : kNullInput;                                                                    \
     }
 // Handles (models, strings, mesh helpers) the reader has not released yet.
 STANDIN_EXPORT int StandInLiveHandles() {
@@ -394,25 +389,7 @@ STANDIN_EXPORT SUResult SUStringGetUTF8(SUHandle string, size_t capacity, char* 
     return kOk;
 }
 STANDIN_EXPORT SUResult SUStringRelease(SUHandle* string) {
-    if (!string || !*string) return kNullInput;
-    delete static_cast<StringObject*>(*string);
-    *string = nullptr;
-    --liveHandles;
-    return kOk;
-}
-
-static SUResult openModel(SUHandle* model, const char* path, int32_t* loadStatus);
-
-STANDIN_EXPORT SUResult SUModelCreateFromFileWithStatus(SUHandle* model, const char* path,
-                                                        int32_t* loadStatus) {
-    if (!model || !path || !loadStatus) return kNullInput;
-    if (openModels.fetch_add(1) != 0) {
-        --openModels;
-        return kGeneric;
-    }
-    SUResult r = openModel(model, path, loadStatus);
-    if (r != kOk) --openModels;
-    return r;
+    return release<StringObject>(string);
 }
 
 static SUResult openModel(SUHandle* model, const char* path, int32_t* loadStatus) {
@@ -431,6 +408,18 @@ static SUResult openModel(SUHandle* model, const char* path, int32_t* loadStatus
     *loadStatus = open.value("loadStatus", 0);
     return kOk;
 }
+STANDIN_EXPORT SUResult SUModelCreateFromFileWithStatus(SUHandle* model, const char* path,
+                                                        int32_t* loadStatus) {
+    if (!model || !path || !loadStatus) return kNullInput;
+    if (openModels.fetch_add(1) != 0) {
+        --openModels;
+        return kGeneric;
+    }
+    SUResult r = openModel(model, path, loadStatus);
+    if (r != kOk) --openModels;
+    return r;
+}
+
 STANDIN_EXPORT SUResult SUModelRelease(SUHandle* model) {
     if (!model || !*model) return kNullInput;
     delete static_cast<Model*>(node(*model));
@@ -456,9 +445,7 @@ STANDIN_FIELD(SUMaterialIsDrawnTransparent, bool, "drawnTransparent")
 STANDIN_GET(SUMaterialGetType, int32_t, n->j.value("type", 0))
 STANDIN_HANDLE(SUMaterialGetTexture, texture, node(h)->texture)
 STANDIN_EXPORT SUResult SUTextureGetFileName(SUHandle texture, SUHandle* name) {
-    if (!texture) return kNullInput;
-    if (fails(texture, "SUTextureGetFileName")) return kGeneric;
-    return setString(name, node(texture)->j.value("fileName", ""));
+    return nameOf(texture, name, "SUTextureGetFileName", "fileName");
 }
 STANDIN_EXPORT SUResult SUTextureWriteToFile(SUHandle texture, const char* path) {
     if (!texture || !path) return kNullInput;
@@ -506,8 +493,8 @@ STANDIN_EXPORT SUResult SUEntitiesGetEdges(SUHandle entities, bool standaloneOnl
                                            SUHandle* out, size_t* count) {
     if (!entities) return kNullInput;
     // The reader wants the edges of faces too; this stand-in only has those of the scene.
-    if (standaloneOnly || fails(entities, "SUEntitiesGetEdges")) return kGeneric;
-    return list(node(entities)->edges, capacity, out, count);
+    if (standaloneOnly) return kGeneric;
+    return list(entities, "SUEntitiesGetEdges", node(entities)->edges, capacity, out, count);
 }
 
 STANDIN_GET(SUDrawingElementGetHidden, bool, n->j.is_object() && n->j.value("hidden", false))
@@ -521,16 +508,14 @@ STANDIN_EXPORT SUResult SUMeshHelperCreate(SUHandle* helper, SUHandle face) {
     ++liveHandles;
     return kOk;
 }
-STANDIN_EXPORT SUResult SUMeshHelperGetNumTriangles(SUHandle helper, size_t* count) {
-    if (!helper || !count) return kNullInput;
-    *count = static_cast<Helper*>(helper)->face->indices.size() / 3;
-    return kOk;
-}
-STANDIN_EXPORT SUResult SUMeshHelperGetNumVertices(SUHandle helper, size_t* count) {
-    if (!helper || !count) return kNullInput;
-    *count = static_cast<Helper*>(helper)->face->vertices.size();
-    return kOk;
-}
+#define STANDIN_MESH_COUNT(function, expression)                  \
+    STANDIN_EXPORT SUResult function(SUHandle h, size_t* count) { \
+        if (!h || !count) return kNullInput;                      \
+        *count = static_cast<Helper*>(h)->face->expression;       \
+        return kOk;                                               \
+    }
+STANDIN_MESH_COUNT(SUMeshHelperGetNumTriangles, indices.size() / 3)
+STANDIN_MESH_COUNT(SUMeshHelperGetNumVertices, vertices.size())
 #define STANDIN_MESH(function, type, member)                                                  \
     STANDIN_EXPORT SUResult function(SUHandle h, size_t capacity, type* out, size_t* count) { \
         if (!h) return kNullInput;                                                            \
@@ -549,11 +534,7 @@ STANDIN_EXPORT SUResult SUMeshHelperGetNormals(SUHandle helper, size_t capacity,
     return meshList(helper, "SUMeshHelperGetNormals", all, capacity, normals, count);
 }
 STANDIN_EXPORT SUResult SUMeshHelperRelease(SUHandle* helper) {
-    if (!helper || !*helper) return kNullInput;
-    delete static_cast<Helper*>(*helper);
-    *helper = nullptr;
-    --liveHandles;
-    return kOk;
+    return release<Helper>(helper);
 }
 
 STANDIN_HANDLE(SUFaceGetFrontMaterial, front, node(h)->hasFront)

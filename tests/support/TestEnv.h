@@ -36,19 +36,14 @@ class ScopedEnv {
   public:
     ScopedEnv(const char* name, const char* value) : name_(name) {
         if (const char* old = std::getenv(name)) old_ = old;
-        if (value)
-            ::setenv(name, value, 1);
-        else
-            ::unsetenv(name);
+        set(name, value);
     }
-    ~ScopedEnv() {
-        if (old_)
-            ::setenv(name_.c_str(), old_->c_str(), 1);
-        else
-            ::unsetenv(name_.c_str());
-    }
+    ~ScopedEnv() { set(name_.c_str(), old_ ? old_->c_str() : nullptr); }
 
   private:
+    static void set(const char* name, const char* value) {
+        value ? ::setenv(name, value, 1) : ::unsetenv(name);
+    }
     std::string name_;
     std::optional<std::string> old_;
 };

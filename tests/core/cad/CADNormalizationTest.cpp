@@ -29,7 +29,6 @@ SKPModel cadModel(std::vector<Float3> points, std::vector<Scene> scenes = {}) {
                     lo, hi, stats, info, std::nullopt, std::nullopt);
 }
 
-// A square outline of side `size` centred at (cx, cy).
 SKPModel square(float size, float cx = 0, float cy = 0) {
     float h = size / 2;
     return cadModel({{cx - h, cy - h, 0}, {cx + h, cy + h, 0}});
@@ -56,10 +55,8 @@ TEST(CADNormalization, farDrawingsMoveToTheOriginInPlan) {
         {500, 1100, 0, true}, {10, 150, 150, true},  // 212 m out along the diagonal
     };
     for (auto [size, cx, cy, moves] : cases) {
-        SKPModel before = square(size, cx, cy);
-        before.root.edges[0].positions[0].z = 1;
-        before.boundsMax.z = 1;
-        SKPModel m = normalizeCADModel(before);
+        const float h = size / 2;
+        SKPModel m = normalizeCADModel(cadModel({{cx - h, cy - h, 1}, {cx + h, cy + h, 0}}));
         const float distance = std::hypot(m.center().x, m.center().y);
         EXPECT_NEAR(distance, moves ? 0 : std::hypot(cx, cy), 1e-3) << cx;
         EXPECT_EQ(m.root.edges[0].positions[0].z, 1);  // height kept
@@ -68,11 +65,7 @@ TEST(CADNormalization, farDrawingsMoveToTheOriginInPlan) {
 
 TEST(CADNormalization, translateRootMovesRootOnly) {
     SKPModel m = square(10);
-    Definition child;
-    EdgeSet e;
-    e.positions = {{0, 0, 0}, {1, 0, 0}};
-    child.edges.push_back(e);
-    m.definitions.push_back(child);
+    m.definitions.push_back(cadModel({{0, 0, 0}, {1, 0, 0}}).root);
     Instance i;
     i.transform.m[0] = 2;
     m.root.children.push_back(i);

@@ -46,26 +46,26 @@ TEST(DXFCorpus, binaryAndASCIICopiesOfOneDrawingGiveOneModel) {
     if (!dir || !std::filesystem::exists(*dir / "dxf/acadsharp__sample_AC1009_binary.dxf"))
         GTEST_SKIP() << "corpus not present";
     for (const char* version : {"AC1009", "AC1018", "AC1032"}) {
+        SCOPED_TRACE(version);
         std::string stem = std::string("acadsharp__sample_") + version;
         SKPModel ascii = loadNative(*dir / "dxf" / (stem + "_ascii.dxf"));
         SKPModel binary = loadNative(*dir / "dxf" / (stem + "_binary.dxf"));
         // The ASCII copy rounds its numbers; everything else must agree.
         Stats a = ascii.stats, b = binary.stats;
         a.loadSeconds = b.loadSeconds = 0;
-        EXPECT_EQ(a, b) << version;
-        EXPECT_TRUE(ascii.layers == binary.layers) << version;
-        ASSERT_EQ(ascii.definitions.size(), binary.definitions.size()) << version;
+        EXPECT_EQ(a, b);
+        EXPECT_TRUE(ascii.layers == binary.layers);
+        ASSERT_EQ(ascii.definitions.size(), binary.definitions.size());
         for (size_t i = 0; i < ascii.definitions.size(); ++i)
-            EXPECT_EQ(ascii.definitions[i].name, binary.definitions[i].name) << version;
+            EXPECT_EQ(ascii.definitions[i].name, binary.definitions[i].name);
         for (int k = 0; k < 3; ++k) {
-            EXPECT_NEAR(ascii.boundsMin[k], binary.boundsMin[k], 1e-3) << version;
-            EXPECT_NEAR(ascii.boundsMax[k], binary.boundsMax[k], 1e-3) << version;
+            EXPECT_NEAR(ascii.boundsMin[k], binary.boundsMin[k], 1e-3);
+            EXPECT_NEAR(ascii.boundsMax[k], binary.boundsMax[k], 1e-3);
         }
-        EXPECT_GT(ascii.stats.edges, 0) << version;
+        EXPECT_GT(ascii.stats.edges, 0);
         // One frozen layer and one switched off.
         EXPECT_EQ(std::count_if(ascii.layers.begin(), ascii.layers.end(),
                                 [](const Layer& l) { return !l.isVisible; }),
-                  2)
-            << version;
+                  2);
     }
 }

@@ -30,7 +30,6 @@ std::string dxfText(const Tags& tags) {
     return s;
 }
 
-// An ENTITIES section around the given tags, after the header's, and EOF.
 std::string entitiesText(const Tags& body, const Tags& header = {}) {
     return dxfText(header + Tags{{0, "SECTION"}, {2, "ENTITIES"}} + body +
                    Tags{{0, "ENDSEC"}, {0, "EOF"}});
@@ -171,9 +170,7 @@ TEST(DXFNativeParser, entitiesDrawTheirSegmentsAndTriangles) {
         SKPModel m = parseDXF(entitiesText(c.tags));
         EXPECT_EQ(edgeCount(m.root), c.segments);
         EXPECT_EQ(triangleCount(m.root), c.triangles);
-        if (c.segments + c.triangles == 0) {
-            EXPECT_EQ(m.boundsMax, Float3{});
-        }
+        EXPECT_EQ(m.boundsMax == Float3{}, c.segments + c.triangles == 0);
     }
     EXPECT_EQ(parseDXF("").layers, (std::vector<Layer>{{"0", true, std::nullopt}}));
     // Regression: adding turns one by one to reach a huge start angle never ended.

@@ -145,9 +145,7 @@ TEST(SKPFileInfo, corpusFilesIdentifyAsTheirHeadersImply) {
         std::stringstream ss(line);
         for (std::string c; std::getline(ss, c, '\t');) cols.push_back(c);
         ASSERT_GE(cols.size(), 9u) << line;
-        const std::string& file = cols[0];
-        const std::string& detected = cols[6];
-        const std::string& format = cols[8];
+        const std::string &file = cols[0], &detected = cols[6], &format = cols[8];
         const std::string notes = cols.size() > 11 ? cols[11] : "";
         SCOPED_TRACE(file);
         auto info = SKPFileInfo::read(*corpus / file);
@@ -174,9 +172,7 @@ TEST(SKPFileInfo, corpusFilesIdentifyAsTheirHeadersImply) {
         EXPECT_EQ(info.isDWG(), format == "dwg");
         // "PNG thumbnail at byte N (WxH, S bytes)": the carve is those S bytes, an image.
         size_t at = notes.find("PNG thumbnail at byte");
-        if (format != "dwg") {
-            EXPECT_EQ(info.thumbnailPNG.has_value(), at != std::string::npos);
-        }
+        EXPECT_TRUE(format == "dwg" || info.thumbnailPNG.has_value() == (at != std::string::npos));
         if (info.thumbnailPNG && at != std::string::npos) {
             size_t comma = notes.find(", ", at);
             EXPECT_EQ(std::to_string(info.thumbnailPNG->size()) + " bytes)",

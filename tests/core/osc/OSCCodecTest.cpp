@@ -9,6 +9,7 @@
 
 using namespace vistrel;
 using namespace std::string_literals;
+using OSCCodec::decode;
 using OSCCodec::Message;
 using OSCCodec::Value;
 
@@ -54,10 +55,6 @@ const Value bang = Value::impulse();
 
 Packet bundle() {
     return Packet().str("#bundle").u64(1);
-}
-
-std::vector<Message> decode(const Bytes& b) {
-    return OSCCodec::decode(b);
 }
 
 }  // namespace

@@ -38,11 +38,6 @@ class SketchUpAPITest : public ::testing::Test {
         r.unityEditors = dir / "home/Unity/Hub/Editor";
         return r;
     }
-    std::vector<fs::path> frameworks(const SearchRoots& r) {
-        std::vector<fs::path> out;
-        for (const Location& l : candidates(r)) out.push_back(l.frameworkURL);
-        return out;
-    }
 
     test::TempDir dir;
     test::ScopedLanguage english{AppLanguage::en};
@@ -96,9 +91,10 @@ TEST_F(SketchUpAPITest, releasedAppIgnoresSdkVariableAndBundledOnlyStopsEarly) {
     EXPECT_EQ(candidates(released).size(), 2u);
 
     test::ScopedEnv only("VISTREL_BUNDLED_SDK_ONLY", "");  // set, even empty
-    EXPECT_EQ(
-        frameworks(roots()),
-        (std::vector<fs::path>{"/dev/sdk", dir / "prefix/lib/vistrel/SketchUpAPI.framework"}));
+    std::vector<fs::path> frameworks;
+    for (const Location& l : candidates(roots())) frameworks.push_back(l.frameworkURL);
+    EXPECT_EQ(frameworks, (std::vector<fs::path>{
+                              "/dev/sdk", dir / "prefix/lib/vistrel/SketchUpAPI.framework"}));
 }
 
 TEST_F(SketchUpAPITest, loadFunctionsNamesWhatIsMissing) {
