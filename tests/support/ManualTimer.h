@@ -10,9 +10,8 @@ namespace vistrel::test {
 
 class ManualTimer final : public viewport::RepeatingTimer {
   public:
-    void start(double interval, std::function<void()> callback) override {
+    void start(double, std::function<void()> callback) override {
         assert(!running_ && "starting a running timer");
-        interval_ = interval;
         callback_ = std::move(callback);
         running_ = true;
         ++starts_;
@@ -21,16 +20,13 @@ class ManualTimer final : public viewport::RepeatingTimer {
     void stop() override { running_ = false; }
     bool isRunning() const override { return running_; }
 
-    // One firing, as the event loop would deliver it; nothing when stopped.
     void fire() {
         if (running_) callback_();
     }
-    double interval() const { return interval_; }
     int starts() const { return starts_; }
 
   private:
     std::function<void()> callback_;
-    double interval_ = 0;
     bool running_ = false;
     int starts_ = 0;
 };

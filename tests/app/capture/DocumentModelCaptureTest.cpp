@@ -4,7 +4,6 @@
 #include <QGuiApplication>
 #include <QMimeData>
 
-#include <algorithm>
 #include <csignal>
 #include <fstream>
 #include <iterator>
@@ -52,10 +51,6 @@ class FakeWorkspace final : public app::Workspace {
 std::string readText(const fs::path& path) {
     std::ifstream in(path, std::ios::binary);
     return std::string(std::istreambuf_iterator<char>(in), {});
-}
-
-void writeBytes(const fs::path& path, const std::string& text) {
-    std::ofstream(path, std::ios::binary) << text;
 }
 
 viewport::Image patternImage(int width, int height) {
@@ -125,22 +120,20 @@ TEST_F(DocumentModelCaptureTest, captureWaitsForReadyWhileHandOverWorksFromTheHe
                    framework = app / "Contents/Frameworks/SketchUpAPI.framework";
     for (const auto& f : {framework, loose}) {
         fs::create_directories(f);
-        writeBytes(f / "SketchUpAPI", "");
+        std::ofstream(f / "SketchUpAPI").flush();
     }
-    struct Case {
-        const char* name;
-        std::optional<fs::path> sdk, expected;
-    } cases[] = {
+    using Path = std::optional<fs::path>;
+    const std::tuple<const char*, Path, Path> cases[] = {
         {"Sketchbook", {}, {}},
         {"SketchUp Make", {}, "/apps/one.desktop"},
         {"SketchUp Viewer", framework, app},
         {"SketchUp Viewer", loose, "/apps/one.desktop"},
     };
-    for (const Case& c : cases) {
-        ScopedEnv sdkEnv("VISTREL_SKETCHUP_SDK", c.sdk ? c.sdk->c_str() : nullptr);
-        workspace.applications = {{c.name, "/apps/one.desktop"}};
+    for (const auto& [name, library, expected] : cases) {
+        ScopedEnv sdkEnv("VISTREL_SKETCHUP_SDK", library ? library->c_str() : nullptr);
+        workspace.applications = {{name, "/apps/one.desktop"}};
         setFile("/plans/shed.skp");
-        EXPECT_EQ(doc().sketchUpApp(), c.expected) << c.name;
+        EXPECT_EQ(doc().sketchUpApp(), expected) << name;
     }
     doc().setInfo(std::nullopt);
     EXPECT_FALSE(doc().sketchUpApp());
@@ -228,12 +221,11 @@ TEST_F(DocumentModelCaptureTest, failedWriteShowsTheErrorAndKeepsTheOldFile) {
 
     // The disk fills while the new picture is written over an older one.
     const std::string old = "the older export";
-    writeBytes(dir / "old.png", old);
+    std::ofstream(dir / "old.png") << old;
     auto oldHandler = std::signal(SIGXFSZ, SIG_IGN);
     rlimit limit{};
     ::getrlimit(RLIMIT_FSIZE, &limit);
-    rlimit small = limit;
-    small.rlim_cur = 32;
+    const rlimit small{32, limit.rlim_max};
     ::setrlimit(RLIMIT_FSIZE, &small);
     EXPECT_NE(exportTo(dir / "old.png"), "");
     ::setrlimit(RLIMIT_FSIZE, &limit);
@@ -272,14 +264,14 @@ TEST_F(DocumentModelCaptureTest, desktopFindsSketchUpThroughItsEntriesAndCopiesP
         dataDirs("XDG_DATA_DIRS", root);
     const fs::path file = dir / "Maison v2.skp", script = dir / "open-with.sh",
                    sketchUp = dir / "applications" / "com.sketchup.SketchUp2024.desktop";
-    writeBytes(script,
-               "#!/bin/sh\nprintf '%s' \"$1\" > \"$1.tmp\" && mv \"$1.tmp\" \"$1.opened\"\n");
+    std::ofstream(script)
+        << "#!/bin/sh\nprintf '%s' \"$1\" > \"$1.tmp\" && mv \"$1.tmp\" \"$1.opened\"\n";
     fs::permissions(script, fs::perms::owner_all);
     fs::create_directories(sketchUp.parent_path());
-    writeBytes(sketchUp,
-               "[Desktop Entry]\nType=Application\nMimeType=application/octet-stream;\n"
-               "Name=SketchUp 2024\nExec=\"" +
-                   script.string() + "\" %f\n");
+    std::ofstream(sketchUp)
+        << "[Desktop Entry]\nType=Application\nMimeType=application/octet-stream;\n"
+           "Name=SketchUp 2024\nExec=\"" +
+               script.string() + "\" %f\n";
     setFile(file);
     EXPECT_EQ(doc().sketchUpApp(), sketchUp);
     doc().openInSketchUp();

@@ -2,9 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <array>
-#include <cmath>
-
 #include "DocumentModelFixture.h"
 #include "EventLoop.h"
 #include "ScopedLanguage.h"
@@ -155,24 +152,6 @@ TEST_F(DocumentModelTest, statusTextFollowsTheStateInBothLanguages) {
     EXPECT_TRUE(doc().isFreeFlying()) << "free fly from the viewport reaches the document";
 }
 
-TEST_F(DocumentModelTest, eyeHeightStandsOnTheGroundOrAFloatingModelAndKeepsTheHeading) {
-    for (auto [low, high, z] : {std::array{-0.1f, 3.f, 1.6f}, {2.f, 5.f, 3.6f}, {0.f, 1.f, 1.6f}}) {
-        model.reset();
-        doc().set(boxBetween(low, high));
-        doc().setCameraEyeHeight(1.6f);
-        EXPECT_NEAR(doc().viewport().cameraModelPosition().z, z, 1e-4) << low;
-    }
-    present(boxBetween(0, 3));
-    doc().viewport().setCameraPose(Float3{5, 5, 9}, 40.0f, -30.0f, std::nullopt);
-    doc().setCameraEyeHeight(1.6f);
-    EXPECT_TRUE(std::abs(doc().cameraPosition().x - 5) < 1e-4 &&
-                std::abs(doc().cameraYaw() - 40) < 1e-3 && std::abs(doc().cameraPitch()) < 1e-3);
-    model.reset();
-    doc().set(boxBetween(0, 4));
-    doc().centerCameraInModel();
-    EXPECT_EQ(doc().viewport().cameraModelPosition(), (Float3{0.5f, 0.5f, 2}));
-}
-
 TEST_F(DocumentModelTest, settingsComeFromPreferencesAreClampedAndGoBackButWireframeEdgesDoNot) {
     Preferences::setBool("showsEdges", false);
     Preferences::setAmbientOcclusionIntensity(1.25f);
@@ -247,13 +226,13 @@ TEST_F(DocumentModelTest, pointLightsStartAtTheCentreStepAsideAndTheLastStays) {
     EXPECT_EQ(doc().selectedPointLightIndex(), 0);
 }
 
-TEST_F(DocumentModelTest, commandsOutOfRangeOrWithoutAModelDoNothing) {
+TEST_F(DocumentModelTest, commandsOutOfRangeDoNothingAndAScenesCameraAndLayersApplyWhenItHasThem) {
     doc().nextScene();
     doc().setAllLayers(false);
     EXPECT_FALSE(doc().selectedScene());
     EXPECT_TRUE(doc().layerVisible().empty());
 
-    present(test::groupedModel(threeScenes()));
+    auto& scene = present(test::groupedModel(threeScenes()));
     int writes = 0;
     QObject::connect(&doc(), &DocumentModel::layerVisibleChanged, [&] { ++writes; });
     for (int bad : {-1, 4, 99}) {
@@ -270,9 +249,31 @@ TEST_F(DocumentModelTest, commandsOutOfRangeOrWithoutAModelDoNothing) {
     // A group's indices out of range are skipped, the others apply.
     doc().setLayerGroup(LayerGroup{"odd", "Odd", {1, 99, -3, 2}, {}}, false);
     EXPECT_EQ(doc().layerVisible(), (Visibility{true, false, false, true}));
+
+    doc().setAllLayers(true);
+    doc().toggleLayer(3);
+    const Float3 before = doc().viewport().cameraModelPosition();
+    doc().selectScene(1, false);
+    EXPECT_EQ(doc().layerVisible(), (Visibility{true, true, true, false}));
+    EXPECT_TRUE(!doc().viewport().rig().glide() &&
+                doc().viewport().cameraModelPosition() == before);
+    doc().selectScene(2, false);
+    EXPECT_EQ(doc().layerVisible(), Visibility(4, true)) << "an empty list shows every layer";
+
+    ASSERT_TRUE(doc().isPerspective());
+    doc().selectScene(0, false);
+    EXPECT_EQ(doc().selectedScene(), 0);
+    EXPECT_EQ(scene.hiddenLayers(), (std::set<int>{1, 2}));
+    EXPECT_FALSE(doc().isPerspective() || doc().activeStandardView());
+    const float quick = doc().viewport().rig().glide().value().duration;
+    settle();
+    EXPECT_LT(length(doc().cameraPosition() - Float3{20, -20, 10}), 1e-3);
+    shiftHeld = true;  // shift asks for the slow transition
+    doc().selectScene(0);
+    EXPECT_GT(doc().viewport().rig().glide().value().duration, 5 * quick);
 }
 
-TEST_F(DocumentModelTest, layerVisibilityIsKeptBeforeTheSceneAndReachesItAfter) {
+TEST_F(DocumentModelTest, layerVisibilityReachesTheSceneAndZoomShowsAndFramesHiddenLayers) {
     doc().set(test::groupedModel());
     doc().toggleLayer(2);
     EXPECT_TRUE(doc().layerVisible() == (Visibility{true, true, false, true}) &&
@@ -302,30 +303,20 @@ TEST_F(DocumentModelTest, layerVisibilityIsKeptBeforeTheSceneAndReachesItAfter) 
     EXPECT_EQ(doc().layerVisible(), (Visibility{true, true, false, false}));
     doc().soloLayerGroup(murs);
     EXPECT_EQ(doc().layerVisible(), Visibility(4, true));
-}
 
-TEST_F(DocumentModelTest, selectingASceneAppliesItsCameraAndLayersWhenItHasThem) {
-    auto& scene = present(test::groupedModel(threeScenes()));
     doc().toggleLayer(3);
     const Float3 before = doc().viewport().cameraModelPosition();
-    doc().selectScene(1, false);
-    EXPECT_EQ(doc().layerVisible(), (Visibility{true, true, true, false}));
-    EXPECT_TRUE(!doc().viewport().rig().glide() &&
-                doc().viewport().cameraModelPosition() == before);
-    doc().selectScene(2, false);
-    EXPECT_EQ(doc().layerVisible(), Visibility(4, true)) << "an empty list shows every layer";
+    doc().zoomToLayer(3, false);
+    EXPECT_TRUE(doc().layerVisible()[3]);
+    EXPECT_EQ(doc().viewport().cameraModelPosition(), before) << "an empty layer has no frame";
+    EXPECT_EQ(doc().activeStandardView(), viewport::StandardView::iso);
 
-    ASSERT_TRUE(doc().isPerspective());
-    doc().selectScene(0, false);
-    EXPECT_EQ(doc().selectedScene(), 0);
-    EXPECT_EQ(scene.hiddenLayers(), (std::set<int>{1, 2}));
-    EXPECT_FALSE(doc().isPerspective() || doc().activeStandardView());
-    const float quick = doc().viewport().rig().glide().value().duration;
-    settle();
-    EXPECT_LT(length(doc().cameraPosition() - Float3{20, -20, 10}), 1e-3);
-    shiftHeld = true;  // shift asks for the slow transition
-    doc().selectScene(0);
-    EXPECT_GT(doc().viewport().rig().glide().value().duration, 5 * quick);
+    const auto& toit = groupNamed(*doc().skp(), "Toit");
+    doc().setLayerGroup(toit, false);
+    doc().zoomToLayerGroup(toit, false);
+    EXPECT_TRUE(doc().layerVisible()[2] && !doc().activeStandardView());
+    EXPECT_NE(doc().viewport().cameraModelPosition(), before);
+    EXPECT_EQ(doc().cameraPosition(), doc().viewport().cameraModelPosition());
 }
 
 TEST_F(DocumentModelTest, nextAndPreviousSceneWrapAndStartFromTheEnds) {
@@ -379,21 +370,4 @@ TEST_F(DocumentModelTest, clickInTheViewportRevealsTheLayerInTheSidebar) {
     doc().setHoveredLayer(0);
     EXPECT_EQ(redraws, 1) << "hovering the same layer twice redraws once";
     EXPECT_EQ(doc().scene()->hoveredLayers(), (std::set<int>{0}));
-}
-
-TEST_F(DocumentModelTest, zoomToAHiddenLayerOrGroupShowsAndFramesIt) {
-    present(test::groupedModel());
-    doc().toggleLayer(3);
-    const Float3 before = doc().viewport().cameraModelPosition();
-    doc().zoomToLayer(3, false);
-    EXPECT_TRUE(doc().layerVisible()[3]);
-    EXPECT_EQ(doc().viewport().cameraModelPosition(), before) << "an empty layer has no frame";
-    EXPECT_EQ(doc().activeStandardView(), viewport::StandardView::iso);
-
-    const auto& toit = groupNamed(*doc().skp(), "Toit");
-    doc().setLayerGroup(toit, false);
-    doc().zoomToLayerGroup(toit, false);
-    EXPECT_TRUE(doc().layerVisible()[2] && !doc().activeStandardView());
-    EXPECT_NE(doc().viewport().cameraModelPosition(), before);
-    EXPECT_EQ(doc().cameraPosition(), doc().viewport().cameraModelPosition());
 }

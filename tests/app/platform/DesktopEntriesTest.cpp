@@ -25,7 +25,7 @@ std::string entryText(const std::string& name, const std::string& mimeTypes,
            " %f\nMimeType=" + mimeTypes + "\n" + extra;
 }
 
-TEST(DesktopEntriesTest, execFieldCodesBecomeTheFileAndQuotingIsUndone) {
+TEST(DesktopEntriesTest, execQuotingIsUndoneAndAnEntryKeepsTheUntranslatedNameOfItsGroup) {
     const fs::path file = "/tmp/Plans & coupes/r+1.dxf";
     const std::string path = file.string();
     const std::string url = "file:///tmp/Plans%20%26%20coupes/r%2B1.dxf";
@@ -48,9 +48,7 @@ TEST(DesktopEntriesTest, execFieldCodesBecomeTheFileAndQuotingIsUndone) {
         {"", {}},
     };
     for (const Case& c : cases) EXPECT_EQ(commandLine(c.exec, file), c.expected) << c.exec;
-}
 
-TEST(DesktopEntriesTest, entryKeepsTheUntranslatedNameOfItsOwnGroup) {
     auto entry = parseEntry(
         "# comment\n[Desktop Entry]\nVersion=1.5\nType=Application\n"
         "Name[fr]=Visionneuse\nName = SketchUp\\sViewer\nName=Second Name\n"
@@ -114,24 +112,6 @@ TEST(DesktopEntriesTest, applicationsComeInMimeappsOrderThenByFolder) {
 
     const auto first = app::DesktopEntries::applicationsFor({dxf}, dirs).at(0);
     EXPECT_EQ(first.file, dataDir / "applications/b-viewer.desktop");
-}
-
-TEST(DesktopEntriesTest, searchFoldersFollowTheBaseDirectoryRules) {
-    ScopedEnv home("HOME", "/home/ada");
-    {
-        ScopedEnv dataHome("XDG_DATA_HOME", nullptr), dataDirs("XDG_DATA_DIRS", ""),
-            configHome("XDG_CONFIG_HOME", "relative/config"),
-            configDirs("XDG_CONFIG_DIRS", nullptr), desktop("XDG_CURRENT_DESKTOP", nullptr);
-        auto dirs = SearchDirs::fromEnvironment();
-        EXPECT_EQ(dirs.data, (std::vector<fs::path>{"/home/ada/.local/share", "/usr/local/share/",
-                                                    "/usr/share/"}));
-        EXPECT_EQ(dirs.config, (std::vector<fs::path>{"/home/ada/.config", "/etc/xdg"}));
-    }
-    ScopedEnv dataHome("XDG_DATA_HOME", "/data"), dataDirs("XDG_DATA_DIRS", "/a:relative::/b"),
-        desktop("XDG_CURRENT_DESKTOP", "ubuntu:GNOME");
-    auto dirs = SearchDirs::fromEnvironment();
-    EXPECT_EQ(dirs.data, (std::vector<fs::path>{"/data", "/a", "/b"}));
-    EXPECT_EQ(dirs.desktops, (std::vector<std::string>{"ubuntu", "gnome"}));
 }
 
 }  // namespace

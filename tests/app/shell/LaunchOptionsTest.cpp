@@ -4,7 +4,7 @@
 
 using namespace vistrel::app;
 
-TEST(LaunchOptions, versionOutranksHelpAndFilesToOpenSkipOptionValues) {
+TEST(LaunchOptions, versionOutranksHelpFilesToOpenSkipOptionValuesAndModesAreParsed) {
     EXPECT_EQ(informationalText({"a.skp", "--help", "-v"}), versionLine());
     const auto help = informationalText({"-h"}).value_or("");
     EXPECT_TRUE(help.starts_with(versionLine()) && help.find("Usage") != help.npos) << help;
@@ -14,9 +14,7 @@ TEST(LaunchOptions, versionOutranksHelpAndFilesToOpenSkipOptionValues) {
     EXPECT_EQ(filesToOpen({"--lang", "en", "b.dxf", "--verbose", "c.dwg"}),
               (std::vector<std::string>{"b.dxf", "c.dwg"}));
     EXPECT_EQ(filesToOpen({"-psn_0_1"}), std::vector<std::string>{});
-}
 
-TEST(LaunchOptions, modeParsingTable) {
     using R = SnapshotRequest;
     const std::string out = "/tmp/vistrel-snapshot.png";
     struct Case {

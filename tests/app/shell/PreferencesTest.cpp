@@ -15,7 +15,7 @@ class PreferencesTest : public test::DocumentModelTest {
 
 }  // namespace
 
-TEST_F(PreferencesTest, removedKeysReadTheirDefaultsAndTheColourNeedsItsRed) {
+TEST_F(PreferencesTest, removedKeysReadTheirDefaultsTheColourNeedsItsRedAndThePortStaysInRange) {
     Preferences::setBool("showsEdges", false);
     EXPECT_FALSE(Preferences::boolValue("showsEdges"));
     store.remove("showsEdges");
@@ -27,9 +27,7 @@ TEST_F(PreferencesTest, removedKeysReadTheirDefaultsAndTheColourNeedsItsRed) {
     ASSERT_TRUE(store.flush());
     EXPECT_FLOAT_EQ(SettingsStore(store.path()).value("customBackdropB")->get<float>(), 1.0f);
     EXPECT_EQ(Preferences::customBackdropColor(), (Float3{0.5f, 0.25f, 1.0f}));
-}
 
-TEST_F(PreferencesTest, oscOutPortRules) {
     Preferences::setOscOutPort(70000);
     Preferences::setOscOutPort(0);
     EXPECT_EQ(Preferences::oscOutPort(), 9151) << "the default";

@@ -13,7 +13,6 @@
 #include "EventLoop.h"
 #include "ScopedLanguage.h"
 #include "documents/DocumentController.h"
-#include "documents/DocumentModel.h"
 #include "documents/SKPDocument.h"
 #include "ui/DocumentWindow.h"
 #include "ui/LayerPanel.h"

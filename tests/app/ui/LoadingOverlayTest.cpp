@@ -41,7 +41,6 @@ std::string clipping(const LoadingOverlay& overlay) {
 
 class LoadingOverlayTest : public test::DocumentModelTest {
   protected:
-    // A fresh document in `state`, under a cover of `size`.
     std::unique_ptr<LoadingOverlay> cover(const SKPFileInfo& file, DocumentModel::State state,
                                           QSize size) {
         model.reset();

@@ -6,6 +6,7 @@
 #include <QtEvents>
 
 #include <string>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -34,7 +35,6 @@ std::uint16_t codeOf(Qt::Key key, std::uint32_t evdev, const char* text = "",
     return ViewportInput::keyEvent(event, 0, characters).keyCode;
 }
 
-// Phase and momentum phase of every record the sequence gives.
 std::vector<std::pair<GesturePhase, GesturePhase>> phasesOf(
     std::initializer_list<Qt::ScrollPhase> sequence) {
     ViewportInput::WheelState state;
@@ -49,7 +49,7 @@ std::vector<std::pair<GesturePhase, GesturePhase>> phasesOf(
 
 }  // namespace
 
-TEST(ViewportInputTest, mouseAndKeyRecordsCarryAppleModifiersAndMouseOnesABottomLeftOrigin) {
+TEST(ViewportInputTest, mouseAndKeyRecordsCarryAppleModifiersABottomLeftOriginAndRawDeltas) {
     QMouseEvent press(QEvent::MouseButtonPress, QPointF(10, 30), QPointF(110, 130), Qt::LeftButton,
                       Qt::LeftButton, Qt::ShiftModifier | Qt::AltModifier);
     const auto record = ViewportInput::mouseEvent(press, 100, {3, -4}, 2, 12.5);
@@ -72,9 +72,7 @@ TEST(ViewportInputTest, mouseAndKeyRecordsCarryAppleModifiersAndMouseOnesABottom
     const auto both = ViewportInput::modifiersAfterKey(ctrlDown);
     EXPECT_TRUE(ViewportInput::modifiersAfterKey(shiftDown).shift &&
                 !ViewportInput::modifiersAfterKey(shiftUp).shift && both.command && both.shift);
-}
 
-TEST(ViewportInputTest, rawDeltasCountScreenDownwardsAndSkipTheWarpEcho) {
     ViewportInput::PointerState state;
     EXPECT_EQ(ViewportInput::pointerDelta(state, {100, 100}), (Float2{0, 0}));
     EXPECT_EQ(ViewportInput::pointerDelta(state, {105, 112}), (Float2{5, 12}));
@@ -91,7 +89,7 @@ TEST(ViewportInputTest, rawDeltasCountScreenDownwardsAndSkipTheWarpEcho) {
     EXPECT_NEAR(ViewportInput::eventSeconds(clock, 0), 5.5, 0.5) << "runs on from the last stamp";
 }
 
-TEST(ViewportInputTest, wheelGivesLinesTrackpadPreciseDeltasAndScrollPhasesGesturePhases) {
+TEST(ViewportInputTest, wheelPinchAndRotateGiveDeltasAndGesturePhases) {
     ViewportInput::WheelState state;
     auto one = [&](const QWheelEvent& event) {
         const auto r = ViewportInput::wheelEvents(event, kHeight, 1, state);
@@ -138,15 +136,13 @@ TEST(ViewportInputTest, wheelGivesLinesTrackpadPreciseDeltasAndScrollPhasesGestu
     EXPECT_TRUE(lift.events[0].scrollingDelta == (Float2{0, 0}) &&
                 lift.events[1].scrollingDelta == (Float2{0, 9}))
         << "the lift moves nothing";
-}
 
-TEST(ViewportInputTest, pinchAndRotateCarryTheirPhases) {
-    ViewportInput::GestureState state;
+    ViewportInput::GestureState gesture;
     auto send = [&](Qt::NativeGestureType type, double value = 0) {
         const QNativeGestureEvent event(type, QPointingDevice::primaryPointingDevice(), 2,
                                         QPointF(50, 60), QPointF(50, 60), QPointF(150, 160), value,
                                         QPointF());
-        return ViewportInput::gestureEvent(event, kHeight, 2, state);
+        return ViewportInput::gestureEvent(event, kHeight, 2, gesture);
     };
     auto zoom = [&](Qt::NativeGestureType type, double value = 0) {
         return std::get<viewport::MagnifyEvent>(send(type, value));
@@ -156,8 +152,8 @@ TEST(ViewportInputTest, pinchAndRotateCarryTheirPhases) {
     EXPECT_TRUE(first.magnification == 0.1f && first.phase == GesturePhase::began &&
                 first.point == (Float2{50, 240}));
     EXPECT_EQ(zoom(Qt::ZoomNativeGesture, -0.05).phase, GesturePhase::changed);
-    const auto end = zoom(Qt::EndNativeGesture);
-    EXPECT_TRUE(end.phase == GesturePhase::ended && end.magnification == 0);
+    const auto lifted = zoom(Qt::EndNativeGesture);
+    EXPECT_TRUE(lifted.phase == GesturePhase::ended && lifted.magnification == 0);
 
     // Qt turns clockwise-positive, the view counter-clockwise; switching to zoom begins it.
     send(Qt::BeginNativeGesture);
@@ -171,23 +167,17 @@ TEST(ViewportInputTest, pinchAndRotateCarryTheirPhases) {
 // scan code (offscreen, synthesized) the Qt key is read as on a US layout; with neither the key
 // is unknown, which no rule of the view reacts to.
 TEST(ViewportInputTest, thePhysicalPositionDecidesWhateverTheLayoutTypes) {
-    struct Case {
-        int key;
-        std::uint32_t evdev;
-        std::uint16_t apple;
-    };
     using enum Qt::Key;
     // clang-format off
-    const Case cases[] = {
+    const std::tuple<int, std::uint32_t, std::uint16_t> cases[] = {
         {Key_W, 17, 0x0D},    {Key_Z, 17, 0x0D},     {Key_Q, 30, 0x00},        {Key_A, 16, 0x0C},
         {Key_W, 44, 0x06},    {Key_1, 2, 0x12},      {Key_Control, 29, 0x37},  {Key_Meta, 125, 0x3B},
         {Key_Up, 103, 0x7E},  {Key_W, 0, 0x0D},      {Key_Z, 0, 0x06},         {Key_Exclam, 0, 0x12},
         {Key_Down, 0, 0x7D},  {Key_Escape, 0, 0x35}, {Key_LaunchMail, 0, 0xFFFF},
     };
     // clang-format on
-    for (const Case& c : cases)
-        EXPECT_EQ(codeOf(Qt::Key(c.key), c.evdev), c.apple)
-            << "Qt " << c.key << ", evdev " << c.evdev;
+    for (auto [key, evdev, apple] : cases)
+        EXPECT_EQ(codeOf(Qt::Key(key), evdev), apple) << "Qt " << key << ", evdev " << evdev;
     EXPECT_EQ(codeOf(Qt::Key_1, 0, "1", Qt::KeypadModifier), 0x53) << "the keypad is its own block";
     EXPECT_FALSE(CameraRig::isMoveKey(KeyCodes::unknown));
     for (std::uint32_t keycode : {0u, 7u, 84u + 8, 100000u})

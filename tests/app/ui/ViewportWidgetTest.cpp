@@ -77,15 +77,7 @@ class ViewportWidgetTest : public test::DocumentModelTest {
 
 }  // namespace
 
-TEST_F(ViewportWidgetTest, theViewTakesTheWidgetsSizeInPointsAndOutlivesItsHooks) {
-    EXPECT_EQ(view().size(), (Float2{float(kWidth), float(kHeight)}));
-    view().setFreeFlying(true);
-    widget_.reset();
-    EXPECT_FALSE(view().onRedraw || view().onTakeFocus || view().snapshotter ||
-                 view().isFreeFlying() || view().cursorHides());
-}
-
-TEST_F(ViewportWidgetTest, dragsWheelAndPinchMoveTheCamera) {
+TEST_F(ViewportWidgetTest, dragsWheelPinchAndFlyingKeysMoveTheCamera) {
     present(test::groupedModel());
     auto before = pose();
     drag(Qt::LeftButton, {60, 0});
@@ -121,10 +113,8 @@ TEST_F(ViewportWidgetTest, dragsWheelAndPinchMoveTheCamera) {
                                  centre(), widget().mapToGlobal(centre()), value, QPointF()));
     EXPECT_GT(pose().yaw, before.yaw + 0.1f) << "fingers turned clockwise";
     EXPECT_LT(pose().distance, before.distance);
-}
 
-TEST_F(ViewportWidgetTest, flyingKeysAreHeldUntilReleasedAndOthersGoToTheWindow) {
-    present(test::groupedModel());
+    // Flying keys are held until released; the others go to the window.
     EXPECT_TRUE(key(QEvent::KeyPress, Qt::Key_W, xkbW, "w"));
     // X11 repeats as release-press pairs flagged as auto-repeat: still held.
     EXPECT_TRUE(key(QEvent::KeyRelease, Qt::Key_W, xkbW, "w", Qt::NoModifier, true));
@@ -142,7 +132,8 @@ TEST_F(ViewportWidgetTest, flyingKeysAreHeldUntilReleasedAndOthersGoToTheWindow)
     EXPECT_FALSE(key(QEvent::ShortcutOverride, Qt::Key_S, xkbS, "\x13", Qt::ControlModifier));
 }
 
-TEST_F(ViewportWidgetTest, losingFocusTheWindowOrTheWidgetReleasesKeysCursorAndFreeFly) {
+TEST_F(ViewportWidgetTest, losingFocusReleasesKeysCursorAndFreeFlyAndTheViewOutlivesItsHooks) {
+    EXPECT_EQ(view().size(), (Float2{float(kWidth), float(kHeight)})) << "in points";
     present(test::groupedModel());
     auto held = [&](QEvent&& event) {
         key(QEvent::KeyPress, Qt::Key_W, xkbW, "w");
@@ -165,6 +156,10 @@ TEST_F(ViewportWidgetTest, losingFocusTheWindowOrTheWidgetReleasesKeysCursorAndF
     send(QEvent(QEvent::Leave));
     EXPECT_FALSE(view().isFreeFlying() || doc().isFreeFlying() || view().cursorHides())
         << "left with no button held";
+    view().setFreeFlying(true);
+    widget_.reset();
+    EXPECT_FALSE(view().onRedraw || view().onTakeFocus || view().snapshotter ||
+                 view().isFreeFlying() || view().cursorHides());
 }
 
 TEST_F(ViewportWidgetTest, drawsTheCubeOverTheDarkBackgroundUnderADisplay) {

@@ -10,7 +10,7 @@
 using namespace vistrel;
 using namespace std::chrono_literals;
 
-TEST(SettingsStore, defaultsAnswerUntilStoredAndValuesSurviveARestartWithNoTemporaryFileLeft) {
+TEST(SettingsStore, defaultsAnswerUntilStoredValuesSurviveARestartAndACorruptFileIsKeptAside) {
     test::TempDir dir;
     auto file = dir / "sub" / "settings.json";
     {
@@ -26,10 +26,7 @@ TEST(SettingsStore, defaultsAnswerUntilStoredAndValuesSurviveARestartWithNoTempo
     EXPECT_TRUE(again.value("backdropStyle") == "studio" && !again.contains("showsGrid"));
     for (auto& e : std::filesystem::directory_iterator(file.parent_path()))
         EXPECT_TRUE(e.path() == file || e.path().extension() == ".lock") << e.path();
-}
 
-TEST(SettingsStore, corruptFileIsKeptAsideAndAnUnwritableFolderKeepsValuesPending) {
-    test::TempDir dir;
     for (const char* bad : {"{\"showsGrid\": tru", "[1, 2, 3]", "\xff\xfe garbage"}) {
         { std::ofstream(dir / "settings.json") << bad; }
         SettingsStore store(dir / "settings.json");
@@ -43,13 +40,13 @@ TEST(SettingsStore, corruptFileIsKeptAsideAndAnUnwritableFolderKeepsValuesPendin
     }
 
     std::ofstream(dir / "config") << "a file where the folder should be";
-    const auto file = dir / "config" / "settings.json";
-    SettingsStore store(file, 1h);
+    const auto blocked = dir / "config" / "settings.json";
+    SettingsStore store(blocked, 1h);
     store.set("showsGrid", true);
     EXPECT_TRUE(!store.flush() && store.value("showsGrid") == true);
     std::filesystem::remove(dir / "config");
     EXPECT_TRUE(store.flush());
-    EXPECT_EQ(SettingsStore(file).value("showsGrid"), true);
+    EXPECT_EQ(SettingsStore(blocked).value("showsGrid"), true);
 }
 
 // Two running copies used to rewrite the whole file from memory, each dropping the other's keys.
