@@ -8,9 +8,12 @@ namespace vistrel::test {
 std::atomic<bool> counting{false};
 std::atomic<long> allocations{0};
 
-void allocateOnce() {
+bool countsAllocations() {
+    counting = true;
     void* volatile p = ::operator new(16);
+    counting = false;
     ::operator delete(p);
+    return allocations.exchange(0) == 1;
 }
 
 }  // namespace vistrel::test
