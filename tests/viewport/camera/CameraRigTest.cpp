@@ -184,16 +184,12 @@ TEST_F(CameraRigTest, inertiaDecaysAlikeAtAnyFrameRateAndStopsTheTimerAtRest) {
 }
 
 TEST_F(CameraRigTest, keyFlightDirectionAndSpeed) {
-    struct Case {
-        std::vector<std::uint16_t> keys;
-        bool is2D, fast;
-        Float3 expected;  // displacement over 0.5 s at 2 m/s x speedScale 1.5
-    };
     const float s = 1.5f, diag = 1.5f / std::sqrt(2.0f);
     // Start pose looks along +Y, 30 degrees down; right is +X.
     const Pose start{{0, 0, 0}, pi / 2, -pi / 6, 1};
     const Float3 f = start.forward();
-    const std::vector<Case> cases = {
+    // Keys, 2D, fast, and the displacement over 0.5 s at 2 m/s x speedScale 1.5.
+    const std::vector<std::tuple<std::vector<std::uint16_t>, bool, bool, Float3>> cases = {
         {{keyW}, false, false, f * s},
         {{126}, false, false, f * s},  // arrow up
         {{keyS}, false, false, -f * s},
@@ -213,17 +209,17 @@ TEST_F(CameraRigTest, keyFlightDirectionAndSpeed) {
     rig.baseSpeed = 2;
     rig.speedScale = 1.5f;
     rig.pivot = Float3{7, 7, 7};
-    for (const Case& c : cases) {
-        SCOPED_TRACE(&c - cases.data());
+    for (const auto& [keys, is2D, fast, expected] : cases) {
+        SCOPED_TRACE(testing::Message() << testing::PrintToString(keys) << is2D << fast);
         rig.set(start);
         rig.keys.clear();
-        for (auto k : c.keys) rig.keys.insert(k);
-        rig.is2DMode = c.is2D;
-        rig.fast = c.fast;
+        for (auto k : keys) rig.keys.insert(k);
+        rig.is2DMode = is2D;
+        rig.fast = fast;
         changes = 0;
         rig.step(0.5f);
-        expectNear(rig.pose().position, c.expected);
-        EXPECT_EQ(changes, length(c.expected) > 0 ? 1 : 0);
+        expectNear(rig.pose().position, expected);
+        EXPECT_EQ(changes, length(expected) > 0 ? 1 : 0);
         EXPECT_EQ(rig.pose().yaw, start.yaw);
         EXPECT_EQ(*rig.pivot, (Float3{7, 7, 7}));
     }
