@@ -8,9 +8,12 @@ namespace vistrel::test {
 std::atomic<bool> counting{false};
 std::atomic<long> allocations{0};
 
-void allocateOnce() {
+bool countsAllocations() {
+    counting = true;
     void* volatile p = ::operator new(16);
+    counting = false;
     ::operator delete(p);
+    return allocations.exchange(0) == 1;
 }
 
 }  // namespace vistrel::test
@@ -18,39 +21,15 @@ void allocateOnce() {
 using vistrel::test::allocations;
 using vistrel::test::counting;
 
-namespace {
-
-void* allocate(std::size_t size) {
+// The array and nothrow forms default to these, so replacing these counts them too.
+void* operator new(std::size_t size) {
     if (counting.load(std::memory_order_relaxed)) allocations.fetch_add(1);
     if (void* p = std::malloc(size ? size : 1)) return p;
     throw std::bad_alloc();
 }
-
-}  // namespace
-
-void* operator new(std::size_t size) {
-    return allocate(size);
-}
-void* operator new[](std::size_t size) {
-    return allocate(size);
-}
-void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
-    if (counting.load(std::memory_order_relaxed)) allocations.fetch_add(1);
-    return std::malloc(size ? size : 1);
-}
-void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
-    if (counting.load(std::memory_order_relaxed)) allocations.fetch_add(1);
-    return std::malloc(size ? size : 1);
-}
 void operator delete(void* p) noexcept {
     std::free(p);
 }
-void operator delete[](void* p) noexcept {
-    std::free(p);
-}
 void operator delete(void* p, std::size_t) noexcept {
-    std::free(p);
-}
-void operator delete[](void* p, std::size_t) noexcept {
     std::free(p);
 }

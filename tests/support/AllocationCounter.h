@@ -9,8 +9,8 @@ namespace vistrel::test {
 extern std::atomic<bool> counting;
 extern std::atomic<long> allocations;
 
-// Exactly one heap allocation, out of the optimiser's reach (a new-expression whose result is
-// unused may be removed), to prove the counter counts before a zero from it is trusted.
-void allocateOnce();
+// Whether one heap allocation, out of the optimiser's reach, counts as exactly one; a zero from
+// the counter is trusted only after this. Leaves the count at zero.
+bool countsAllocations();
 
 }  // namespace vistrel::test

@@ -4,6 +4,7 @@
 
 #include <cmath>
 #include <numbers>
+#include <tuple>
 #include <vector>
 
 #include "ManualClock.h"
@@ -74,27 +75,24 @@ TEST_F(CameraRigTest, glideEasesAndEndsOnTheStepThatReachesItsDuration) {
 }
 
 TEST_F(CameraRigTest, glideYawTakesTheShortWayRound) {
-    struct Case {
-        float from, to, end;
-    };
-    const std::vector<Case> cases = {
+    const float cases[][3] = {
         {350 * degree, 10 * degree, 370 * degree},  // forwards through 0
         {10 * degree, 350 * degree, -10 * degree},  // backwards through 0
         {-170 * degree, 170 * degree, -190 * degree},
         {0, 4 * pi + 0.5f, 0.5f},  // whole turns are dropped
         {0.3f, INFINITY, 0.3f},    // a yaw that isn't finite doesn't move
     };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(testing::Message() << c.from << " -> " << c.to);
-        rig.set(Pose{{}, c.from, 0, 1});
-        rig.beginGlide(Pose{{}, c.to, 0, 1}, 1, 1, 1);
-        const float lo = std::min(c.from, c.end) - 1e-4f, hi = std::max(c.from, c.end) + 1e-4f;
+    for (const auto& [from, to, end] : cases) {
+        SCOPED_TRACE(testing::Message() << from << " -> " << to);
+        rig.set(Pose{{}, from, 0, 1});
+        rig.beginGlide(Pose{{}, to, 0, 1}, 1, 1, 1);
+        const float lo = std::min(from, end) - 1e-4f, hi = std::max(from, end) + 1e-4f;
         while (rig.glide()) {
             rig.step(0.05f);
             EXPECT_GE(rig.pose().yaw, lo);
             EXPECT_LE(rig.pose().yaw, hi);
         }
-        EXPECT_NEAR(rig.pose().yaw, c.end, 1e-4f);
+        EXPECT_NEAR(rig.pose().yaw, end, 1e-4f);
     }
 }
 
@@ -114,22 +112,19 @@ TEST_F(CameraRigTest, newGlideStartsFromWhereTheRunningOneHadComeAndZeroDuration
 }
 
 TEST_F(CameraRigTest, orbitPitchStopsAt89DegreesWithoutPullingPosesBeyondIt) {
-    struct Case {
-        float pitch, dPitch, expected;
-    };
-    const std::vector<Case> cases = {
+    const float cases[][3] = {
         {0, 2, 1.55334f},           {0, -2, -1.55334f},        {1.5707f, 0.01f, 1.5707f},
         {1.5707f, -0.01f, 1.5607f}, {-pi / 2, -0.1f, -pi / 2}, {-pi / 2, 0.1f, -pi / 2 + 0.1f},
         {0.3f, 0.2f, 0.5f},
     };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(testing::Message() << c.pitch << " + " << c.dPitch);
-        rig.set(Pose{{}, 0, c.pitch, 1});
-        rig.orbit(0, c.dPitch);
-        EXPECT_FLOAT_EQ(rig.pose().pitch, c.expected);
-        rig.set(Pose{{}, 0, c.pitch, 1});
-        rig.look(0, c.dPitch);
-        EXPECT_FLOAT_EQ(rig.pose().pitch, c.expected);
+    for (const auto& [pitch, dPitch, expected] : cases) {
+        SCOPED_TRACE(testing::Message() << pitch << " + " << dPitch);
+        rig.set(Pose{{}, 0, pitch, 1});
+        rig.orbit(0, dPitch);
+        EXPECT_FLOAT_EQ(rig.pose().pitch, expected);
+        rig.set(Pose{{}, 0, pitch, 1});
+        rig.look(0, dPitch);
+        EXPECT_FLOAT_EQ(rig.pose().pitch, expected);
     }
 }
 
@@ -151,24 +146,20 @@ TEST_F(CameraRigTest, orbitTurnsAroundTargetOrPivotKeepingDistance) {
 }
 
 TEST_F(CameraRigTest, orbitSpeedUsesTheEventIntervalWithinBounds) {
-    struct Case {
-        std::optional<double> first, second;
-        float expectedSpinX;
-    };
     const float d = 0.01f;
-    const std::vector<Case> cases = {
+    const std::tuple<std::optional<double>, double, float> cases[] = {
         {std::nullopt, 1.0, d * 60},  // no earlier event
         {1.0, 1.05, d / 0.05f},       // measured
         {1.0, 1.001, d * 120},        // a burst cannot exceed 1/120 s
         {1.0, 1.0, d * 60},           // same stamp
         {1.0, 0.9, d * 60},           // older stamp
     };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.expectedSpinX);
+    for (const auto& [first, second, spinX] : cases) {
+        SCOPED_TRACE(spinX);
         rig.set(Pose{});
-        if (c.first) rig.orbit(0.5f, 0, c.first);
-        rig.orbit(d, 0, c.second);
-        EXPECT_NEAR(rig.spin().x, c.expectedSpinX, c.expectedSpinX * 1e-3f);
+        if (first) rig.orbit(0.5f, 0, first);
+        rig.orbit(d, 0, second);
+        EXPECT_NEAR(rig.spin().x, spinX, spinX * 1e-3f);
     }
     // An orbit without a time stamp leaves the speed alone.
     rig.orbit(0.4f, 0.1f);
@@ -193,16 +184,12 @@ TEST_F(CameraRigTest, inertiaDecaysAlikeAtAnyFrameRateAndStopsTheTimerAtRest) {
 }
 
 TEST_F(CameraRigTest, keyFlightDirectionAndSpeed) {
-    struct Case {
-        std::vector<std::uint16_t> keys;
-        bool is2D, fast;
-        Float3 expected;  // displacement over 0.5 s at 2 m/s x speedScale 1.5
-    };
     const float s = 1.5f, diag = 1.5f / std::sqrt(2.0f);
     // Start pose looks along +Y, 30 degrees down; right is +X.
     const Pose start{{0, 0, 0}, pi / 2, -pi / 6, 1};
     const Float3 f = start.forward();
-    const std::vector<Case> cases = {
+    // Keys, 2D, fast, and the displacement over 0.5 s at 2 m/s x speedScale 1.5.
+    const std::vector<std::tuple<std::vector<std::uint16_t>, bool, bool, Float3>> cases = {
         {{keyW}, false, false, f * s},
         {{126}, false, false, f * s},  // arrow up
         {{keyS}, false, false, -f * s},
@@ -222,17 +209,17 @@ TEST_F(CameraRigTest, keyFlightDirectionAndSpeed) {
     rig.baseSpeed = 2;
     rig.speedScale = 1.5f;
     rig.pivot = Float3{7, 7, 7};
-    for (const Case& c : cases) {
-        SCOPED_TRACE(&c - cases.data());
+    for (const auto& [keys, is2D, fast, expected] : cases) {
+        SCOPED_TRACE(testing::Message() << testing::PrintToString(keys) << is2D << fast);
         rig.set(start);
         rig.keys.clear();
-        for (auto k : c.keys) rig.keys.insert(k);
-        rig.is2DMode = c.is2D;
-        rig.fast = c.fast;
+        for (auto k : keys) rig.keys.insert(k);
+        rig.is2DMode = is2D;
+        rig.fast = fast;
         changes = 0;
         rig.step(0.5f);
-        expectNear(rig.pose().position, c.expected);
-        EXPECT_EQ(changes, length(c.expected) > 0 ? 1 : 0);
+        expectNear(rig.pose().position, expected);
+        EXPECT_EQ(changes, length(expected) > 0 ? 1 : 0);
         EXPECT_EQ(rig.pose().yaw, start.yaw);
         EXPECT_EQ(*rig.pivot, (Float3{7, 7, 7}));
     }

@@ -44,7 +44,7 @@ TEST(RendererAllocationTest, repeatedFramesAllocateNothing) {
     for (int i = 0; i < 3; ++i) renderer.renderOffscreen(frame, 96, 64);
     ASSERT_TRUE(renderer.statistics().ambientOcclusion);
     ASSERT_EQ(renderer.statistics().shadowViews, 3);
-    allocations = 0;
+    ASSERT_TRUE(vistrel::test::countsAllocations());
     counting = true;
     renderer.renderOffscreen(frame, 96, 64);
     renderer.renderOffscreen(frame, 96, 64);

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cmath>
 #include <numbers>
+#include <tuple>
 
 #include "ImageCompare.h"
 #include "ManualClock.h"
@@ -64,14 +65,11 @@ std::shared_ptr<Geometry> quad(Float3 origin, Float3 u, Float3 v) {
     g->positions = Buffer<Float3>(4);
     g->normals = Buffer<Float3>(4);
     g->indices = Buffer<uint32_t>(6);
-    const Float3 n = normalize(cross(u, v));
     const Float3 p[4] = {origin, origin + u, origin + u + v, origin + v};
-    for (int i = 0; i < 4; ++i) {
-        g->positions[size_t(i)] = p[i];
-        g->normals[size_t(i)] = n;
-    }
     const uint32_t idx[6] = {0, 1, 2, 0, 2, 3};
-    for (int i = 0; i < 6; ++i) g->indices[size_t(i)] = idx[i];
+    std::copy(p, p + 4, g->positions.data());
+    std::fill_n(g->normals.data(), 4, normalize(cross(u, v)));
+    std::copy(idx, idx + 6, g->indices.data());
     g->computeBounds();
     return g;
 }
@@ -220,13 +218,11 @@ class RendererSceneTest : public RendererTest {
         ground_ = plain({0.8f, 0.8f, 0.8f, 1});
         modelRoot_->addChild(node(quad({-5, -5, 0}, {10, 0, 0}, {0, 10, 0}), ground_));
         box_ = plain({0.7f, 0.3f, 0.2f, 1});
-        const Float3 o{-0.5f, -0.5f, 0};
-        modelRoot_->addChild(node(quad(o, {0, 1, 0}, {1, 0, 0}), box_));
-        modelRoot_->addChild(node(quad(o + Float3{0, 0, 1}, {1, 0, 0}, {0, 1, 0}), box_));
-        modelRoot_->addChild(node(quad(o, {1, 0, 0}, {0, 0, 1}), box_));
-        modelRoot_->addChild(node(quad(o + Float3{0, 1, 0}, {0, 0, 1}, {1, 0, 0}), box_));
-        modelRoot_->addChild(node(quad(o, {0, 0, 1}, {0, 1, 0}), box_));
-        modelRoot_->addChild(node(quad(o + Float3{1, 0, 0}, {0, 1, 0}, {0, 0, 1}), box_));
+        const Float3 o{-0.5f, -0.5f, 0}, x{1, 0, 0}, y{0, 1, 0}, z{0, 0, 1};
+        const std::tuple<Float3, Float3, Float3> faces[] = {
+            {o, y, x}, {o + z, x, y}, {o, x, z}, {o + y, z, x}, {o, z, y}, {o + x, y, z}};
+        for (const auto& [corner, u, v] : faces)
+            modelRoot_->addChild(node(quad(corner, u, v), box_));
         background_ = Rendering::backdropImage(BackdropStyle::architecturalSky,
                                                Rendering::defaultCustomBackdropColor);
         sky_ = Rendering::skyImage(false);
@@ -581,26 +577,21 @@ TEST_F(RendererTest, corpusModelsMatchTheirBaselines) {
     using enum LightingMode;
     const char *egg = "assimp__PinkEggFromLW.dxf", *tray = "assimp__issue_2229.dxf",
                *plan = "bnortierdxf__Ceco.NET-Architecture-Tm-53.dxf";
-    struct Case {
-        const char *file, *baseline;
-        ShadingStyle style;
-        LightingMode mode;
-        bool grid;
-    } cases[] = {
+    const std::tuple<const char*, const char*, ShadingStyle, LightingMode, bool> cases[] = {
         {tray, "tray_sun_grid", textured, sun, true}, {egg, "egg_clay", clay, sun, false},
         {egg, "egg_xray", xray, sun, false},          {egg, "egg_wireframe", wireframe, sun, false},
         {egg, "egg_point", clay, point, false},       {plan, "plan_grid", textured, sun, true}};
     std::string loaded;
     SKPModel model;
-    for (const Case& c : cases) {
-        if (loaded != c.file) model = SKPReader::load(*corpus / "dxf" / c.file), loaded = c.file;
+    for (const auto& [file, baseline, style, mode, grid] : cases) {
+        if (loaded != file) model = SKPReader::load(*corpus / "dxf" / file), loaded = file;
         ViewportScene scene(model);
-        scene.setShadingStyle(c.style);
-        scene.setShowsGrid(c.grid);
-        scene.setLightingMode(c.mode);
-        scene.setSunElevationDegrees(c.file == tray ? 15 : 25);  // a tray's rim shadows its basin
-        if (c.file == tray) scene.setSunAzimuthDegrees(-30);     // in a wedge with a sharp end
-        if (c.mode == point) {  // two lamps outside the closed body
+        scene.setShadingStyle(style);
+        scene.setShowsGrid(grid);
+        scene.setLightingMode(mode);
+        scene.setSunElevationDegrees(file == tray ? 15 : 25);  // a tray's rim shadows its basin
+        if (file == tray) scene.setSunAzimuthDegrees(-30);     // in a wedge with a sharp end
+        if (mode == point) {                                   // two lamps outside the closed body
             const Float3 mid = (model.boundsMin + model.boundsMax) * 0.5f;
             const float d = length(model.boundsMax - model.boundsMin);
             scene.setPointLights(
@@ -608,7 +599,7 @@ TEST_F(RendererTest, corpusModelsMatchTheirBaselines) {
                  {Uuid::random(), "B", mid + Float3{0.35f, -0.25f, 0} * d, 0.5f, false}});
         }
         RenderFrame frame = frameOf(scene, 480, 320);
-        EXPECT_TRUE(test::matchesBaseline(renderer_->snapshot(frame, 480, 320), c.baseline));
+        EXPECT_TRUE(test::matchesBaseline(renderer_->snapshot(frame, 480, 320), baseline));
     }
 }
 

@@ -20,15 +20,7 @@ namespace {
 
 // Looks along +Y from the origin, distance 10: right is +X, up is +Z.
 CameraRig::Pose lookingAlongY() {
-    CameraRig::Pose pose;
-    pose.yaw = std::numbers::pi_v<float> / 2;
-    pose.pitch = 0;
-    pose.distance = 10;
-    return pose;
-}
-
-Projector perspective() {
-    return Projector::make(lookingAlongY(), true, 60, 1, 400, 300);
+    return {{0, 0, 0}, std::numbers::pi_v<float> / 2, 0, 10};
 }
 
 struct Walk {
@@ -60,7 +52,7 @@ Definition panel(int meshLayer, int edgeLayer, std::optional<int> material = std
 }  // namespace
 
 TEST(VectorPDFProjection, segmentsProjectThroughTheCentreAndAreClippedBehindTheEye) {
-    const Projector p = perspective();
+    const Projector p = Projector::make(lookingAlongY(), true, 60, 1, 400, 300);
     const float focal = float(150 / std::tan(30 * std::numbers::pi / 180));  // 60 degrees high
     std::vector<ProjectedEdge> out;
     // A point 10 m ahead and 1 m to the right lands focal / 10 points right of centre.
@@ -79,7 +71,7 @@ TEST(VectorPDFProjection, segmentsProjectThroughTheCentreAndAreClippedBehindTheE
 }
 
 TEST(VectorPDFProjection, trianglesSplitAtTheNearPlaneAndDropOffPage) {
-    const Projector p = perspective();
+    const Projector p = Projector::make(lookingAlongY(), true, 60, 1, 400, 300);
     struct Case {
         Float3 a, b, c;
         size_t pieces;

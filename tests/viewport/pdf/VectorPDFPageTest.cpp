@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <fstream>
 #include <regex>
+#include <tuple>
 
 #include "PageRaster.h"
 #include "TestEnv.h"
@@ -103,24 +104,19 @@ TEST(VectorPDFPage, unwritableDestinationReportsAndLeavesNothing) {
 TEST(VectorPDFPage, picturesMatchBaselines) {
     test::TempDir dir;
     const SKPModel synthetic = SyntheticModel::cube();
-    struct Case {
-        std::string name;
-        ShadingStyle style;
-        bool grid;
-        BackdropStyle backdrop;
-    } cases[] = {
-        {"pdf_synthetic_textured", ShadingStyle::textured, false, BackdropStyle::architecturalSky},
-        {"pdf_synthetic_clay_grid", ShadingStyle::clay, true, BackdropStyle::warmPaper},
-        {"pdf_synthetic_xray", ShadingStyle::xray, false, BackdropStyle::studioDark},
-        {"pdf_synthetic_wireframe", ShadingStyle::wireframe, true, BackdropStyle::studioDark},
-    };
-    for (const Case& c : cases) {
+    using enum ShadingStyle;
+    using enum BackdropStyle;
+    const std::tuple<const char*, ShadingStyle, bool, BackdropStyle> cases[] = {
+        {"pdf_synthetic_textured", textured, false, architecturalSky},
+        {"pdf_synthetic_clay_grid", clay, true, warmPaper},
+        {"pdf_synthetic_xray", xray, false, studioDark},
+        {"pdf_synthetic_wireframe", wireframe, true, studioDark}};
+    for (const auto& [name, style, grid, backdrop] : cases) {
         Options o = initialViewOptions(synthetic, kPage);
-        o.shadingStyle = c.style;
-        o.showsGrid = c.grid;
-        o.backdropStyle = c.backdrop;
-        const auto raster = render(synthetic, o, dir, c.name);
-        EXPECT_EQ(test::compareWithBaseline(raster, c.name), "") << c.name;
+        o.shadingStyle = style;
+        o.showsGrid = grid;
+        o.backdropStyle = backdrop;
+        EXPECT_EQ(test::compareWithBaseline(render(synthetic, o, dir, name), name), "") << name;
     }
 }
 

@@ -38,13 +38,11 @@ SKPModel fixtures(std::vector<std::pair<std::string, float>> named) {
 
 TEST(ViewportLights, sunElevationIsClampedBetweenFiveAndEightyEightDegrees) {
     ViewportScene s(SyntheticModel::cube());
-    struct Case {
-        float set, aimed;
-    } cases[] = {{90, 88}, {45, 45}, {0, 5}, {-30, 5}, {88, 88}, {5, 5}};
-    for (const Case& c : cases) {
-        s.setSunElevationDegrees(c.set);
-        EXPECT_NEAR(elevationDegrees(-shining(*s.sun())), c.aimed, 0.01f) << c.set;
-        EXPECT_FLOAT_EQ(s.sunElevationDegrees(), c.set);  // the slider keeps its value
+    const float cases[][2] = {{90, 88}, {45, 45}, {0, 5}, {-30, 5}, {88, 88}, {5, 5}};
+    for (const auto& [set, aimed] : cases) {
+        s.setSunElevationDegrees(set);
+        EXPECT_NEAR(elevationDegrees(-shining(*s.sun())), aimed, 0.01f) << set;
+        EXPECT_FLOAT_EQ(s.sunElevationDegrees(), set);  // the slider keeps its value
     }
     // The sun stands south-west, so its light travels north-east; the sky fill faces it.
     const Float3 sun = shining(*s.sun()), sky = shining(*s.skyFill());
@@ -97,16 +95,14 @@ TEST(ViewportLights, pointModeAddsOneLightOnceAndOnlyTwoCastShadows) {
 }
 
 TEST(ViewportLights, lightNamesMatchWholeWordsOnly) {
-    struct Case {
-        const char* name;
-        bool matches;
-    } cases[] = {{"Spotlight 3", false},       {"Spot 3", true},    {"DAYLIGHT lamp", false},
-                 {"Lumière_salon", true},      {"LUMIERE", true},   {"lamp post", true},
-                 {"Table lamp", true},         {"my_bulb_x", true}, {"bulbous", false},
-                 {"Highlight light", false},   {"", false},         {"Ampoule-E27", true},
-                 {"projecteur découpe", true}, {"Chair", false},    {"floor-light", true}};
-    for (const Case& c : cases)
-        EXPECT_EQ(ViewportScene::matchesLightName(c.name), c.matches) << c.name;
+    const std::pair<const char*, bool> cases[] = {
+        {"Spotlight 3", false},       {"Spot 3", true},    {"DAYLIGHT lamp", false},
+        {"Lumière_salon", true},      {"LUMIERE", true},   {"lamp post", true},
+        {"Table lamp", true},         {"my_bulb_x", true}, {"bulbous", false},
+        {"Highlight light", false},   {"", false},         {"Ampoule-E27", true},
+        {"projecteur découpe", true}, {"Chair", false},    {"floor-light", true}};
+    for (const auto& [name, matches] : cases)
+        EXPECT_EQ(ViewportScene::matchesLightName(name), matches) << name;
 }
 
 TEST(ViewportLights, fixturesAreFoundByNameSizeAndDistance) {

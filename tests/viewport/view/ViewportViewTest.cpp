@@ -4,6 +4,7 @@
 
 #include <cmath>
 #include <numbers>
+#include <tuple>
 #include <vector>
 
 #include "ManualClock.h"
@@ -110,17 +111,13 @@ TEST_F(ViewportViewTest, quickReleaseKeepsSpinningAndHesitantReleaseStopsDead) {
 }
 
 TEST_F(ViewportViewTest, clickThatMovedThreePointsSelectsAndFourOrAShiftClickDoesNot) {
-    struct Case {
-        Float2 step;
-        int moves;
-        Modifiers modifiers;
-        std::vector<int> selects;
-    } cases[] = {{{3, 0}, 1, {}, {1}}, {{4, 0}, 1, {}, {}}, {{0, 0}, 0, {.shift = true}, {}}};
-    for (const Case& c : cases) {
+    const std::tuple<float, int, Modifiers, std::vector<int>> cases[] = {
+        {3, 1, {}, {1}}, {4, 1, {}, {}}, {0, 0, {.shift = true}, {}}};
+    for (const auto& [step, moves, modifiers, selects] : cases) {
         present(floorModel());
         selected.clear();
-        leftDrag({480, 280}, c.step, c.moves, 0.1, c.modifiers);
-        EXPECT_EQ(selected, c.selects) << c.step.x;
+        leftDrag({480, 280}, {step, 0}, moves, 0.1, modifiers);
+        EXPECT_EQ(selected, selects) << step;
     }
     EXPECT_EQ(view.hoveredLayer(), 1);
 }

@@ -5,6 +5,7 @@
 #include <clocale>
 #include <cmath>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "ScopedLanguage.h"
@@ -13,21 +14,18 @@ using namespace vistrel;
 using namespace vistrel::viewport;
 
 TEST(RenderingTest, sliderAndLightIntensityInvertEachOtherWithClampsAndAnExactZero) {
-    struct Case {
-        double slider, max;
-        float power;
-    };
+    using Case = std::tuple<double, double, float>;  // slider, maximum, power
     const std::vector<Case> toPower = {
         {1.5, 4, 4}, {-0.2, 4, 0}, {0.00001, 4, 0}, {NAN, 4, 0}, {1, 2.5, 2.5f},
     };
-    for (const Case& c : toPower)
-        EXPECT_EQ(Rendering::sliderToLightIntensity(c.slider, c.max), c.power) << c.slider;
+    for (const auto& [slider, max, power] : toPower)
+        EXPECT_EQ(Rendering::sliderToLightIntensity(slider, max), power) << slider;
     EXPECT_GT(Rendering::sliderToLightIntensity(0.000011, 4), 0);
     const std::vector<Case> toSlider = {
         {0, 0, 2}, {0, -1, 2}, {1, 4, 9}, {0, 4, -1}, {0, 4, NAN}, {0, 1, 0.000001f},
     };
-    for (const Case& c : toSlider)
-        EXPECT_EQ(Rendering::lightIntensityToSlider(c.power, c.max), c.slider) << c.power;
+    for (const auto& [slider, max, power] : toSlider)
+        EXPECT_EQ(Rendering::lightIntensityToSlider(power, max), slider) << power;
     for (double m : {1.0, 2.0, 4.0, 0.3})
         for (double s : {0.5, 0.01, 0.9, 1.0})
             EXPECT_NEAR(
@@ -37,11 +35,7 @@ TEST(RenderingTest, sliderAndLightIntensityInvertEachOtherWithClampsAndAnExactZe
 }
 
 TEST(RenderingTest, lightPercentageReadsTheSameUnderAnyProcessLocale) {
-    struct Case {
-        float value;
-        const char *fr, *en;
-    };
-    const std::vector<Case> cases = {
+    const std::tuple<float, const char*, const char*> cases[] = {
         {0, "0 %", "0 %"},           {0.0004f, "0 %", "0 %"},     {-3, "0 %", "0 %"},
         {0.05f, "5,0 %", "5.0 %"},   {0.0005f, "0,1 %", "0.1 %"}, {0.0994f, "9,9 %", "9.9 %"},
         {0.5f, "50 %", "50 %"},      {0.126f, "13 %", "13 %"},    {1, "100 %", "100 %"},
@@ -52,10 +46,10 @@ TEST(RenderingTest, lightPercentageReadsTheSameUnderAnyProcessLocale) {
     const bool french = std::setlocale(LC_ALL, "fr_FR.UTF-8") != nullptr;
     for (AppLanguage language : {AppLanguage::fr, AppLanguage::en}) {
         test::ScopedLanguage scoped(language);
-        for (const Case& c : cases)
-            EXPECT_EQ(Rendering::formatLightPercentage(c.value),
-                      language == AppLanguage::fr ? c.fr : c.en)
-                << c.value;
+        for (const auto& [value, fr, en] : cases)
+            EXPECT_EQ(Rendering::formatLightPercentage(value),
+                      language == AppLanguage::fr ? fr : en)
+                << value;
     }
     std::setlocale(LC_ALL, saved.c_str());
     if (!french) GTEST_SKIP() << "fr_FR.UTF-8 is not installed; checked in the C locale only";
