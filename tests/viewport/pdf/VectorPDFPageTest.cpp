@@ -2,9 +2,9 @@
 // compared with baselines.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <fstream>
-#include <regex>
 #include <tuple>
 
 #include "PageRaster.h"
@@ -80,10 +80,14 @@ TEST(VectorPDFPage, pageSizesFallBackAndHaveFloors) {
 TEST(VectorPDFPage, documentNamesFileAndCreator) {
     test::TempDir dir;
     ASSERT_FALSE(exportInitialView(SyntheticModel::cube(), dir / "out.pdf"));
-    const std::string info = pdfInfo(dir / "out.pdf");
-    for (const char* line : {"Title: +Cube\n", "Creator: +Vistrel \xE2\x80\x94 Norvane Works\n",
-                             "Pages: +1\n", "Page size: +1440 x 900 pts\n"})
-        EXPECT_TRUE(std::regex_search(info, std::regex(line))) << line << info;
+    std::string info = pdfInfo(dir / "out.pdf");
+    // pdfinfo pads its values into a column; one space is enough to compare.
+    info.erase(
+        std::unique(info.begin(), info.end(), [](char a, char b) { return a == ' ' && b == ' '; }),
+        info.end());
+    for (const char* line : {"Title: Cube\n", "Creator: Vistrel \xE2\x80\x94 Norvane Works\n",
+                             "Pages: 1\n", "Page size: 1440 x 900 pts\n"})
+        EXPECT_NE(info.find(line), std::string::npos) << line << info;
 }
 
 TEST(VectorPDFPage, unwritableDestinationReportsAndLeavesNothing) {
