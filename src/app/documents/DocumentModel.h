@@ -126,6 +126,13 @@ class DocumentModel : public QObject {
     void setActiveStandardView(std::optional<viewport::StandardView> view);
     void setPerspective(bool perspective);
     void setCameraFocalLength(float mm);
+    // Each stores its field and sets the view; callers clamp to what they publish.
+    void setCameraFOV(float degrees);
+    void setCameraExposure(float offset);
+    void setCameraOrthoScale(float scale);
+    void setCameraSpeedScale(float scale);
+    // While ready: marks `view` active and flies there. Otherwise nothing.
+    void lookStandardView(viewport::StandardView view);
     void setCameraEyeHeight(float height);
     void centerCameraInModel();
     ClosedRange cameraDistanceRange();

@@ -83,6 +83,32 @@ void DocumentModel::setCameraFocalLength(float mm) {
     viewport_.setFieldOfView(fov);
 }
 
+void DocumentModel::setCameraFOV(float degrees) {
+    write(cameraFOV_, degrees, &DocumentModel::cameraFOVChanged);
+    viewport_.setFieldOfView(double(degrees));
+}
+
+void DocumentModel::setCameraExposure(float offset) {
+    write(cameraExposure_, offset, &DocumentModel::cameraExposureChanged);
+    viewport_.setExposureOffset(double(offset));
+}
+
+void DocumentModel::setCameraOrthoScale(float scale) {
+    write(cameraOrthoScale_, scale, &DocumentModel::cameraOrthoScaleChanged);
+    viewport_.setOrthographicScale(double(scale));
+}
+
+void DocumentModel::setCameraSpeedScale(float scale) {
+    write(cameraSpeedScale_, scale, &DocumentModel::cameraSpeedScaleChanged);
+    viewport_.setMovementSpeedScale(double(scale));
+}
+
+void DocumentModel::lookStandardView(StandardView view) {
+    if (!isReady()) return;
+    setActiveStandardView(view);
+    viewport_.look(view, true);
+}
+
 void DocumentModel::setCameraEyeHeight(float height) {
     write(activeStandardView_, std::nullopt, &DocumentModel::activeStandardViewChanged);
     float low = 0;

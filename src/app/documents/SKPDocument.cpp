@@ -321,9 +321,7 @@ void SKPDocument::perform(Action action, int tag) {
             break;
         case Action::lookStandard:
             if (ready && tag >= 0 && size_t(tag) < MainMenu::cameraViews().size()) {
-                const auto view = MainMenu::cameraViews()[size_t(tag)].view;
-                m.setActiveStandardView(view);
-                m.viewport().look(view, true);
+                m.lookStandardView(MainMenu::cameraViews()[size_t(tag)].view);
             }
             break;
     }
