@@ -88,8 +88,6 @@ class RemoteControlServer : public QObject {
     RemoteControlServer();
     ~RemoteControlServer() override;
 
-    void handleCameraOSC(const std::vector<std::string>& pieces, const OSCCodec::Message& message,
-                         DocumentModel& model);
     void onBonjourCollision();
 
     std::unique_ptr<OSCUDPServer> oscServer_;
