@@ -1,5 +1,6 @@
 #include "documents/DocumentController.h"
 
+#include <QApplication>
 #include <QFileDialog>
 #include <QString>
 #include <QWidget>
@@ -141,6 +142,14 @@ void DocumentController::openFiles(const std::vector<std::string>& paths) {
         openDocument(path, true, [](SKPDocument*, const std::optional<std::string>& error) {
             if (error) Workspace::current().presentError(*error);
         });
+}
+
+SKPDocument* DocumentController::currentDocument() const {
+    QWidget* active = QApplication::activeWindow();
+    if (!active) return nullptr;
+    for (SKPDocument* document : documents_)
+        if (document->window() == active) return document;
+    return nullptr;
 }
 
 void DocumentController::closeAll() {

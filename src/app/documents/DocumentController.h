@@ -50,6 +50,8 @@ class DocumentController : public QObject {
 
     const std::vector<SKPDocument*>& documents() const { return documents_; }
     SKPDocument* documentFor(const std::filesystem::path& url) const;
+    // The document whose window has the keyboard focus; null when none has.
+    SKPDocument* currentDocument() const;
     // Closes every document and waits for their loads to end, for a clean exit.
     void closeAll();
 

@@ -9,6 +9,7 @@
 #include <system_error>
 
 #include "model/SKPError.h"
+#include "remote/RemoteControlServer.h"
 #include "settings/Localization.h"
 #include "ui/DocumentWindow.h"
 #include "ui/MainMenu.h"
@@ -159,6 +160,7 @@ void SKPDocument::startLoading() {
                     deleteTextureFolder(textures);
                     return;
                 }
+                RemoteControlServer::shared().attachFeedbackIfNeeded(*model);
                 model->present(std::move(scene), secondsSince(start));
             },
             Qt::QueuedConnection);

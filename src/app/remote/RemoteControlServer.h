@@ -20,6 +20,7 @@
 
 #include "osc/OSCCodec.h"
 #include "osc/OSCQueryTree.h"
+#include "remote/RemoteJSON.h"
 
 namespace vistrel {
 class OSCUDPServer;
@@ -89,6 +90,7 @@ class RemoteControlServer : public QObject {
     ~RemoteControlServer() override;
 
     void onBonjourCollision();
+    RemoteJSON::Endpoints endpoints() const;
 
     std::unique_ptr<OSCUDPServer> oscServer_;
     uint16_t httpPort_ = defaultHTTPPort;

@@ -19,6 +19,7 @@
 
 #include "documents/DocumentController.h"
 #include "documents/SKPDocument.h"
+#include "remote/RemoteControlServer.h"
 #include "settings/Localization.h"
 #include "settings/SettingsStore.h"
 #include "settings/TemporaryFolder.h"
@@ -125,6 +126,7 @@ int runApplication(int argc, char** argv) {
     }
 
     removeStaleTextures();
+    RemoteControlServer::shared().start(std::nullopt, std::nullopt, true);
     installTrayIcon(application, controller);
     quitOnTerminationSignals(application);
     QObject::connect(&application, &QCoreApplication::aboutToQuit, &controller,

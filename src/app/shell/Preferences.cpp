@@ -108,13 +108,18 @@ void setOscOutHost(const std::string& host) {
     store().set("oscOutHost", host);
 }
 
+std::optional<uint16_t> parsePort(const char* text) {
+    if (!text || !*text) return std::nullopt;
+    if (*text == '+') ++text;
+    unsigned value = 0;
+    const char* end = text + std::strlen(text);
+    auto [ptr, ec] = std::from_chars(text, end, value);
+    if (ec != std::errc() || ptr != end || ptr == text || value > 65535) return std::nullopt;
+    return uint16_t(value);
+}
+
 uint16_t oscOutPort() {
-    if (const char* env = std::getenv("VISTREL_OSC_OUT_PORT"); env && *env) {
-        unsigned value = 0;
-        const char* end = env + std::strlen(env);
-        auto [ptr, ec] = std::from_chars(env, end, value);
-        if (ec == std::errc() && ptr == end && value <= 65535) return uint16_t(value);
-    }
+    if (auto port = parsePort(std::getenv("VISTREL_OSC_OUT_PORT"))) return *port;
     auto stored = store().storedValue("oscOutPort");
     if (stored && stored->is_number_integer()) {
         auto port = stored->get<int64_t>();

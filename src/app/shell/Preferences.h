@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 
 #include <nlohmann/json.hpp>
@@ -36,6 +37,9 @@ void setCustomBackdropColor(Float3 color);
 
 std::string backdropStyleRaw();
 void setBackdropStyleRaw(const std::string& raw);
+
+// A port number as the environment gives it: decimal, an optional leading "+", within 16 bits.
+std::optional<uint16_t> parsePort(const char* text);
 
 std::string oscOutHost();
 void setOscOutHost(const std::string& host);
