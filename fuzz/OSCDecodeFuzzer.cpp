@@ -7,6 +7,7 @@
 
 #include <cmath>
 #include <cstdint>
+#include <cstdlib>
 #include <filesystem>
 #include <memory>
 #include <string>
@@ -71,9 +72,17 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
     static char name[] = "osc_decode_fuzzer";
     static char* argv[] = {name, nullptr};
     static QApplication application(argc, argv);
-    // Preferences written by the routes go to a throw-away file, never the user's.
-    static SettingsStore store(std::filesystem::temp_directory_path() /
-                               ("vistrel-osc-fuzz-" + std::to_string(::getpid()) + ".json"));
+    // Preferences written by the routes go to a throw-away folder, never the user's. Removed
+    // at exit after the store's last flush: handlers registered before a static's construction
+    // run after its destructor.
+    static const std::filesystem::path folder =
+        std::filesystem::temp_directory_path() / ("vistrel-osc-fuzz-" + std::to_string(::getpid()));
+    std::filesystem::create_directories(folder);
+    std::atexit([] {
+        std::error_code ec;
+        std::filesystem::remove_all(folder, ec);
+    });
+    static SettingsStore store(folder / "settings.json");
     app::Preferences::setStore(&store);
     app::Preferences::registerDefaults();
     return 0;
