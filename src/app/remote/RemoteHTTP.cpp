@@ -38,8 +38,6 @@ constexpr double kOpenPatienceSeconds = 12.0;
 // PDF's own limit on a page side, in points.
 constexpr float kMaxPageSide = 14400;
 
-const char* const kNoDocument = "No .skp document is currently open";
-
 // The query's first key: "VALUE" of "VALUE&x=1", "HOST_INFO" of "HOST_INFO=1".
 std::string queryName(const std::string& query) {
     const std::string first = query.substr(0, query.find('&'));
@@ -199,6 +197,168 @@ bool listensOnLoopbackOnly() {
            Preferences::boolValue("apiLoopbackOnly");
 }
 
+// What a route leaves in the boxes of its request. Copies share the boxes, so an answer given
+// late, after an open, lands there too.
+struct Reply {
+    std::shared_ptr<HTTPResponseBoxes> boxes;
+
+    void write(const json& value, int status = 200) const {
+        boxes->status.set(status);
+        try {
+            boxes->body.set(RemoteJSON::bodyText(value));
+        } catch (const std::exception&) {
+            // The body keeps what it held.
+        }
+    }
+    void write(const std::vector<uint8_t>& bytes, const char* contentType) const {
+        boxes->body.set(std::string(bytes.begin(), bytes.end()));
+        boxes->contentType.set(contentType);
+    }
+};
+
+// The node at the path, or with a query name that one key of it.
+void replyOSCQuery(RemoteControlServer& server, const std::string& path, const std::string& name,
+                   const Reply& reply) {
+    const json root =
+        OSCQueryTree::rootJSON(server.oscQueryParameters(), "Vistrel 3D Viewer OSC Namespace");
+    const auto node = OSCQueryTree::nodeJSON(path, root);
+    if (!node) {
+        reply.write({{"error", "OSCQuery path not found"}, {"path", path}}, 404);
+    } else if (name.empty()) {
+        reply.write(*node);
+    } else if (node->contains(name)) {
+        reply.write({{name, (*node)[name]}});
+    } else {
+        reply.boxes->status.set(204);
+        reply.boxes->body.set("");
+    }
+}
+
+// True when the answer comes later, through `done`.
+bool replyOpen(RemoteControlServer& server, const json& args, const Reply& reply,
+               const std::function<void()>& done) {
+    const auto wanted = textArg(args, "path");
+    if (!wanted || wanted->empty()) {
+        reply.write({{"error", "Missing 'path' parameter"}}, 400);
+        return false;
+    }
+    std::error_code error;
+    const fs::path url = fs::absolute(expandTilde(*wanted), error);
+    const std::string resolved = url.string();
+    if (error || !fs::exists(url, error)) {
+        reply.write({{"error", "File does not exist: " + resolved}}, 400);
+        return false;
+    }
+    server.openDocumentAndWaitUntilReady(url, [&server, reply, resolved,
+                                               done](DocumentModel* model) {
+        if (model && model->isReady()) {
+            reply.write(
+                {{"ok", true}, {"path", resolved}, {"state", server.buildStateDictionary(model)}});
+        } else {
+            const auto* failed =
+                model ? std::get_if<DocumentModel::Failed>(&model->state()) : nullptr;
+            reply.write(
+                {{"ok", false},
+                 {"path", resolved},
+                 {"error", failed ? failed->description : "Failed or timed out loading .skp file"}},
+                500);
+        }
+        done();
+    });
+    return true;
+}
+
+void replySnapshot(RemoteControlServer& server, const Reply& reply) {
+    std::optional<std::vector<uint8_t>> png;
+    if (DocumentModel* model = server.activeModel(); model && model->isReady())
+        png = snapshotPNG(*model);
+    if (!png) {
+        SyntheticDocument cube;
+        png = snapshotPNG(cube.model);
+    }
+    if (png)
+        reply.write(*png, "image/png");
+    else
+        reply.write({{"error", "Could not capture viewport snapshot"}}, 500);
+}
+
+void replyPDF(RemoteControlServer& server, const json& args, const Reply& reply) {
+    const auto target = textArg(args, "path");
+    const fs::path file = target && !target->empty() ? expandTilde(*target) : fs::path();
+    if (!file.empty()) {
+        if (const auto refusal = refusedPDFPath(file))
+            return reply.write({{"error", *refusal}}, 400);
+    }
+    DocumentModel* model = server.activeModel();
+    std::unique_ptr<SyntheticDocument> cube;
+    if (!model || !model->isReady()) {
+        cube = std::make_unique<SyntheticDocument>();
+        model = &cube->model;
+    }
+    const auto pdf = model->renderVectorPDF(pageSizeArg(args));
+    if (!pdf) {
+        reply.write({{"error", "Failed to generate vector PDF"}}, 500);
+    } else if (file.empty()) {
+        reply.write(*pdf, "application/pdf");
+    } else if (const auto failure = AtomicFile::write(*pdf, file)) {
+        reply.write({{"error", *failure}}, 500);
+    } else {
+        reply.write(
+            {{"ok", true}, {"path", file.string()}, {"bytes", pdf->size()}, {"vector", true}});
+    }
+}
+
+// Every route but the open, in the order they are tried.
+void replyAtOnce(RemoteControlServer& server, const HTTPRequest& request, const Reply& reply) {
+    const std::string& method = request.method;
+    const std::string& path = request.path;
+    const json& args = request.args;
+    const std::string name = queryName(request.query);
+    const bool isRead = method == "GET" || method == "HEAD";
+    const bool isPost = method == "POST";
+
+    if (isRead && name == "HOST_INFO")
+        return reply.write(
+            OSCQueryTree::hostInfoJSON(RemoteControlServer::serviceName, server.oscPort()));
+    if (isRead && (path == "/" || path.starts_with("/vistrel")))
+        return replyOSCQuery(server, path, name, reply);
+    if (method == "GET" && (path == "/v1/state" || path == "/v1/status"))
+        return reply.write(server.buildStateDictionary());
+    if (method == "GET" && path == "/v1/help") return reply.write(server.buildHelpDictionary());
+    if (method == "GET" && path == "/v1/camera")
+        return reply.write(server.buildCameraDictionary(server.activeModel()));
+    if (method == "GET" && path == "/v1/snapshot.png") return replySnapshot(server, reply);
+    if ((method == "GET" || isPost) && path == "/v1/pdf") return replyPDF(server, args, reply);
+
+    const bool isCommand = isPost && (path == "/v1/camera" || path == "/v1/scene" ||
+                                      path == "/v1/layers" || path == "/v1/rendering");
+    if (!isCommand) return reply.write({{"error", "not found"}, {"path", path}}, 404);
+    DocumentModel* model = server.activeModel();
+    if (!model) {
+        reply.write(
+            {{"error", path == "/v1/camera" ? "No .skp document is currently open in Vistrel"
+                                            : "No .skp document is currently open"}},
+            400);
+    } else if (path == "/v1/camera") {
+        server.applyCameraJSON(args, *model);
+        reply.write({{"ok", true}, {"camera", server.buildCameraDictionary(model)}});
+    } else if (path == "/v1/scene") {
+        applyScene(args, *model);
+        const auto selected = model->selectedScene();
+        reply.write({{"ok", true},
+                     {"selectedScene", selected ? json(*selected) : json(nullptr)},
+                     {"camera", server.buildCameraDictionary(model)}});
+    } else if (path == "/v1/layers") {
+        applyLayers(args, *model);
+        reply.write({{"ok", true},
+                     {"visibleLayerCount", model->visibleLayerCount()},
+                     {"totalLayerCount", model->layerVisible().size()}});
+    } else {
+        server.applyRenderingJSON(args, *model);
+        reply.write({{"ok", true}, {"rendering", server.buildRenderingDictionary(model)}});
+    }
+}
+
 }  // namespace
 
 void RemoteControlServer::startHTTPServer(uint16_t port, int maxAttempts) {
@@ -234,167 +394,16 @@ void RemoteControlServer::handleHTTPConnection(const HTTPRequest& request,
     (void)answered->try_acquire_for(kMainThreadPatience);
 }
 
-namespace {
-
-// Every route of the API; true when the reply comes later, through `done`.
-bool route(RemoteControlServer& server, const HTTPRequest& request,
-           const std::shared_ptr<HTTPResponseBoxes>& boxes, const std::function<void()>& done) {
-    const auto writeJSON = [boxes](const json& value, int status = 200) {
-        boxes->status.set(status);
-        try {
-            boxes->body.set(RemoteJSON::bodyText(value));
-        } catch (const std::exception&) {
-            // The body keeps what it held.
-        }
-    };
-    const std::string& method = request.method;
-    const std::string& path = request.path;
-    const json& args = request.args;
-    const std::string name = queryName(request.query);
-    const bool isRead = method == "GET" || method == "HEAD";
-
-    if (isRead && name == "HOST_INFO") {
-        writeJSON(OSCQueryTree::hostInfoJSON(RemoteControlServer::serviceName, server.oscPort()));
-    } else if (isRead && (path == "/" || path.starts_with("/vistrel"))) {
-        const json root =
-            OSCQueryTree::rootJSON(server.oscQueryParameters(), "Vistrel 3D Viewer OSC Namespace");
-        const auto node = OSCQueryTree::nodeJSON(path, root);
-        if (!node) {
-            writeJSON({{"error", "OSCQuery path not found"}, {"path", path}}, 404);
-        } else if (name.empty()) {
-            writeJSON(*node);
-        } else if (node->contains(name)) {
-            writeJSON({{name, (*node)[name]}});
-        } else {
-            boxes->status.set(204);
-            boxes->body.set("");
-        }
-    } else if (method == "GET" && (path == "/v1/state" || path == "/v1/status")) {
-        writeJSON(server.buildStateDictionary());
-    } else if (method == "GET" && path == "/v1/help") {
-        writeJSON(server.buildHelpDictionary());
-    } else if (method == "GET" && path == "/v1/camera") {
-        writeJSON(server.buildCameraDictionary(server.activeModel()));
-    } else if (method == "POST" && path == "/v1/camera") {
-        if (DocumentModel* model = server.activeModel()) {
-            server.applyCameraJSON(args, *model);
-            writeJSON({{"ok", true}, {"camera", server.buildCameraDictionary(model)}});
-        } else {
-            writeJSON({{"error", "No .skp document is currently open in Vistrel"}}, 400);
-        }
-    } else if (method == "POST" && path == "/v1/open") {
-        const auto wanted = textArg(args, "path");
-        if (!wanted || wanted->empty()) {
-            writeJSON({{"error", "Missing 'path' parameter"}}, 400);
-        } else {
-            std::error_code error;
-            const fs::path url = fs::absolute(expandTilde(*wanted), error);
-            const std::string resolved = url.string();
-            if (error || !fs::exists(url, error)) {
-                writeJSON({{"error", "File does not exist: " + resolved}}, 400);
-            } else {
-                // Answered when the document is ready, failed or given up on.
-                server.openDocumentAndWaitUntilReady(url, [&server, writeJSON, resolved,
-                                                           done](DocumentModel* model) {
-                    if (model && model->isReady()) {
-                        writeJSON({{"ok", true},
-                                   {"path", resolved},
-                                   {"state", server.buildStateDictionary(model)}});
-                    } else {
-                        const auto* failed =
-                            model ? std::get_if<DocumentModel::Failed>(&model->state()) : nullptr;
-                        writeJSON({{"ok", false},
-                                   {"path", resolved},
-                                   {"error", failed ? failed->description
-                                                    : "Failed or timed out loading .skp file"}},
-                                  500);
-                    }
-                    done();
-                });
-                return true;
-            }
-        }
-    } else if (method == "POST" && path == "/v1/scene") {
-        if (DocumentModel* model = server.activeModel()) {
-            applyScene(args, *model);
-            const auto selected = model->selectedScene();
-            writeJSON({{"ok", true},
-                       {"selectedScene", selected ? json(*selected) : json(nullptr)},
-                       {"camera", server.buildCameraDictionary(model)}});
-        } else {
-            writeJSON({{"error", kNoDocument}}, 400);
-        }
-    } else if (method == "POST" && path == "/v1/layers") {
-        if (DocumentModel* model = server.activeModel()) {
-            applyLayers(args, *model);
-            writeJSON({{"ok", true},
-                       {"visibleLayerCount", model->visibleLayerCount()},
-                       {"totalLayerCount", model->layerVisible().size()}});
-        } else {
-            writeJSON({{"error", kNoDocument}}, 400);
-        }
-    } else if (method == "POST" && path == "/v1/rendering") {
-        if (DocumentModel* model = server.activeModel()) {
-            server.applyRenderingJSON(args, *model);
-            writeJSON({{"ok", true}, {"rendering", server.buildRenderingDictionary(model)}});
-        } else {
-            writeJSON({{"error", kNoDocument}}, 400);
-        }
-    } else if (method == "GET" && path == "/v1/snapshot.png") {
-        std::optional<std::vector<uint8_t>> png;
-        if (DocumentModel* model = server.activeModel(); model && model->isReady())
-            png = snapshotPNG(*model);
-        if (!png) {
-            SyntheticDocument cube;
-            png = snapshotPNG(cube.model);
-        }
-        if (png) {
-            boxes->body.set(std::string(png->begin(), png->end()));
-            boxes->contentType.set("image/png");
-        } else {
-            writeJSON({{"error", "Could not capture viewport snapshot"}}, 500);
-        }
-    } else if ((method == "GET" || method == "POST") && path == "/v1/pdf") {
-        const auto target = textArg(args, "path");
-        const fs::path file = target && !target->empty() ? expandTilde(*target) : fs::path();
-        const auto refusal = file.empty() ? std::nullopt : refusedPDFPath(file);
-        std::optional<std::vector<uint8_t>> pdf;
-        if (!refusal) {
-            DocumentModel* model = server.activeModel();
-            std::unique_ptr<SyntheticDocument> cube;
-            if (!model || !model->isReady()) {
-                cube = std::make_unique<SyntheticDocument>();
-                model = &cube->model;
-            }
-            pdf = model->renderVectorPDF(pageSizeArg(args));
-        }
-        if (refusal) {
-            writeJSON({{"error", *refusal}}, 400);
-        } else if (!pdf) {
-            writeJSON({{"error", "Failed to generate vector PDF"}}, 500);
-        } else if (file.empty()) {
-            boxes->body.set(std::string(pdf->begin(), pdf->end()));
-            boxes->contentType.set("application/pdf");
-        } else if (const auto failure = AtomicFile::write(*pdf, file)) {
-            writeJSON({{"error", *failure}}, 500);
-        } else {
-            writeJSON(
-                {{"ok", true}, {"path", file.string()}, {"bytes", pdf->size()}, {"vector", true}});
-        }
-    } else {
-        writeJSON({{"error", "not found"}, {"path", path}}, 404);
-    }
-    return false;
-}
-
-}  // namespace
-
 void RemoteControlServer::dispatchHTTPRequest(const HTTPRequest& request,
                                               const std::shared_ptr<HTTPResponseBoxes>& boxes,
                                               std::function<void()> done) {
     bool later = false;
     try {
-        later = route(*this, request, boxes, done);
+        // Nothing a client sends reaches an earlier route as an open: those are GET and HEAD.
+        if (request.method == "POST" && request.path == "/v1/open")
+            later = replyOpen(*this, request.args, Reply{boxes}, done);
+        else
+            replyAtOnce(*this, request, Reply{boxes});
     } catch (const std::exception& error) {
         // Our own fault, not the client's: the reply stands as far as it got.
         std::fprintf(stderr, "vistrel: %s %s: %s\n", request.method.c_str(), request.path.c_str(),
