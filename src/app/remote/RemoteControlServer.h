@@ -10,6 +10,7 @@
 #include <QPointer>
 
 #include <cstdint>
+#include <filesystem>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -20,6 +21,7 @@
 
 #include "osc/OSCCodec.h"
 #include "osc/OSCQueryTree.h"
+#include "remote/HTTPListener.h"
 #include "remote/RemoteJSON.h"
 
 namespace vistrel {
@@ -99,6 +101,26 @@ class RemoteControlServer : public QObject {
     bool bonjourRenameAttempted_ = false;
     bool isApplyingRemoteOSC_ = false;
     double lastFeedbackTime_ = 0;
+
+    // HTTP
+  public:
+    // One parsed request, on the main thread: writes the reply into `boxes`, then calls `done`,
+    // at once or, for an open, once the document is ready or failed or 12 s have passed.
+    void dispatchHTTPRequest(const HTTPRequest& request,
+                             const std::shared_ptr<HTTPResponseBoxes>& boxes,
+                             std::function<void()> done);
+    // Opens `url` in a window and calls `completion`, on the main thread, with its model once
+    // ready or failed, or as it stands after 12 s; null when the open itself failed.
+    void openDocumentAndWaitUntilReady(const std::filesystem::path& url,
+                                       std::function<void(DocumentModel*)> completion);
+
+  private:
+    // A connection thread's share of a request: the hop to the main thread, then a wait of at
+    // most 15 s, after which the reply goes out as the boxes then stand.
+    void handleHTTPConnection(const HTTPRequest& request,
+                              const std::shared_ptr<HTTPResponseBoxes>& boxes);
+
+    std::unique_ptr<HTTPListener> httpListener_;
 };
 
 }  // namespace vistrel::app

@@ -41,6 +41,7 @@ const nlohmann::json& defaults() {
         {"oscFeedbackEnabled", true},
         {"oscOutHost", "127.0.0.1"},
         {"oscOutPort", 9151},
+        {"apiLoopbackOnly", false},
     };
     return d;
 }
