@@ -2,9 +2,13 @@
 # Runs the DNS-SD publisher against a private avahi-daemon and D-Bus system bus, inside network,
 # mount and PID namespaces of its own where only a multicast loopback exists: nothing reaches a
 # real interface or the host's daemons, and everything started here dies with the namespace.
-# Usage: bonjour_namespace.sh PATH/TO/bonjour_tests. Exits 77 (skipped) where it cannot run.
+# Usage: bonjour_namespace.sh PATH/TO/bonjour_tests [PATH/TO/vistrel FILE]: with the program, a
+# client made of avahi-browse, oscsend, oscdump and curl then finds it, drives it and hears it.
+# Exits 77 (skipped) where it cannot run.
 set -euo pipefail
 publisher=$(realpath "$1")
+program=${2:+$(realpath "$2")}
+model=${3:+$(realpath "$3")}
 
 if [ -z "${VISTREL_IN_NAMESPACE:-}" ]; then
     for tool in unshare ip dbus-daemon avahi-daemon avahi-browse avahi-publish; do
@@ -13,7 +17,7 @@ if [ -z "${VISTREL_IN_NAMESPACE:-}" ]; then
     unshare --net --mount --pid --fork true 2>/dev/null ||
         { echo "SKIP: cannot make network, mount and PID namespaces (needs root)"; exit 77; }
     exec env VISTREL_IN_NAMESPACE=1 unshare --net --mount --pid --fork --kill-child --mount-proc \
-        bash "$0" "$publisher"
+        bash "$0" "$publisher" "$program" "$model"
 fi
 
 ip link set lo up
@@ -132,6 +136,7 @@ grep -q collision "$work/out" && fail "collision reported without one"
 
 # Somebody else holds the name: the publisher hears of it and moves to "Vistrel <http port>".
 avahi-publish -s Vistrel _oscjson._tcp 4000 >/dev/null 2>&1 3>&- &
+squatter=$!
 expect _oscjson._tcp ';Vistrel;_oscjson._tcp;local;.*;4000;'
 start_publisher
 publisher_pid=$!
@@ -142,4 +147,34 @@ expect _osc._udp ';Vistrel\\03217950;_osc._udp;local;.*;9150;'
 # Closing the publisher withdraws its adverts.
 stop_publisher "$publisher_pid"
 expect ! _osc._udp ';Vistrel\\03217950;'
+kill "$squatter"
+
+if [ -n "$program" ]; then
+    # Found by browsing alone: both adverts, and HOST_INFO names the advertised OSC port.
+    oscdump -L 19151 >"$work/feedback" 2>&1 3>&- &
+    QT_QPA_PLATFORM=offscreen VISTREL_SETTINGS_FILE="$work/settings.json" VISTREL_LANG=en \
+        VISTREL_OSC_OUT_PORT=19151 "$program" "$model" >"$work/program.log" 2>&1 3>&- &
+    expect _oscjson._tcp ';Vistrel;_oscjson._tcp;local;'
+    expect _osc._udp ';Vistrel;_osc._udp;local;'
+    osc_port=$(browse _osc._udp | grep ';Vistrel;' | head -1 | cut -d';' -f9)
+    http_port=$(browse _oscjson._tcp | grep ';Vistrel;' | head -1 | cut -d';' -f9)
+    echo "found Vistrel by browsing: OSC on $osc_port, HTTP on $http_port"
+    curl -s "http://127.0.0.1:$http_port/?HOST_INFO" | grep -q "\"OSC_PORT\" : $osc_port" ||
+        fail "HOST_INFO does not name OSC port $osc_port"
+    for _ in $(seq 50); do
+        curl -s "http://127.0.0.1:$http_port/v1/state" | grep -q '"isReady" : true' && break
+        sleep 0.2
+    done
+    # Driven on the advertised port; a move from elsewhere comes back as feedback.
+    oscsend 127.0.0.1 "$osc_port" /vistrel/style s wireframe
+    for _ in $(seq 20); do
+        curl -s "http://127.0.0.1:$http_port/vistrel/style?VALUE" | grep -q wireframe && break
+        sleep 0.1
+    done
+    curl -s "http://127.0.0.1:$http_port/vistrel/style?VALUE" | grep -q wireframe ||
+        fail "the style sent over OSC did not apply"
+    curl -s -X POST -d '{"yaw":40}' "http://127.0.0.1:$http_port/v1/camera" >/dev/null
+    for _ in $(seq 20); do grep -q 'orientation ff 40' "$work/feedback" && break; sleep 0.1; done
+    grep -q 'orientation ff 40' "$work/feedback" || fail "no camera feedback: $(cat "$work/feedback")"
+fi
 echo "PASS"
