@@ -20,6 +20,18 @@
 
 namespace vistrel::test {
 
+// What a shell command writes on its standard output.
+inline std::string commandOutput(const std::string& command) {
+    std::string text;
+    if (FILE* pipe = ::popen(command.c_str(), "r")) {
+        char buffer[4096];
+        for (size_t n; (n = std::fread(buffer, 1, sizeof buffer, pipe)) > 0;)
+            text.append(buffer, n);
+        ::pclose(pipe);
+    }
+    return text;
+}
+
 // A port that was free a moment ago, for one kind of socket.
 inline uint16_t freePort(int type) {
     int fd = ::socket(AF_INET, type, 0);

@@ -27,19 +27,8 @@ using test::RunningProgram;
 
 namespace {
 
-std::string output(const std::string& command) {
-    std::string text;
-    if (FILE* pipe = ::popen(command.c_str(), "r")) {
-        char buffer[4096];
-        for (size_t n; (n = std::fread(buffer, 1, sizeof buffer, pipe)) > 0;)
-            text.append(buffer, n);
-        ::pclose(pipe);
-    }
-    return text;
-}
-
 bool haveTool(const char* name) {
-    return !output(std::string("command -v ") + name).empty();
+    return !test::commandOutput(std::string("command -v ") + name).empty();
 }
 
 // oscdump on a port of its own, each line stamped with when it arrived.
@@ -56,7 +45,7 @@ class FeedbackListener {
         });
     }
     ~FeedbackListener() {
-        output("pkill -f 'oscdump -L " + std::to_string(port) + "'");
+        test::commandOutput("pkill -f 'oscdump -L " + std::to_string(port) + "'");
         reader_.join();
         ::pclose(pipe_);
     }
@@ -81,13 +70,13 @@ class RemoteProgramTest : public testing::Test {
             if (!haveTool(tool)) GTEST_SKIP() << tool << " is not installed";
     }
     json state(const RunningProgram& program) {
-        std::string body =
-            output("curl -s --max-time 5 http://127.0.0.1:" + std::to_string(program.httpPort) +
-                   "/v1/state");
+        std::string body = test::commandOutput("curl -s --max-time 5 http://127.0.0.1:" +
+                                               std::to_string(program.httpPort) + "/v1/state");
         return json::parse(body, nullptr, false);
     }
     void send(const RunningProgram& program, const std::string& addressAndArguments) {
-        output("oscsend 127.0.0.1 " + std::to_string(program.oscPort) + " " + addressAndArguments);
+        test::commandOutput("oscsend 127.0.0.1 " + std::to_string(program.oscPort) + " " +
+                            addressAndArguments);
     }
     // Waits until the state's value at `pointer` equals `expected`.
     bool waitFor(const RunningProgram& program, const std::string& pointer, const json& expected,
@@ -146,8 +135,8 @@ TEST_F(RemoteProgramTest, aShowControlClientDrivesTheProgramAndHearsItsCamera) {
     ASSERT_TRUE(waitFor(program, "/camera/yawDegrees", 15.0));
     std::this_thread::sleep_for(300ms);
     EXPECT_TRUE(feedback.take().empty()) << "an OSC move came back";
-    output("curl -s -X POST -d '{\"yaw\":40}' http://127.0.0.1:" +
-           std::to_string(program.httpPort) + "/v1/camera");
+    test::commandOutput("curl -s -X POST -d '{\"yaw\":40}' http://127.0.0.1:" +
+                        std::to_string(program.httpPort) + "/v1/camera");
     std::this_thread::sleep_for(500ms);
     auto lines = feedback.take();
     ASSERT_EQ(lines.size(), 4u);
