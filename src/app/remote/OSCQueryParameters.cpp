@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "documents/DocumentModel.h"
+#include "remote/RemoteValues.h"
 #include "view/ViewportView.h"
 #include "vocabulary/Rendering.h"
 
@@ -47,14 +48,6 @@ struct Readings {
 
 std::array<double, 3> widened(Float3 v) {
     return {double(v.x), double(v.y), double(v.z)};
-}
-
-// Clients read a signed heading; the arithmetic stays in 32-bit floats like the stored angle.
-float reducedDegrees(float degrees) {
-    float d = std::fmod(degrees, 360.0f);
-    if (d > 180) d -= 360;
-    if (d < -180) d += 360;
-    return d;
 }
 
 Readings readings(DocumentModel& m) {

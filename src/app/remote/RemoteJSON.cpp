@@ -13,6 +13,8 @@
 #include "camera/CameraRig.h"
 #include "documents/DocumentModel.h"
 #include "model/TextFolding.h"
+#include "remote/RemoteValues.h"
+#include "remote/RemoteWords.h"
 #include "settings/AppVersion.h"
 #include "settings/Localization.h"
 #include "shell/Preferences.h"
@@ -26,43 +28,6 @@ using viewport::ShadingStyle;
 using viewport::StandardView;
 
 namespace {
-
-// TODO(merge): use RemoteWords.h
-std::optional<ShadingStyle> styleFromWord(std::string_view word) {
-    static constexpr std::pair<std::string_view, ShadingStyle> words[] = {
-        {"textured", ShadingStyle::textured}, {"pbr", ShadingStyle::textured},
-        {"clay", ShadingStyle::clay},         {"blanc", ShadingStyle::clay},
-        {"white", ShadingStyle::clay},        {"xray", ShadingStyle::xray},
-        {"x-ray", ShadingStyle::xray},        {"wireframe", ShadingStyle::wireframe},
-        {"wire", ShadingStyle::wireframe},    {"filaire", ShadingStyle::wireframe}};
-    for (const auto& [w, style] : words)
-        if (w == word) return style;
-    return std::nullopt;
-}
-
-// TODO(merge): use RemoteWords.h
-std::optional<StandardView> standardViewFromWord(std::string_view word) {
-    static constexpr std::pair<std::string_view, StandardView> words[] = {
-        {"iso", StandardView::iso},        {"top", StandardView::top},
-        {"dessus", StandardView::top},     {"bottom", StandardView::bottom},
-        {"dessous", StandardView::bottom}, {"front", StandardView::front},
-        {"face", StandardView::front},     {"back", StandardView::back},
-        {"arriere", StandardView::back},   {"arrière", StandardView::back},
-        {"left", StandardView::left},      {"gauche", StandardView::left},
-        {"right", StandardView::right},    {"droite", StandardView::right}};
-    for (const auto& [w, view] : words)
-        if (w == word) return view;
-    return std::nullopt;
-}
-
-// TODO(merge): use RemoteWords.h
-// The raw names only: the short words of the OSC route are not taken over HTTP.
-std::optional<BackdropStyle> backdropFromRawName(std::string_view text) {
-    const std::string wanted = lowercased(text);
-    for (BackdropStyle style : viewport::allBackdropStyles)
-        if (lowercased(viewport::rawValue(style)) == wanted) return style;
-    return std::nullopt;
-}
 
 json triple(Float3 v) {
     return json::array({number(v.x), number(v.y), number(v.z)});
@@ -110,13 +75,6 @@ std::optional<Float3> tripleAt(const json& args, const char* key) {
     auto x = asNumber(&(*v)[0]), y = asNumber(&(*v)[1]), z = asNumber(&(*v)[2]);
     if (!x || !y || !z) return std::nullopt;
     return Float3{*x, *y, *z};
-}
-
-float reducedDegrees(float degrees) {
-    float d = std::fmod(degrees, 360.0f);
-    if (d > 180) d -= 360;
-    if (d < -180) d += 360;
-    return d;
 }
 
 bool layerIsVisible(const DocumentModel& model, const SKPModel& skp, int index) {
@@ -355,7 +313,7 @@ void applyCameraJSON(const json& args, DocumentModel& model) {
     auto word = lowercasedTextAt(args, "standardView");
     if (!word) word = lowercasedTextAt(args, "view");
     if (word)
-        if (auto standard = standardViewFromWord(*word)) model.lookStandardView(*standard);
+        if (auto standard = standardViewForWord(*word)) model.lookStandardView(*standard);
 
     if (auto perspective = boolAt(args, "perspective")) model.setPerspective(*perspective);
     if (auto fov = numberAt(args, "fov")) model.setCameraFOV(std::clamp(*fov, 10.0f, 120.0f));
@@ -407,7 +365,7 @@ void applyCameraJSON(const json& args, DocumentModel& model) {
 
 void applyRenderingJSON(const json& args, DocumentModel& model) {
     if (auto word = lowercasedTextAt(args, "style"))
-        if (auto style = styleFromWord(*word)) model.setShadingStyle(*style);
+        if (auto style = shadingStyleForWord(*word)) model.setShadingStyle(*style);
     if (auto edges = boolAt(args, "edges"); edges && *edges != model.showsEdges())
         model.toggleEdges();
     if (auto grid = boolAt(args, "grid"); grid && *grid != model.showsGrid()) model.toggleGrid();
@@ -446,7 +404,7 @@ void applyRenderingJSON(const json& args, DocumentModel& model) {
         model.togglePointLightGizmo();
 
     if (const json* v = member(args, "backdropStyle"); v && v->is_string())
-        if (auto style = backdropFromRawName(v->get_ref<const std::string&>()))
+        if (auto style = backdropStyleForRawName(v->get_ref<const std::string&>()))
             model.setBackdropStyle(*style);
     if (auto color = tripleAt(args, "backdropColor")) model.setCustomBackdropColor(*color);
 }

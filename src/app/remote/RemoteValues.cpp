@@ -18,8 +18,8 @@ float reducedDegrees(float degrees) {
 std::filesystem::path expandTilde(const std::string& path) {
     if (path.empty() || path[0] != '~') return path;
     const size_t slash = path.find('/');
-    const std::string user = path.substr(1, slash == std::string::npos ? std::string::npos
-                                                                       : slash - 1);
+    const std::string user =
+        path.substr(1, slash == std::string::npos ? std::string::npos : slash - 1);
     std::string home;
     if (user.empty()) {
         if (const char* env = std::getenv("HOME"); env && *env)

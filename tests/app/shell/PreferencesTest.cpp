@@ -36,9 +36,9 @@ TEST_F(PreferencesTest, removedKeysReadTheirDefaultsTheColourNeedsItsRedAndThePo
     struct Case {
         const char* env;
         uint16_t expected;
-    } cases[] = {{"9200", 9200}, {"0", 0},       {"65535", 65535}, {"65536", 9000},
-                 {"-1", 9000},   {"12ab", 9000}, {"", 9000},       {" 9200", 9000},
-                 {"+9200", 9200}, {"+", 9000},   {"++1", 9000}};
+    } cases[] = {{"9200", 9200},  {"0", 0},       {"65535", 65535}, {"65536", 9000},
+                 {"-1", 9000},    {"12ab", 9000}, {"", 9000},       {" 9200", 9000},
+                 {"+9200", 9200}, {"+", 9000},    {"++1", 9000}};
     for (const Case& c : cases) {
         test::ScopedEnv env("VISTREL_OSC_OUT_PORT", c.env);
         EXPECT_EQ(Preferences::oscOutPort(), c.expected) << "'" << c.env << "'";

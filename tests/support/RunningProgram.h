@@ -1,0 +1,109 @@
+// The real program in a child process, offscreen, on ports and a settings file of its own,
+// for tests that drive it the way a show-control client does. Stopped with SIGTERM at the end.
+#pragma once
+
+#include <netinet/in.h>
+#include <signal.h>
+#include <sys/socket.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <cstdio>
+#include <fstream>
+#include <map>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "TestEnv.h"
+
+namespace vistrel::test {
+
+// A port that was free a moment ago, for one kind of socket.
+inline uint16_t freePort(int type) {
+    int fd = ::socket(AF_INET, type, 0);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t length = sizeof address;
+    uint16_t port = 0;
+    if (::bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0 &&
+        ::getsockname(fd, reinterpret_cast<sockaddr*>(&address), &length) == 0)
+        port = ntohs(address.sin_port);
+    ::close(fd);
+    return port;
+}
+
+// Whether `pid` has a socket bound to `port` in /proc/pid/net/{udp,tcp} ("udp" or "tcp").
+inline bool hasBoundPort(pid_t pid, const char* protocol, uint16_t port) {
+    std::ifstream table("/proc/" + std::to_string(pid) + "/net/" + protocol);
+    char wanted[8];
+    std::snprintf(wanted, sizeof wanted, ":%04X ", port);
+    for (std::string line; std::getline(table, line);)
+        if (line.find(wanted) != std::string::npos) return true;
+    return false;
+}
+
+class RunningProgram {
+  public:
+    // Starts the program with `arguments` and `environment` laid over the test's own.
+    explicit RunningProgram(std::vector<std::string> arguments,
+                            std::map<std::string, std::string> environment = {})
+        : oscPort(freePort(SOCK_DGRAM)), httpPort(freePort(SOCK_STREAM)) {
+        environment.emplace("QT_QPA_PLATFORM", "offscreen");
+        environment.emplace("VISTREL_SETTINGS_FILE", (settings_ / "settings.json").string());
+        environment.emplace("XDG_RUNTIME_DIR", settings_.path().string());
+        environment.emplace("VISTREL_OSC_IN_PORT", std::to_string(oscPort));
+        environment.emplace("VISTREL_API_PORT", std::to_string(httpPort));
+        environment.emplace("VISTREL_LANG", "en");
+        pid_ = ::fork();
+        if (pid_ == 0) {
+            for (auto& [name, value] : environment) ::setenv(name.c_str(), value.c_str(), 1);
+            std::vector<char*> argv{const_cast<char*>(VISTREL_BINARY)};
+            for (auto& a : arguments) argv.push_back(a.data());
+            argv.push_back(nullptr);
+            ::execv(VISTREL_BINARY, argv.data());
+            ::_exit(127);
+        }
+    }
+    ~RunningProgram() {
+        if (pid_ <= 0 || exited_) return;
+        ::kill(pid_, SIGTERM);
+        for (int i = 0; i < 100; ++i) {
+            if (::waitpid(pid_, nullptr, WNOHANG) == pid_) return;
+            std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        }
+        ::kill(pid_, SIGKILL);
+        ::waitpid(pid_, nullptr, 0);
+    }
+    RunningProgram(const RunningProgram&) = delete;
+    RunningProgram& operator=(const RunningProgram&) = delete;
+
+    pid_t pid() const { return pid_; }
+    // Waits until the program has bound `port` for `protocol`; false after `seconds`.
+    bool waitForPort(const char* protocol, uint16_t port, double seconds = 20) const {
+        auto end = std::chrono::steady_clock::now() + std::chrono::duration<double>(seconds);
+        while (std::chrono::steady_clock::now() < end) {
+            if (hasBoundPort(pid_, protocol, port)) return true;
+            if (!running()) return false;
+            std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        }
+        return false;
+    }
+    bool running() const {
+        if (!exited_ && ::waitpid(pid_, nullptr, WNOHANG) == pid_) exited_ = true;
+        return !exited_;
+    }
+    const std::filesystem::path& folder() const { return settings_.path(); }
+
+    const uint16_t oscPort;
+    const uint16_t httpPort;
+
+  private:
+    TempDir settings_;
+    pid_t pid_ = -1;
+    mutable bool exited_ = false;
+};
+
+}  // namespace vistrel::test
