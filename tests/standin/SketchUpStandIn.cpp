@@ -7,7 +7,6 @@
 // materials, layers and definitions; a name starting with "?" is a handle the model does not know,
 // null is a null handle.
 #include <atomic>
-#include <cmath>
 #include <cstring>
 #include <deque>
 #include <fstream>

@@ -5,7 +5,6 @@
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 
-#include <cmath>
 #include <fstream>
 #include <map>
 #include <nlohmann/json.hpp>

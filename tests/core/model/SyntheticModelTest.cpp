@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <filesystem>
-
 using namespace vistrel;
 
 TEST(SyntheticModel, cubeGeometryIsClosedAndOutwardFacing) {
