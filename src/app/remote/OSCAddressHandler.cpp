@@ -62,11 +62,6 @@ std::optional<std::string> wordAt(const Message& m, int index) {
     return lowerCased(*s);
 }
 
-bool sameName(const std::string& a, const std::string& b) {
-    return QString::compare(QString::fromStdString(a), QString::fromStdString(b),
-                            Qt::CaseInsensitive) == 0;
-}
-
 std::optional<int> decimalIndex(const std::string& piece) {
     int n = 0;
     const char* end = piece.data() + piece.size();
@@ -78,31 +73,6 @@ std::optional<int> decimalIndex(const std::string& piece) {
 // With a wanted state, toggles only when it differs; without, always toggles.
 bool shouldToggle(std::optional<bool> wanted, bool current) {
     return !wanted || *wanted != current;
-}
-
-std::optional<int> sceneNamed(const DocumentModel& model, const std::string& name) {
-    const SKPModel* skp = model.skp();
-    if (!skp) return std::nullopt;
-    for (size_t i = 0; i < skp->scenes.size(); ++i)
-        if (sameName(skp->scenes[i].name, name)) return int(i);
-    return std::nullopt;
-}
-
-std::optional<int> layerNamed(const DocumentModel& model, const std::string& name) {
-    const SKPModel* skp = model.skp();
-    if (!skp) return std::nullopt;
-    for (size_t i = 0; i < skp->layers.size(); ++i)
-        if (sameName(skp->layers[i].name, name)) return int(i);
-    return std::nullopt;
-}
-
-// A copy: the commands below notify, and a listener may replace the model that holds it.
-std::optional<LayerGroup> groupNamed(const DocumentModel& model, const std::string& name) {
-    const SKPModel* skp = model.skp();
-    if (!skp) return std::nullopt;
-    for (const LayerGroup& group : skp->layerGroups())
-        if (sameName(group.name, name)) return group;
-    return std::nullopt;
 }
 
 void selectSceneNamed(const Message& m, DocumentModel& model) {

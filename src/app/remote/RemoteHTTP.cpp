@@ -22,6 +22,7 @@
 #include "platform/QtRepeatingTimer.h"
 #include "remote/RemoteControlServer.h"
 #include "remote/RemoteValues.h"
+#include "remote/RemoteWords.h"
 #include "shell/Preferences.h"
 #include "timing/SteadyClock.h"
 
@@ -42,11 +43,6 @@ constexpr float kMaxPageSide = 14400;
 std::string queryName(const std::string& query) {
     const std::string first = query.substr(0, query.find('&'));
     return first.substr(0, first.find('='));
-}
-
-bool sameName(const std::string& a, const std::string& b) {
-    return QString::compare(QString::fromStdString(a), QString::fromStdString(b),
-                            Qt::CaseInsensitive) == 0;
 }
 
 const json* member(const json& args, const char* key) {
@@ -84,21 +80,6 @@ std::optional<int> indexArg(const json& args, const char* key) {
     return int(d);
 }
 
-const LayerGroup* groupNamed(const DocumentModel& model, const std::string& name) {
-    if (!model.skp()) return nullptr;
-    for (const auto& group : model.skp()->layerGroups())
-        if (sameName(group.name, name)) return &group;
-    return nullptr;
-}
-
-std::optional<int> layerNamed(const DocumentModel& model, const std::string& name) {
-    if (!model.skp()) return std::nullopt;
-    const auto& layers = model.skp()->layers;
-    for (size_t i = 0; i < layers.size(); ++i)
-        if (sameName(layers[i].name, name)) return int(i);
-    return std::nullopt;
-}
-
 void applyScene(const json& args, DocumentModel& model) {
     if (const auto action = textArg(args, "action")) {
         if (*action == "next")
@@ -109,10 +90,7 @@ void applyScene(const json& args, DocumentModel& model) {
     }
     if (const auto index = indexArg(args, "index")) return model.selectScene(*index);
     if (const auto name = textArg(args, "name")) {
-        if (!model.skp()) return;
-        const auto& scenes = model.skp()->scenes;
-        for (size_t i = 0; i < scenes.size(); ++i)
-            if (sameName(scenes[i].name, *name)) return model.selectScene(int(i));
+        if (const auto index = sceneNamed(model, *name)) model.selectScene(*index);
     }
 }
 
@@ -120,7 +98,7 @@ void applyLayers(const json& args, DocumentModel& model) {
     if (const auto all = boolArg(args, "all")) return model.setAllLayers(*all);
     const auto visible = boolArg(args, "visible");
     if (const auto name = textArg(args, "group")) {
-        if (const LayerGroup* group = groupNamed(model, *name)) {
+        if (const auto group = groupNamed(model, *name)) {
             bool anyVisible = false;
             for (int i : group->layerIndices)
                 anyVisible |= i >= 0 && size_t(i) < model.layerVisible().size() &&
@@ -129,12 +107,12 @@ void applyLayers(const json& args, DocumentModel& model) {
         }
     }
     if (const auto name = textArg(args, "soloGroup")) {
-        if (const LayerGroup* group = groupNamed(model, *name)) return model.soloLayerGroup(*group);
+        if (const auto group = groupNamed(model, *name)) return model.soloLayerGroup(*group);
     }
     if (const auto solo = indexArg(args, "solo")) return model.soloLayer(*solo);
     if (const auto name = textArg(args, "solo")) {
         if (const auto layer = layerNamed(model, *name)) return model.soloLayer(*layer);
-        if (const LayerGroup* group = groupNamed(model, *name)) model.soloLayerGroup(*group);
+        if (const auto group = groupNamed(model, *name)) model.soloLayerGroup(*group);
         return;
     }
     std::optional<int> index = indexArg(args, "index");
@@ -164,7 +142,7 @@ std::optional<std::vector<uint8_t>> snapshotPNG(DocumentModel& model) {
 
 bool endsWithPDF(const fs::path& path) {
     const std::string name = path.filename().string();
-    return name.size() >= 4 && sameName(name.substr(name.size() - 4), ".pdf");
+    return name.size() >= 4 && lowerCased(name.substr(name.size() - 4)) == ".pdf";
 }
 
 bool startsWithPDFMagic(const fs::path& path) {

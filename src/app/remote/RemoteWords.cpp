@@ -1,8 +1,11 @@
 #include "remote/RemoteWords.h"
 
+#include <QString>
+
 #include <algorithm>
 #include <utility>
 
+#include "documents/DocumentModel.h"
 #include "model/TextFolding.h"
 
 namespace vistrel::app {
@@ -83,6 +86,39 @@ std::optional<LightingMode> lightingModeForWord(std::string_view lowerCasedWord)
         {"soleil", LightingMode::sun},
     };
     return lookUp(table, lowerCasedWord);
+}
+
+namespace {
+
+bool sameName(const std::string& a, const std::string& b) {
+    return QString::compare(QString::fromStdString(a), QString::fromStdString(b),
+                            Qt::CaseInsensitive) == 0;
+}
+
+}  // namespace
+
+std::optional<int> sceneNamed(const DocumentModel& model, const std::string& name) {
+    const SKPModel* skp = model.skp();
+    if (!skp) return std::nullopt;
+    for (size_t i = 0; i < skp->scenes.size(); ++i)
+        if (sameName(skp->scenes[i].name, name)) return int(i);
+    return std::nullopt;
+}
+
+std::optional<int> layerNamed(const DocumentModel& model, const std::string& name) {
+    const SKPModel* skp = model.skp();
+    if (!skp) return std::nullopt;
+    for (size_t i = 0; i < skp->layers.size(); ++i)
+        if (sameName(skp->layers[i].name, name)) return int(i);
+    return std::nullopt;
+}
+
+std::optional<LayerGroup> groupNamed(const DocumentModel& model, const std::string& name) {
+    const SKPModel* skp = model.skp();
+    if (!skp) return std::nullopt;
+    for (const LayerGroup& group : skp->layerGroups())
+        if (sameName(group.name, name)) return group;
+    return std::nullopt;
 }
 
 }  // namespace vistrel::app

@@ -7,6 +7,7 @@
 #include <string>
 #include <string_view>
 
+#include "model/SKPModel.h"
 #include "vocabulary/BackdropStyle.h"
 #include "vocabulary/LightingMode.h"
 #include "vocabulary/ShadingStyle.h"
@@ -27,5 +28,13 @@ std::optional<viewport::BackdropStyle> backdropStyleForRawName(std::string_view 
 std::optional<viewport::BackdropStyle> backdropStyleForWord(std::string_view word);
 // "point", "omni", "ponctuel", "sun", "soleil".
 std::optional<viewport::LightingMode> lightingModeForWord(std::string_view lowerCasedWord);
+
+class DocumentModel;
+
+// The first scene, layer or layer group of `model` with that name, without regard to case.
+std::optional<int> sceneNamed(const DocumentModel& model, const std::string& name);
+std::optional<int> layerNamed(const DocumentModel& model, const std::string& name);
+// A copy: the commands it is given to notify, and a listener may replace the model holding it.
+std::optional<LayerGroup> groupNamed(const DocumentModel& model, const std::string& name);
 
 }  // namespace vistrel::app

@@ -27,13 +27,7 @@ Reply curl(const RunningProgram& program, const std::string& options, const std:
     const std::string command = "curl -s -i --max-time 30 " + options +
                                 " 'http://127.0.0.1:" + std::to_string(program.httpPort) + path +
                                 "'";
-    std::string text;
-    if (FILE* pipe = ::popen(command.c_str(), "r")) {
-        char buffer[4096];
-        for (size_t n; (n = std::fread(buffer, 1, sizeof buffer, pipe)) > 0;)
-            text.append(buffer, n);
-        ::pclose(pipe);
-    }
+    const std::string text = commandOutput(command);
     Reply reply;
     const size_t end = text.find("\r\n\r\n");
     if (end == std::string::npos || std::sscanf(text.c_str(), "HTTP/1.1 %d", &reply.status) != 1)
