@@ -4,10 +4,7 @@
 
 #include <algorithm>
 #include <array>
-#include <charconv>
 #include <cmath>
-#include <cstdio>
-#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <vector>
