@@ -33,7 +33,7 @@ struct LoopbackSocket {
     }
     bool bound() const { return port != 0; }
     void sendTo(uint16_t to, const std::vector<uint8_t>& bytes) const {
-        const sockaddr_in a{AF_INET, htons(to), {htonl(INADDR_LOOPBACK)}, {}};
+        sockaddr_in a{AF_INET, htons(to), {htonl(INADDR_LOOPBACK)}, {}};
         ::sendto(fd, bytes.data(), bytes.size(), 0, reinterpret_cast<sockaddr*>(&a), sizeof a);
     }
     // Every message that arrives within `waitMs` of the last one.
