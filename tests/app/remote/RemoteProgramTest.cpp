@@ -25,10 +25,6 @@ using test::RunningProgram;
 
 namespace {
 
-bool haveTool(const char* name) {
-    return !test::commandOutput(std::string("command -v ") + name).empty();
-}
-
 // oscdump on a port of its own, each line stamped with when it arrived.
 class FeedbackListener {
   public:
@@ -65,7 +61,8 @@ class RemoteProgramTest : public testing::Test {
   protected:
     void SetUp() override {
         for (const char* tool : {"oscsend", "oscdump", "curl"})
-            if (!haveTool(tool)) GTEST_SKIP() << tool << " is not installed";
+            if (test::commandOutput(std::string("command -v ") + tool).empty())
+                GTEST_SKIP() << tool << " is not installed";
     }
     void send(const RunningProgram& program, const std::string& addressAndArguments) {
         test::commandOutput("oscsend 127.0.0.1 " + std::to_string(program.oscPort) + " " +
