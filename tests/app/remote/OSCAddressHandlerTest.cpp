@@ -47,12 +47,6 @@ class OSCAddressHandlerTest : public test::DocumentModelTest {
     static bool near(Float3 a, Float3 b) { return length(a - b) < 1e-3f; }
 };
 
-std::vector<Scene> scenes() {
-    return {Scene{"Plan", std::nullopt, std::vector<int>{1}},
-            Scene{"Coupe", std::nullopt, std::nullopt},
-            Scene{"Tout", std::nullopt, std::vector<int>{}}};
-}
-
 }  // namespace
 
 TEST_F(OSCAddressHandlerTest, addressesLoseEmptyPiecesAndOneLeadingVistrel) {
@@ -128,11 +122,11 @@ TEST_F(OSCAddressHandlerTest, togglesFlipWithoutArgumentAndFollowAWantedState) {
 }
 
 TEST_F(OSCAddressHandlerTest, scenesByIndexNameOrKeywordFallthrough) {
-    present(test::groupedModel(scenes()));
+    present(test::groupedModel(test::threeScenes()));
     play({{"/vistrel/scene", {2}, "/selectedScene", 2},
           {"/vistrel/scene", {"plan"}, "/selectedScene", 0},
           {"/scene/whatever", {2.0f}, "/selectedScene", 2},
-          {"/scene/name", {"COUPE"}, "/selectedScene", 1},
+          {"/scene/name", {"SANS CAMÉRA"}, "/selectedScene", 1},
           {"/scene/next", {}, "/selectedScene", 2},
           {"/scene/next", {}, "/selectedScene", 0},  // wraps
           {"/scene/previous", {}, "/selectedScene", 2}});
