@@ -49,6 +49,15 @@ inline SKPModel groupedModel(std::vector<Scene> scenes = {}) {
                     {0, 0, 0}, {7, 1, 1}, stats, info, std::nullopt, std::nullopt);
 }
 
+// Scenes for groupedModel: a plan with an ortho camera showing layers 1 and 2, one that sets
+// nothing, one that shows every layer.
+inline std::vector<Scene> threeScenes() {
+    const Camera ortho{{20, -20, 10}, {0, 0, 0}, {0, 0, 1}, false, 35, 8};
+    return {Scene{"Plan", ortho, std::vector<int>{1, 2}},
+            Scene{"Sans caméra", std::nullopt, std::nullopt},
+            Scene{"Tout", std::nullopt, std::vector<int>{}}};
+}
+
 class DocumentModelTest : public testing::Test {
   protected:
     void SetUp() override {

@@ -16,6 +16,8 @@
 #include <thread>
 #include <vector>
 
+#include <nlohmann/json.hpp>
+
 #include "TestEnv.h"
 
 namespace vistrel::test {
@@ -47,11 +49,12 @@ inline uint16_t freePort(int type) {
     return port;
 }
 
-// Whether `pid` has a socket bound to `port` in /proc/pid/net/{udp,tcp} ("udp" or "tcp").
-inline bool hasBoundPort(pid_t pid, const char* protocol, uint16_t port) {
+// Whether `pid` has a socket bound to `port` in /proc/pid/net/{udp,tcp} ("udp" or "tcp"), on
+// `address` when given ("0100007F" for 127.0.0.1, "00000000" for all interfaces).
+inline bool hasBoundPort(pid_t pid, const char* protocol, uint16_t port, const char* address = "") {
     std::ifstream table("/proc/" + std::to_string(pid) + "/net/" + protocol);
-    char wanted[8];
-    std::snprintf(wanted, sizeof wanted, ":%04X ", port);
+    char wanted[32];
+    std::snprintf(wanted, sizeof wanted, "%s:%04X ", address, port);
     for (std::string line; std::getline(table, line);)
         if (line.find(wanted) != std::string::npos) return true;
     return false;
@@ -106,6 +109,40 @@ class RunningProgram {
     bool running() const {
         if (!exited_ && ::waitpid(pid_, nullptr, WNOHANG) == pid_) exited_ = true;
         return !exited_;
+    }
+    struct Reply {
+        int status = 0;
+        std::string head, body;
+    };
+    // One curl exchange with the API: `options` go to curl as they stand.
+    Reply curl(const std::string& options, const std::string& path, int seconds = 30) const {
+        const std::string text =
+            commandOutput("curl -s -i --max-time " + std::to_string(seconds) + " " + options +
+                          " 'http://127.0.0.1:" + std::to_string(httpPort) + path + "'");
+        Reply reply;
+        const size_t end = text.find("\r\n\r\n");
+        if (end == std::string::npos ||
+            std::sscanf(text.c_str(), "HTTP/1.1 %d", &reply.status) != 1)
+            return reply;
+        reply.head = text.substr(0, end + 4);
+        reply.body = text.substr(end + 4);
+        return reply;
+    }
+    // The API's state, discarded when the program did not answer.
+    nlohmann::json state() const {
+        return nlohmann::json::parse(curl("", "/v1/state", 5).body, nullptr, false);
+    }
+    // Waits until the state's value at `pointer` equals `expected`.
+    bool waitForState(const std::string& pointer, const nlohmann::json& expected,
+                      double seconds = 10) const {
+        const nlohmann::json::json_pointer at(pointer);
+        auto end = std::chrono::steady_clock::now() + std::chrono::duration<double>(seconds);
+        while (std::chrono::steady_clock::now() < end) {
+            const nlohmann::json s = state();
+            if (!s.is_discarded() && s.contains(at) && s[at] == expected) return true;
+            std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        }
+        return false;
     }
     const std::filesystem::path& folder() const { return settings_.path(); }
 

@@ -66,4 +66,9 @@ inline std::filesystem::path baselinesDir() {
     return configuredDir("VISTREL_BASELINES_DIR", VISTREL_TEST_BASELINES_DIR);
 }
 
+// The descriptors this process holds open, for tests that watch for leaks.
+inline size_t openDescriptorCount() {
+    return size_t(std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {}));
+}
+
 }  // namespace vistrel::test

@@ -45,13 +45,6 @@ const LayerGroup& groupNamed(const SKPModel& model, const std::string& name) {
     throw std::runtime_error("no group " + name);
 }
 
-std::vector<Scene> threeScenes() {
-    const Camera ortho{{20, -20, 10}, {0, 0, 0}, {0, 0, 1}, false, 35, 8};
-    return {Scene{"Plan", ortho, std::vector<int>{1, 2}},
-            Scene{"Sans caméra", std::nullopt, std::nullopt},
-            Scene{"Tout", std::nullopt, std::vector<int>{}}};
-}
-
 using Visibility = std::vector<bool>;
 
 }  // namespace
@@ -232,7 +225,7 @@ TEST_F(DocumentModelTest, commandsOutOfRangeDoNothingAndAScenesCameraAndLayersAp
     EXPECT_FALSE(doc().selectedScene());
     EXPECT_TRUE(doc().layerVisible().empty());
 
-    auto& scene = present(test::groupedModel(threeScenes()));
+    auto& scene = present(test::groupedModel(test::threeScenes()));
     int writes = 0;
     QObject::connect(&doc(), &DocumentModel::layerVisibleChanged, [&] { ++writes; });
     for (int bad : {-1, 4, 99}) {
@@ -320,10 +313,10 @@ TEST_F(DocumentModelTest, layerVisibilityReachesTheSceneAndZoomShowsAndFramesHid
 }
 
 TEST_F(DocumentModelTest, nextAndPreviousSceneWrapAndStartFromTheEnds) {
-    doc().set(test::groupedModel(threeScenes()));
+    doc().set(test::groupedModel(test::threeScenes()));
     doc().previousScene(false);
     EXPECT_EQ(doc().selectedScene(), 2) << "back from none is the last";
-    doc().set(test::groupedModel(threeScenes()));
+    doc().set(test::groupedModel(test::threeScenes()));
     doc().nextScene(false);
     // While loading, the scene's layers are applied to the document alone.
     EXPECT_EQ(doc().layerVisible(), (Visibility{true, false, false, true}));

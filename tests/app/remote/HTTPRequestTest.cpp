@@ -8,10 +8,10 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
-#include <filesystem>
 #include <future>
 #include <thread>
 
+#include "TestEnv.h"
 #include "remote/HTTPListener.h"
 
 using namespace vistrel::app;
@@ -75,11 +75,6 @@ class ListenerTest : public ::testing::Test {
     uint16_t port_ = 0;
 };
 
-size_t openDescriptors() {
-    return size_t(std::distance(std::filesystem::directory_iterator("/proc/self/fd"),
-                                std::filesystem::directory_iterator()));
-}
-
 }  // namespace
 
 TEST(HTTPRequestReaderTest, headerAndBodyFollowContentLengthAcrossChunks) {
@@ -122,20 +117,13 @@ TEST(HTTPRequestReaderTest, requestLineGivesUpperCaseMethodDecodedPathAndRawQuer
     EXPECT_EQ(readWhole("GET /a% HTTP/1.1\r\n\r\n").path, "/a%");
     EXPECT_EQ(readWhole("GET ?HOST_INFO\r\n\r\n").query, "HOST_INFO");
     EXPECT_EQ(readWhole("GET\r\nHost: a b\r\n\r\n").method, "NONE");  // one word: no request
-
-    EXPECT_EQ(responseHead(204, "text/plain", 0),
-              "HTTP/1.1 204 No Content\r\nContent-Type: text/plain\r\n"
-              "Access-Control-Allow-Origin: *\r\nContent-Length: 0\r\nConnection: close\r\n\r\n");
-    EXPECT_STREQ(reasonPhrase(500), "Error");
 }
 
-TEST_F(ListenerTest, servesOneRequestPerConnectionAndHeadHasNoBody) {
+TEST_F(ListenerTest, servesOneRequestPerConnectionAndMovesUpFromABusyPort) {
     EXPECT_EQ(exchange(port_, "post /p?q HTTP/1.1\r\nContent-Length: 10\r\n\r\nabcd"),
               "HTTP/1.1 201 Error\r\nContent-Type: text/plain\r\n"
               "Access-Control-Allow-Origin: *\r\nContent-Length: 14\r\nConnection: close\r\n"
               "\r\nPOST /p|q|abcd");
-    EXPECT_TRUE(exchange(port_, "HEAD / HTTP/1.1\r\n\r\n")
-                    .ends_with("Content-Length: 0\r\nConnection: close\r\n\r\n"));
     EXPECT_EQ(exchange(port_, "NONSENSE\r\n\r\n"), "");
 
     // A busy port moves the next listener up; a stopped one accepts nothing more.
@@ -172,14 +160,15 @@ TEST_F(ListenerTest, stalledClientIsDroppedAfterTimeoutWithoutHoldingUpOthers) {
 }
 
 TEST_F(ListenerTest, abandonedConnectionsLeaveNoDescriptorBehind) {
-    const size_t before = openDescriptors();
+    const size_t before = vistrel::test::openDescriptorCount();
     for (int i = 0; i < 1000; ++i) {
         Client{port_};  // closed at once: the server reads 0
         // Kept under the backlog of 32: a full queue drops the handshake for a second.
         if (i % 16 == 15) std::this_thread::sleep_for(10ms);
     }
     // Served connections must close; poll, since their threads end in their own time.
-    for (int i = 0; i < 100 && openDescriptors() != before; ++i) std::this_thread::sleep_for(50ms);
-    EXPECT_EQ(openDescriptors(), before);
+    for (int i = 0; i < 100 && vistrel::test::openDescriptorCount() != before; ++i)
+        std::this_thread::sleep_for(50ms);
+    EXPECT_EQ(vistrel::test::openDescriptorCount(), before);
     EXPECT_TRUE(exchange(port_, "GET /after HTTP/1.1\r\n\r\n").ends_with("/after||"));
 }

@@ -2,20 +2,30 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <limits>
 
 #include "DocumentModelFixture.h"
+#include "remote/RemoteJSON.h"
 #include "remote/RemoteWords.h"
 
 using namespace vistrel;
 using namespace vistrel::app;
+using nlohmann::json;
 using OSCCodec::Value;
 using viewport::BackdropStyle;
 using viewport::LightingMode;
-using viewport::ShadingStyle;
 using viewport::StandardView;
 
 namespace {
+
+// One message, then the value the state holds at `pointer` afterwards.
+struct Step {
+    std::string address;
+    std::vector<Value> arguments;
+    std::string pointer;
+    json expected;
+};
 
 class OSCAddressHandlerTest : public test::DocumentModelTest {
   protected:
@@ -24,14 +34,18 @@ class OSCAddressHandlerTest : public test::DocumentModelTest {
         ASSERT_FALSE(pieces.empty());
         OSCAddressHandler::apply(pieces, {address, std::move(arguments)}, doc());
     }
+    // Read back through the state the API reports, with the layers' visibility at a glance.
+    void play(const std::vector<Step>& steps) {
+        for (size_t i = 0; i < steps.size(); ++i) {
+            send(steps[i].address, steps[i].arguments);
+            json state = RemoteJSON::stateDictionary(&doc(), {0, 0});
+            state["visibleLayers"] = doc().layerVisible();
+            EXPECT_EQ(state[json::json_pointer(steps[i].pointer)], steps[i].expected)
+                << "step " << i << ": " << steps[i].address;
+        }
+    }
     static bool near(Float3 a, Float3 b) { return length(a - b) < 1e-3f; }
 };
-
-std::vector<Scene> scenes() {
-    return {Scene{"Plan", std::nullopt, std::vector<int>{1}},
-            Scene{"Coupe", std::nullopt, std::nullopt},
-            Scene{"Tout", std::nullopt, std::vector<int>{}}};
-}
 
 }  // namespace
 
@@ -46,33 +60,24 @@ TEST_F(OSCAddressHandlerTest, addressesLoseEmptyPiecesAndOneLeadingVistrel) {
 TEST_F(OSCAddressHandlerTest, cameraRoutesMoveClampAndClearTheStandardView) {
     present(test::groupedModel());
     settle();
-    send("/vistrel/camera", {1.0f, 2.0f, 3.0f});
-    EXPECT_TRUE(near(doc().cameraPosition(), {1, 2, 3}));
-    send("/camera/pos", {4, "5", 6.0f});
-    send("/camera/z", {9.0f});
-    EXPECT_TRUE(near(doc().cameraPosition(), {4, 5, 9}));
-    send("/camera/pos", {1.0f, 2.0f});
-    EXPECT_TRUE(near(doc().cameraPosition(), {4, 5, 9})) << "a missing coordinate drops it";
-
-    send("/vistrel/camera/fov", {200.0f});
-    EXPECT_FLOAT_EQ(doc().cameraFOV(), 120);
-    send("/vistrel/camera/fov", {"35,5"});
-    EXPECT_FLOAT_EQ(doc().cameraFOV(), 35.5f);
-    send("/vistrel/camera/fov", {std::numeric_limits<float>::quiet_NaN()});
-    send("/vistrel/camera/fov", {"inf"});
-    send("/vistrel/camera/fov");
-    EXPECT_FLOAT_EQ(doc().cameraFOV(), 35.5f) << "not finite or missing: nothing";
-    send("/camera/speed", {0.01f});
-    send("/camera/exposure", {-10});
-    send("/camera/orthoscale", {0});
-    EXPECT_FLOAT_EQ(doc().cameraSpeedScale(), 0.0625f);
-    EXPECT_FLOAT_EQ(doc().cameraExposure(), -3);
-    EXPECT_FLOAT_EQ(doc().cameraOrthoScale(), 0.05f);
-
-    send("/vistrel/camera/eye_height");
-    EXPECT_NEAR(doc().cameraPosition().z, 1.7f, 1e-4) << "a low flat model stands on its base";
-    send("/camera/eyeheight", {2.5f});
-    EXPECT_NEAR(doc().cameraPosition().z, 2.5f, 1e-4);
+    play({
+        {"/vistrel/camera", {4, "5", 6.0f}, "/camera/position", {4, 5, 6}},
+        {"/camera/z", {9.0f}, "/camera/position", {4, 5, 9}},
+        // A missing coordinate drops the move; a number not finite or missing does nothing.
+        {"/camera/pos", {1.0f, 2.0f}, "/camera/position", {4, 5, 9}},
+        {"/camera/fov", {"35,5"}, "/camera/fovDegrees", 35.5},
+        {"/camera/fov", {std::nanf("")}, "/camera/fovDegrees", 35.5},
+        {"/camera/fov", {"inf"}, "/camera/fovDegrees", 35.5},
+        {"/camera/fov", {}, "/camera/fovDegrees", 35.5},
+        {"/camera/speed", {0.01f}, "/camera/speedScale", 0.0625},
+        {"/camera/exposure", {-10}, "/camera/exposure", -3},
+        {"/camera/orthoscale", {0}, "/camera/orthoScale", 0.05},
+        // A low flat model stands on its base.
+        {"/vistrel/camera/eye_height", {}, "/camera/position/2", 1.7},
+        {"/camera/eyeheight", {2.5f}, "/camera/position/2", 2.5},
+        {"/camera/unknown", {1}, "/camera/position/2", 2.5},
+        {"/camera/pos/extra", {1.0f, 1.0f, 1.0f}, "/camera/position/2", 2.5},
+    });
 
     send("/vistrel/camera/view", {"top"});
     settle();
@@ -83,76 +88,48 @@ TEST_F(OSCAddressHandlerTest, cameraRoutesMoveClampAndClearTheStandardView) {
     send("/camera/orbit");
     EXPECT_FALSE(doc().activeStandardView());
     EXPECT_TRUE(near(doc().cameraPosition(), before)) << "an orbit by nothing moves nothing";
-
-    send("/camera/unknown", {1});
-    send("/camera/pos/extra", {1.0f, 1.0f, 1.0f});
-    EXPECT_TRUE(near(doc().cameraPosition(), before));
-    const bool perspective = doc().isPerspective();
-    send("/camera/perspective");
-    EXPECT_NE(doc().isPerspective(), perspective);
+    play({{"/camera/perspective", {}, "/camera/isPerspective", false}});
 }
 
 TEST_F(OSCAddressHandlerTest, viewAndStyleWordsAreLowerCasedIncludingAccents) {
-    EXPECT_EQ(standardViewForWord(lowerCased("ARRIÈRE")), StandardView::back);
     send("/vistrel/camera/view", {"top"});
     EXPECT_FALSE(doc().activeStandardView()) << "views wait for a ready document";
     present(test::groupedModel());
-    send("/vistrel/camera/view", {"Arrière"});
+    send("/vistrel/camera/view", {"ARRIÈRE"});
     EXPECT_EQ(doc().activeStandardView(), StandardView::back);
     send("/camera/view", {"DESSOUS"});
-    EXPECT_EQ(doc().activeStandardView(), StandardView::bottom);
     send("/camera/view", {"nowhere"});
     EXPECT_EQ(doc().activeStandardView(), StandardView::bottom);
 
-    for (auto [word, style] : {std::pair{"Filaire", ShadingStyle::wireframe},
-                               {"PBR", ShadingStyle::textured},
-                               {"blanc", ShadingStyle::clay},
-                               {"X-Ray", ShadingStyle::xray}}) {
-        send("/style", {word});
-        EXPECT_EQ(doc().shadingStyle(), style) << word;
-    }
-    send("/style", {"Clay"});
-    send("/style", {"plastic"});
-    EXPECT_EQ(doc().shadingStyle(), ShadingStyle::clay);
+    play({{"/style", {"Filaire"}, "/rendering/shadingStyle", "wireframe"},
+          {"/style", {"PBR"}, "/rendering/shadingStyle", "textured"},
+          {"/style", {"blanc"}, "/rendering/shadingStyle", "clay"},
+          {"/style", {"X-Ray"}, "/rendering/shadingStyle", "xray"},
+          {"/style", {"plastic"}, "/rendering/shadingStyle", "xray"}});
 }
 
 TEST_F(OSCAddressHandlerTest, togglesFlipWithoutArgumentAndFollowAWantedState) {
-    const bool edges = doc().showsEdges();
-    send("/vistrel/edges");
-    EXPECT_NE(doc().showsEdges(), edges);
-    send("/vistrel/edges", {doc().showsEdges() ? 1 : 0});
-    EXPECT_NE(doc().showsEdges(), edges) << "already as wanted";
-    send("/edges", {edges ? "oui" : "non"});
-    EXPECT_EQ(doc().showsEdges(), edges);
-
-    const bool shadows = doc().shadowsEnabled();
-    send("/grid", {Value::impulse()});
-    EXPECT_TRUE(doc().showsGrid()) << "an impulse is true";
-    send("/shadows", {!shadows});
-    EXPECT_NE(doc().shadowsEnabled(), shadows);
-    send("/shadows", {"maybe"});
-    EXPECT_EQ(doc().shadowsEnabled(), shadows) << "an unreadable switch toggles as none does";
+    const bool edges = doc().showsEdges(), shadows = doc().shadowsEnabled();
     const bool gizmo = doc().showsPointLightGizmo();
-    send("/light/gizmo");
-    EXPECT_NE(doc().showsPointLightGizmo(), gizmo);
+    play({{"/vistrel/edges", {}, "/rendering/showsEdges", !edges},
+          {"/vistrel/edges", {edges ? 0 : 1}, "/rendering/showsEdges", !edges},  // as wanted
+          {"/edges", {edges ? "oui" : "non"}, "/rendering/showsEdges", edges},
+          {"/grid", {Value::impulse()}, "/rendering/showsGrid", true},  // an impulse is true
+          {"/shadows", {!shadows}, "/rendering/shadowsEnabled", !shadows},
+          // An unreadable switch toggles as none does.
+          {"/shadows", {"maybe"}, "/rendering/shadowsEnabled", shadows},
+          {"/light/gizmo", {}, "/rendering/showsPointLightGizmo", !gizmo}});
 }
 
 TEST_F(OSCAddressHandlerTest, scenesByIndexNameOrKeywordFallthrough) {
-    present(test::groupedModel(scenes()));
-    send("/vistrel/scene", {2});
-    EXPECT_EQ(doc().selectedScene(), 2);
-    send("/vistrel/scene", {"plan"});
-    EXPECT_EQ(doc().selectedScene(), 0);
-    EXPECT_FALSE(doc().layerVisible()[1]);
-    send("/scene/whatever", {2.0f});
-    EXPECT_EQ(doc().selectedScene(), 2);
-    send("/scene/name", {"COUPE"});
-    EXPECT_EQ(doc().selectedScene(), 1);
-    send("/scene/next");
-    send("/scene/next");
-    EXPECT_EQ(doc().selectedScene(), 0) << "wraps";
-    send("/scene/previous");
-    EXPECT_EQ(doc().selectedScene(), 2);
+    present(test::groupedModel(test::threeScenes()));
+    play({{"/vistrel/scene", {2}, "/selectedScene", 2},
+          {"/vistrel/scene", {"plan"}, "/selectedScene", 0},
+          {"/scene/whatever", {2.0f}, "/selectedScene", 2},
+          {"/scene/name", {"SANS CAMÉRA"}, "/selectedScene", 1},
+          {"/scene/next", {}, "/selectedScene", 2},
+          {"/scene/next", {}, "/selectedScene", 0},  // wraps
+          {"/scene/previous", {}, "/selectedScene", 2}});
     for (Value odd : {Value(1e20f), Value(std::numeric_limits<float>::infinity()), Value(-1),
                       Value("Nowhere"), Value("99999999999999999999")})
         send("/scene", {odd});
@@ -162,46 +139,37 @@ TEST_F(OSCAddressHandlerTest, scenesByIndexNameOrKeywordFallthrough) {
 
 TEST_F(OSCAddressHandlerTest, layersByIndexGroupAndSolo) {
     present(test::groupedModel());
-    using V = std::vector<bool>;
-    send("/vistrel/layer/3");
-    EXPECT_EQ(doc().layerVisible(), (V{true, true, true, false}));
-    send("/layer/3", {false});
-    send("/layer/9");
-    send("/layer/-1");
-    send("/layer/x2");
-    EXPECT_EQ(doc().layerVisible(), (V{true, true, true, false}));
-    send("/layer/group", {"MURS"});
-    EXPECT_EQ(doc().layerVisible(), (V{false, false, true, false}));
-    send("/layer/group", {"murs"});
-    EXPECT_EQ(doc().layerVisible(), (V{true, true, true, false}));
-    send("/layer/group", {"Murs", false});
-    send("/layer/all", {true});
-    EXPECT_EQ(doc().layerVisible(), (V{true, true, true, true}));
-    send("/layer/solo", {"toiture"});
-    EXPECT_EQ(doc().layerVisible(), (V{false, false, true, false}));
-    send("/layer/solo", {"Murs"});
-    EXPECT_EQ(doc().layerVisible(), (V{true, true, false, false})) << "a group when no layer";
-    send("/layer/solo", {3});
-    EXPECT_EQ(doc().layerVisible(), (V{false, false, false, true}));
+    const json oneHidden = {true, true, true, false};
+    play({{"/vistrel/layer/3", {}, "/visibleLayers", oneHidden},
+          {"/layer/3", {false}, "/visibleLayers", oneHidden},
+          {"/layer/9", {}, "/visibleLayers", oneHidden},
+          {"/layer/-1", {}, "/visibleLayers", oneHidden},
+          {"/layer/x2", {}, "/visibleLayers", oneHidden},
+          {"/layer/group", {"MURS"}, "/visibleLayers", {false, false, true, false}},
+          {"/layer/group", {"murs"}, "/visibleLayers", oneHidden},
+          {"/layer/group", {"Murs", false}, "/visibleLayers", {false, false, true, false}},
+          {"/layer/all", {true}, "/visibleLayers", {true, true, true, true}},
+          {"/layer/solo", {"toiture"}, "/visibleLayers", {false, false, true, false}},
+          // A group when no layer has the name.
+          {"/layer/solo", {"Murs"}, "/visibleLayers", {true, true, false, false}},
+          {"/layer/solo", {3}, "/visibleLayers", {false, false, false, true}}});
 }
 
 TEST_F(OSCAddressHandlerTest, lightRoutesSwitchToPointModeAndSunClamps) {
     present(test::groupedModel());
     send("/lighting/mode", {"SOLEIL"});
     ASSERT_EQ(doc().lightingMode(), LightingMode::sun);
-    send("/vistrel/light/intensity", {0.5f});
-    EXPECT_EQ(doc().lightingMode(), LightingMode::point);
-    EXPECT_FLOAT_EQ(doc().selectedPointLight()->intensity, 0.5f);
-    send("/lighting", {"sun"});
-    send("/light", {"0,25"});
-    EXPECT_EQ(doc().lightingMode(), LightingMode::point);
-    EXPECT_FLOAT_EQ(doc().selectedPointLight()->intensity, 0.25f);
-    send("/light/position", {1.0f, 2.0f, 3.0f});
-    send("/light/y", {7});
-    EXPECT_TRUE(near(doc().selectedPointLight()->position, {1, 7, 3}));
-    send("/lighting", {"sun"});
-    send("/light/position", {1.0f});
-    EXPECT_EQ(doc().lightingMode(), LightingMode::point) << "switches before reading arguments";
+    play({{"/light", {"0,25"}, "/rendering/lightingMode", "point"},
+          {"/light", {"0,5"}, "/rendering/selectedPointLight/intensity", 0.5},
+          {"/light/position",
+           {1.0f, 2.0f, 3.0f},
+           "/rendering/selectedPointLight/position",
+           {1, 2, 3}},
+          {"/light/y", {7}, "/rendering/selectedPointLight/position", {1, 7, 3}},
+          {"/lighting", {"sun"}, "/rendering/lightingMode", "sun"},
+          // Switches before reading the arguments.
+          {"/light/position", {1.0f}, "/rendering/lightingMode", "point"},
+          {"/sun/power", {9}, "/rendering/sunIntensity", 3}});
 
     send("/sun", {500.0f, 0});
     EXPECT_FLOAT_EQ(doc().sunAzimuthDegrees(), 180);
@@ -209,23 +177,14 @@ TEST_F(OSCAddressHandlerTest, lightRoutesSwitchToPointModeAndSunClamps) {
     send("/sun/elevation", {40});
     EXPECT_FLOAT_EQ(doc().sunAzimuthDegrees(), 180);
     EXPECT_FLOAT_EQ(doc().sunElevationDegrees(), 40);
-    send("/sun/power", {9});
-    EXPECT_FLOAT_EQ(doc().sunIntensity(), 3);
 }
 
 TEST_F(OSCAddressHandlerTest, backdropWordsMatchRawNamesThenShortWords) {
-    for (auto [word, style] : {std::pair{"PAPER", BackdropStyle::warmPaper},
-                               {"warmpaper", BackdropStyle::warmPaper},
-                               {"Studio", BackdropStyle::studioDark},
-                               {"ARCHITECTURALSKY", BackdropStyle::architecturalSky}}) {
-        send("/vistrel/backdrop/style", {"dark"});
-        send("/backdrop", {word});
-        EXPECT_EQ(doc().backdropStyle(), style) << word;
-    }
-    send("/backdrop", {"custom"});
-    EXPECT_EQ(doc().backdropStyle(), BackdropStyle::architecturalSky);
-    EXPECT_EQ(backdropStyleForRawName("CustomColor"), BackdropStyle::customColor);
-    send("/backdrop/color", {1.5f, 0, "0,5", 9});
+    play({{"/vistrel/backdrop/style", {"Studio"}, "/rendering/backdropStyle", "studioDark"},
+          {"/backdrop", {"warmpaper"}, "/rendering/backdropStyle", "warmPaper"},
+          {"/backdrop", {"ARCHITECTURALSKY"}, "/rendering/backdropStyle", "architecturalSky"},
+          {"/backdrop", {"custom"}, "/rendering/backdropStyle", "architecturalSky"},
+          {"/backdrop/color", {1.5f, 0, "0,5", 9}, "/rendering/customBackdropColor", {1, 0, 0.5}}});
     EXPECT_EQ(doc().backdropStyle(), BackdropStyle::customColor);
-    EXPECT_TRUE(near(doc().customBackdropColor(), {1, 0, 0.5f}));
+    EXPECT_EQ(backdropStyleForRawName("CustomColor"), BackdropStyle::customColor);
 }

@@ -20,10 +20,6 @@ const OSCQueryParameterSpec& row(const std::vector<OSCQueryParameterSpec>& rows,
     throw std::runtime_error("no row " + path);
 }
 
-json value(const std::vector<OSCQueryParameterSpec>& rows, const std::string& path) {
-    return row(rows, path).values;
-}
-
 }  // namespace
 
 TEST_F(DocumentModelTest, withoutADocumentEveryRowReportsItsFallback) {
@@ -38,7 +34,7 @@ TEST_F(DocumentModelTest, withoutADocumentEveryRowReportsItsFallback) {
              {"/vistrel/scene/name", {""}},
              {"/vistrel/sun/angles", {-135.0, 45.0}},
              {"/vistrel/backdrop/color", {double(c.x), double(c.y), double(c.z), 1.0}}})
-        EXPECT_EQ(value(rows, path), expected) << path;
+        EXPECT_EQ(row(rows, path).values, expected) << path;
     EXPECT_EQ(std::ranges::count(rows, std::string("I"), &OSCQueryParameterSpec::typeTag), 5);
     for (const auto& r : rows) {
         EXPECT_EQ(r.access, r.typeTag == "I" ? 2 : 3) << r.path;
@@ -58,7 +54,8 @@ TEST_F(DocumentModelTest, sceneIndexRangeCoversTheScenesAndAtLeastOne) {
         if (count == 5) doc().selectScene(3);
         auto rows = app::oscQueryParameters(&doc());
         EXPECT_EQ(row(rows, "/vistrel/scene/index").max, upper) << count;
-        EXPECT_EQ(value(rows, "/vistrel/scene/name"), json::array({count == 5 ? "Scène 3" : ""}));
+        EXPECT_EQ(row(rows, "/vistrel/scene/name").values,
+                  json::array({count == 5 ? "Scène 3" : ""}));
     }
 }
 
@@ -73,17 +70,17 @@ TEST_F(DocumentModelTest, rowsReportTheLiveDocument) {
     ASSERT_NEAR(doc().cameraYaw(), 270.0f, 1e-3);
 
     auto rows = app::oscQueryParameters(&doc());
-    EXPECT_EQ(value(rows, "/vistrel/camera/fov"), json::array({50.0}));
-    EXPECT_NEAR(value(rows, "/vistrel/camera/focal")[0].get<double>(), 25.74, 0.01);
-    EXPECT_EQ(value(rows, "/vistrel/style"), json::array({"clay"}));
-    EXPECT_EQ(value(rows, "/vistrel/ssao"), json::array({0.0}));
-    EXPECT_NEAR(value(rows, "/vistrel/camera/yaw")[0].get<double>(), -90.0, 1e-3);
+    EXPECT_EQ(row(rows, "/vistrel/camera/fov").values, json::array({50.0}));
+    EXPECT_NEAR(row(rows, "/vistrel/camera/focal").values[0].get<double>(), 25.74, 0.01);
+    EXPECT_EQ(row(rows, "/vistrel/style").values, json::array({"clay"}));
+    EXPECT_EQ(row(rows, "/vistrel/ssao").values, json::array({0.0}));
+    EXPECT_NEAR(row(rows, "/vistrel/camera/yaw").values[0].get<double>(), -90.0, 1e-3);
     // The target lies 4 m ahead, 30 degrees down towards -Y; lookat ends with it.
-    json target = value(rows, "/vistrel/camera/target");
+    json target = row(rows, "/vistrel/camera/target").values;
     EXPECT_NEAR(target[1].get<double>(), 2 - 4 * std::cos(M_PI / 6), 1e-4);
     EXPECT_NEAR(target[2].get<double>(), 3 - 4 * std::sin(M_PI / 6), 1e-4);
-    EXPECT_EQ(value(rows, "/vistrel/camera/lookat")[5], target[2]);
+    EXPECT_EQ(row(rows, "/vistrel/camera/lookat").values[5], target[2]);
     EXPECT_EQ(row(rows, "/vistrel/light/x").min, doc().pointLightCoordinateRange().lower);
     doc().toggleAmbientOcclusion();
-    EXPECT_EQ(value(app::oscQueryParameters(&doc()), "/vistrel/ssao"), json::array({1.5}));
+    EXPECT_EQ(row(app::oscQueryParameters(&doc()), "/vistrel/ssao").values, json::array({1.5}));
 }

@@ -2,52 +2,20 @@
 // camera goes back out. The routes themselves are tested beside their handlers.
 #include "remote/RemoteControlServer.h"
 
-#include <netinet/in.h>
-#include <poll.h>
-#include <sys/socket.h>
-#include <unistd.h>
-
 #include <gtest/gtest.h>
 
 #include <fstream>
 
 #include "DocumentModelFixture.h"
+#include "LoopbackSocket.h"
 #include "documents/DocumentController.h"
 #include "documents/SKPDocument.h"
-#include "osc/OSCUDPServer.h"
 
 using namespace vistrel;
 using app::RemoteControlServer;
-using OSCCodec::Message;
+using test::LoopbackSocket;
 
 namespace {
-
-// A UDP socket on 127.0.0.1 that collects what arrives.
-struct Inbox {
-    int fd = ::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
-    uint16_t port = 0;
-
-    Inbox() {
-        sockaddr_in a{AF_INET, 0, {htonl(INADDR_LOOPBACK)}, {}};
-        socklen_t length = sizeof a;
-        ::bind(fd, reinterpret_cast<sockaddr*>(&a), length);
-        ::getsockname(fd, reinterpret_cast<sockaddr*>(&a), &length);
-        port = ntohs(a.sin_port);
-    }
-    ~Inbox() { ::close(fd); }
-    // Every message that arrives within `waitMs` of the last one.
-    std::vector<Message> drain(int waitMs = 200) {
-        std::vector<Message> messages;
-        pollfd p{fd, POLLIN, 0};
-        uint8_t buffer[2048];
-        while (::poll(&p, 1, waitMs) == 1) {
-            ssize_t n = ::recv(fd, buffer, sizeof buffer, 0);
-            for (auto& m : OSCCodec::decode({buffer, size_t(std::max<ssize_t>(n, 0))}))
-                messages.push_back(m);
-        }
-        return messages;
-    }
-};
 
 class RemoteControlServerTest : public test::DocumentModelTest {
   protected:
@@ -61,17 +29,14 @@ class RemoteControlServerTest : public test::DocumentModelTest {
 };
 
 TEST_F(RemoteControlServerTest, oscPortComesFromTheArgumentThenTheEnvironmentAndSkipsBusyOnes) {
-    Inbox busy;  // holds a port, so the server must take the next one
-    server.start(busy.port, 0, false);
-    EXPECT_EQ(server.oscPort(), busy.port + 1);
-
-    const uint16_t wanted = Inbox().port;  // free again once the inbox is gone
+    LoopbackSocket busy;  // holds a port, so the server must take the next one
+    const uint16_t wanted = LoopbackSocket().port;  // free again once the socket is gone
     {
         test::ScopedEnv env("VISTREL_OSC_IN_PORT", ("+" + std::to_string(wanted)).c_str());
         server.start(std::nullopt, 0, false);
         EXPECT_EQ(server.oscPort(), wanted) << "a leading plus is taken";
         server.start(busy.port, 0, false);
-        EXPECT_EQ(server.oscPort(), busy.port + 1) << "the argument wins";
+        EXPECT_EQ(server.oscPort(), busy.port + 1) << "the argument wins, past a busy port";
     }
     for (const char* bad : {"", "osc", "70000", "-1"}) {
         test::ScopedEnv env("VISTREL_OSC_IN_PORT", bad);
@@ -82,8 +47,8 @@ TEST_F(RemoteControlServerTest, oscPortComesFromTheArgumentThenTheEnvironmentAnd
     server.start(0, 0, false);  // leave no well-known port held for the other tests
 }
 
-TEST_F(RemoteControlServerTest, feedbackSkipsOSCMovesAndSendsAtMostSixtyBurstsASecond) {
-    Inbox inbox;
+TEST_F(RemoteControlServerTest, feedbackSendsFourMessagesAtMostSixtyBurstsASecond) {
+    LoopbackSocket inbox;
     app::Preferences::setOscOutPort(inbox.port);
     double t = 1000;
     server.now = [&t] { return t; };
@@ -109,13 +74,6 @@ TEST_F(RemoteControlServerTest, feedbackSkipsOSCMovesAndSendsAtMostSixtyBurstsAS
     t += 0.01;
     doc().viewport().orbitByDegrees(10, 0);
     EXPECT_EQ(inbox.drain().size(), 4u);
-
-    t += 1;
-    const Float3 before = doc().cameraPosition();
-    server.handleOSCMessage({"/vistrel/camera/x", {before.x + 3}});
-    EXPECT_NE(doc().cameraPosition(), before) << "the OSC move happened";
-    EXPECT_TRUE(inbox.drain(100).empty()) << "and was not echoed";
-    EXPECT_FALSE(server.isApplyingRemoteOSC());
 
     t += 1;
     app::Preferences::setOscOutHost("localhost");

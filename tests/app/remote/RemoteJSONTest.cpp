@@ -17,12 +17,6 @@ namespace {
 
 const RemoteJSON::Endpoints endpoints{9153, 17952};
 
-json keysOf(const json& object) {
-    json keys = json::array();
-    for (const auto& item : object.items()) keys.push_back(item.key());
-    return keys;
-}
-
 class RemoteJSONTest : public test::DocumentModelTest {
   protected:
     void apply(const char* cameraBody, const char* renderingBody = "{}") {
@@ -40,14 +34,9 @@ TEST_F(RemoteJSONTest, stateWithoutDocumentHasEveryKeyWithItsFallback) {
         test::ScopedLanguage english(AppLanguage::en);
         state = RemoteJSON::stateDictionary(nullptr, endpoints);
     }
-    EXPECT_EQ(keysOf(state),
-              json::parse(R"(["apiPort","app","boundsMax","boundsMin","build","camera",
-                "dimensionsMetres","filePath","hasDocument","isReady","layerGroups","layers",
-                "oscFeedbackEnabled","oscInPort","oscOutHost","oscOutPort","rendering",
-                "scenes","selectedScene","stats","statusText","version","versionLabel"])"));
     EXPECT_EQ(state["version"], AppVersion::current().shortVersion);
+    EXPECT_EQ(state.erase("build"), 1u);
     state.erase("version");
-    state.erase("build");
     EXPECT_EQ(state, json::parse(R"({"apiPort":17952,"app":"Vistrel","boundsMax":[],
         "boundsMin":[],"camera":{"ready":false},"dimensionsMetres":[0.0,0.0,0.0],
         "filePath":"","hasDocument":false,"isReady":false,"layerGroups":[],"layers":[],
@@ -140,9 +129,6 @@ TEST_F(RemoteJSONTest, renderingBodyKeepsTheOtherSunAngleAndSwitchesToPointForAL
 
     ASSERT_EQ(doc().lightingMode(), LightingMode::sun);
     apply("{}", R"({"lightIntensity":0.5,"style":"Filaire"})");
-    EXPECT_EQ(doc().lightingMode(), LightingMode::point);
-    ASSERT_TRUE(doc().selectedPointLight());
-    EXPECT_FLOAT_EQ(doc().selectedPointLight()->intensity, 0.5f);
     EXPECT_EQ(doc().shadingStyle(), viewport::ShadingStyle::wireframe);
 
     apply("{}", R"({"backdropStyle":"WARMPAPER"})");
@@ -156,20 +142,14 @@ TEST_F(RemoteJSONTest, renderingBodyKeepsTheOtherSunAngleAndSwitchesToPointForAL
     EXPECT_EQ(rendering["lightingMode"], "point");
     EXPECT_EQ(rendering["pointLightCount"], 1);
     EXPECT_EQ(rendering["selectedPointLight"]["intensity"].dump(), "0.5");
-    EXPECT_EQ(rendering["backdropStyle"], "studioDark");
 }
 
-TEST(RemoteJSONText, bodyIsSortedTwoSpaceIndentedWithSpacedColonsAndRawSlashes) {
-    json value = {{"z", {{"b", true}, {"a", json::array()}}},
-                  {"path", "/tmp/é.skp"},
-                  {"list", {1, RemoteJSON::number(0.7f), nullptr}}};
+// Sorted keys, two-space indents, spaced colons and raw slashes show in the program's own
+// replies (RemoteHTTPProgramTest); here what those replies never hold.
+TEST(RemoteJSONText, bodyKeepsTextRawAndNestsObjects) {
+    json value = {{"z", {{"b", true}, {"a", json::array()}}}, {"path", "/tmp/é.skp"}};
     EXPECT_EQ(RemoteJSON::bodyText(value),
               "{\n"
-              "  \"list\" : [\n"
-              "    1,\n"
-              "    0.7,\n"
-              "    null\n"
-              "  ],\n"
               "  \"path\" : \"/tmp/é.skp\",\n"
               "  \"z\" : {\n"
               "    \"a\" : [],\n"

@@ -1,12 +1,9 @@
 // The running program driven the way a show-control client drives it: liblo's oscsend for
 // commands, oscdump for the camera feedback, curl for the state. Loopback only.
-#include <netinet/in.h>
 #include <sys/socket.h>
-#include <unistd.h>
 
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <chrono>
 #include <cstdio>
 #include <fstream>
@@ -16,6 +13,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "LoopbackSocket.h"
 #include "RunningProgram.h"
 #include "osc/OSCCodec.h"
 
@@ -26,10 +24,6 @@ using Clock = std::chrono::steady_clock;
 using test::RunningProgram;
 
 namespace {
-
-bool haveTool(const char* name) {
-    return !test::commandOutput(std::string("command -v ") + name).empty();
-}
 
 // oscdump on a port of its own, each line stamped with when it arrived.
 class FeedbackListener {
@@ -67,28 +61,12 @@ class RemoteProgramTest : public testing::Test {
   protected:
     void SetUp() override {
         for (const char* tool : {"oscsend", "oscdump", "curl"})
-            if (!haveTool(tool)) GTEST_SKIP() << tool << " is not installed";
-    }
-    json state(const RunningProgram& program) {
-        std::string body = test::commandOutput("curl -s --max-time 5 http://127.0.0.1:" +
-                                               std::to_string(program.httpPort) + "/v1/state");
-        return json::parse(body, nullptr, false);
+            if (test::commandOutput(std::string("command -v ") + tool).empty())
+                GTEST_SKIP() << tool << " is not installed";
     }
     void send(const RunningProgram& program, const std::string& addressAndArguments) {
         test::commandOutput("oscsend 127.0.0.1 " + std::to_string(program.oscPort) + " " +
                             addressAndArguments);
-    }
-    // Waits until the state's value at `pointer` equals `expected`.
-    bool waitFor(const RunningProgram& program, const std::string& pointer, const json& expected,
-                 std::chrono::milliseconds patience = 10s) {
-        for (auto end = Clock::now() + patience; Clock::now() < end;) {
-            json s = state(program);
-            if (!s.is_discarded() && s.contains(json::json_pointer(pointer)) &&
-                s[json::json_pointer(pointer)] == expected)
-                return true;
-            std::this_thread::sleep_for(50ms);
-        }
-        return false;
     }
 };
 
@@ -103,7 +81,7 @@ TEST_F(RemoteProgramTest, aShowControlClientDrivesTheProgramAndHearsItsCamera) {
         {{"VISTREL_OSC_OUT_PORT", std::to_string(feedback.port)}, {"HOME", home.path().string()}});
     ASSERT_TRUE(program.waitForPort("tcp", program.httpPort)) << "the API never listened";
     ASSERT_TRUE(program.waitForPort("udp", program.oscPort)) << "OSC never listened";
-    ASSERT_TRUE(waitFor(program, "/isReady", true)) << state(program).dump();
+    ASSERT_TRUE(program.waitForState("/isReady", true)) << program.state().dump();
 
     struct Step {
         const char* message;
@@ -124,19 +102,18 @@ TEST_F(RemoteProgramTest, aShowControlClientDrivesTheProgramAndHearsItsCamera) {
     };
     for (const Step& step : steps) {
         send(program, step.message);
-        EXPECT_TRUE(waitFor(program, step.pointer, step.expected))
-            << step.message << " gave " << state(program)[json::json_pointer(step.pointer)];
+        EXPECT_TRUE(program.waitForState(step.pointer, step.expected))
+            << step.message << " gave " << program.state()[json::json_pointer(step.pointer)];
     }
 
     // Moves that came over OSC are not echoed; a move from the API is, as four messages.
     std::this_thread::sleep_for(1500ms);  // the flight to the top view ends, and its feedback
     feedback.take();
     send(program, "/vistrel/camera/yaw f 15");
-    ASSERT_TRUE(waitFor(program, "/camera/yawDegrees", 15.0));
+    ASSERT_TRUE(program.waitForState("/camera/yawDegrees", 15.0));
     std::this_thread::sleep_for(300ms);
     EXPECT_TRUE(feedback.take().empty()) << "an OSC move came back";
-    test::commandOutput("curl -s -X POST -d '{\"yaw\":40}' http://127.0.0.1:" +
-                        std::to_string(program.httpPort) + "/v1/camera");
+    program.curl("-X POST -d '{\"yaw\":40}'", "/v1/camera");
     std::this_thread::sleep_for(500ms);
     auto lines = feedback.take();
     ASSERT_EQ(lines.size(), 4u);
@@ -144,35 +121,30 @@ TEST_F(RemoteProgramTest, aShowControlClientDrivesTheProgramAndHearsItsCamera) {
     EXPECT_NE(lines[2].second.find("/vistrel/camera/orientation ff 40"), std::string::npos)
         << lines[2].second;
 
-    // An animated flight sends feedback while it moves, never more than 60 bursts a second.
+    // An animated flight sends feedback while it moves; the 60-a-second limit is stepped on a
+    // manual clock in RemoteControlServerTest.
     send(program, "/vistrel/camera/view s iso");
     std::this_thread::sleep_for(2s);
     std::vector<Clock::time_point> bursts;
     for (auto& [when, line] : feedback.take())
         if (line.find("/vistrel/camera/position") != std::string::npos) bursts.push_back(when);
     ASSERT_GT(bursts.size(), 5u) << "the flight sent no feedback";
-    for (size_t i = 0; i + 61 < bursts.size(); ++i)
-        EXPECT_GT(bursts[i + 61] - bursts[i], 1s) << "61 bursts within one second";
     const double seconds = std::chrono::duration<double>(bursts.back() - bursts.front()).count();
     std::printf("feedback: %zu bursts over %.2f s\n", bursts.size(), seconds);
 
     // A file named from the home folder opens in a second window, which takes the focus.
     send(program, "/vistrel/open s '~/second.dxf'");  // the tilde is the program's
-    EXPECT_TRUE(waitFor(program, "/filePath", (home / "second.dxf").string()))
-        << state(program)["filePath"];
+    EXPECT_TRUE(program.waitForState("/filePath", (home / "second.dxf").string()))
+        << program.state()["filePath"];
 }
 
 TEST_F(RemoteProgramTest, noiseChangesNothingAndLosesNoLaterMessage) {
     RunningProgram program({VISTREL_SAMPLE});
     ASSERT_TRUE(program.waitForPort("tcp", program.httpPort));
-    ASSERT_TRUE(waitFor(program, "/isReady", true));
-    const json before = state(program);
+    ASSERT_TRUE(program.waitForState("/isReady", true));
+    const json before = program.state();
 
-    int fd = ::socket(AF_INET, SOCK_DGRAM, 0);
-    sockaddr_in to{AF_INET, htons(program.oscPort), {htonl(INADDR_LOOPBACK)}, {}};
-    auto sendBytes = [&](const std::vector<uint8_t>& bytes) {
-        ::sendto(fd, bytes.data(), bytes.size(), 0, reinterpret_cast<sockaddr*>(&to), sizeof to);
-    };
+    const test::LoopbackSocket sender;
     const auto valid = OSCCodec::encode({"/vistrel/camera/fov", {50.0f}});
     std::mt19937 random(7);
     for (int i = 0; i < 100000; ++i) {
@@ -194,17 +166,16 @@ TEST_F(RemoteProgramTest, noiseChangesNothingAndLosesNoLaterMessage) {
                 bytes = {'#', 'b', 'u', 'n', 'd',  'l',  'e',  0,    0,   0,   0, 0,
                          0,   0,   0,   1,   0x7f, 0xff, 0xff, 0xff, '/', 'x', 0, 0};
         }
-        sendBytes(bytes);
+        sender.sendTo(program.oscPort, bytes);
         // Paced, so that the system's buffer never overflows and drops what follows.
         if (i % 500 == 0) std::this_thread::sleep_for(2ms);
     }
     std::this_thread::sleep_for(100ms);
-    sendBytes(OSCCodec::encode({"/vistrel/style", {"xray"}}));
-    ::close(fd);
-    EXPECT_TRUE(waitFor(program, "/rendering/shadingStyle", "xray"))
+    sender.sendTo(program.oscPort, OSCCodec::encode({"/vistrel/style", {"xray"}}));
+    EXPECT_TRUE(program.waitForState("/rendering/shadingStyle", "xray"))
         << "the valid message was lost";
     EXPECT_TRUE(program.running());
-    json after = state(program);
+    json after = program.state();
     after["rendering"]["shadingStyle"] = before["rendering"]["shadingStyle"];
     EXPECT_EQ(after["layers"], before["layers"]);
     EXPECT_EQ(after["rendering"], before["rendering"]) << "noise changed the look";

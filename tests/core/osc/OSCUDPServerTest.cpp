@@ -1,56 +1,28 @@
 #include "osc/OSCUDPServer.h"
 
-#include <arpa/inet.h>
-#include <netinet/in.h>
-#include <sys/socket.h>
-#include <unistd.h>
-
 #include <gtest/gtest.h>
 
 #include <chrono>
 #include <condition_variable>
-#include <filesystem>
 #include <mutex>
 #include <random>
 #include <vector>
+
+#include "LoopbackSocket.h"
+#include "TestEnv.h"
 
 using namespace vistrel;
 using namespace std::chrono_literals;
 using OSCCodec::Message;
 using OSCCodec::Value;
+using test::LoopbackSocket;
+using test::openDescriptorCount;
 
 namespace {
 
 // Every wait in this file is bounded; absence is checked over this span.
 constexpr auto kQuiet = 300ms;
 constexpr auto kPatience = 5s;
-
-sockaddr_in loopback(uint16_t port) {
-    return {AF_INET, htons(port), {htonl(INADDR_LOOPBACK)}, {}};
-}
-
-// A plain UDP socket on 127.0.0.1 (any port for 0), for holding ports and sending raw bytes.
-struct LoopbackSocket {
-    int fd = ::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
-    uint16_t port = 0;  // 0 when the wanted one could not be bound
-
-    explicit LoopbackSocket(uint16_t wanted = 0) {
-        sockaddr_in a = loopback(wanted);
-        socklen_t len = sizeof a;
-        if (::bind(fd, reinterpret_cast<sockaddr*>(&a), len) == 0 &&
-            ::getsockname(fd, reinterpret_cast<sockaddr*>(&a), &len) == 0)
-            port = ntohs(a.sin_port);
-    }
-    LoopbackSocket(LoopbackSocket&& o) noexcept : fd(std::exchange(o.fd, -1)), port(o.port) {}
-    ~LoopbackSocket() {
-        if (fd >= 0) ::close(fd);
-    }
-    bool bound() const { return port != 0; }
-    void sendTo(uint16_t to, const std::vector<uint8_t>& bytes) const {
-        sockaddr_in a = loopback(to);
-        ::sendto(fd, bytes.data(), bytes.size(), 0, reinterpret_cast<sockaddr*>(&a), sizeof a);
-    }
-};
 
 // `count` consecutive ports held by plain sockets, or none when no such run was found.
 std::vector<LoopbackSocket> holdPortRun(int count) {
@@ -89,10 +61,6 @@ class Inbox {
     std::condition_variable changed_;
     std::vector<Message> messages_;
 };
-
-size_t openDescriptorCount() {
-    return size_t(std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {}));
-}
 
 }  // namespace
 
