@@ -14,10 +14,10 @@
 #include <semaphore>
 
 #include "capture/AtomicFile.h"
-#include "capture/PNGBytes.h"
 #include "documents/DocumentController.h"
 #include "documents/DocumentModel.h"
 #include "documents/SKPDocument.h"
+#include "headless/Snapshot.h"
 #include "model/SyntheticModel.h"
 #include "platform/QtRepeatingTimer.h"
 #include "remote/RemoteControlServer.h"
@@ -136,7 +136,7 @@ struct SyntheticDocument {
 };
 
 std::optional<std::vector<uint8_t>> snapshotPNG(DocumentModel& model) {
-    if (auto image = model.viewport().snapshot()) return pngBytes(*image);
+    if (auto image = model.viewport().snapshot()) return Snapshot::png(*image);
     return std::nullopt;
 }
 

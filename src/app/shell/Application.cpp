@@ -14,11 +14,13 @@
 #include <unistd.h>
 
 #include <csignal>
-#include <cstdio>
 #include <cstdlib>
 
 #include "documents/DocumentController.h"
 #include "documents/SKPDocument.h"
+#include "headless/HeadlessRun.h"
+#include "headless/SelfTest.h"
+#include "headless/Snapshot.h"
 #include "remote/RemoteControlServer.h"
 #include "settings/Localization.h"
 #include "settings/SettingsStore.h"
@@ -33,14 +35,16 @@ namespace vistrel::app {
 
 namespace {
 
-// With no display to talk to, Qt still starts on its offscreen platform, so headless
-// machines get a snapshot instead of an abort.
-void chooseOffscreenWithoutDisplay() {
+// With no display to talk to, Qt still starts on its offscreen platform instead of aborting.
+// The headless modes always draw offscreen: they need no display, show nothing on one, and
+// draw alike everywhere.
+void chooseOffscreen(const LaunchOptions& options) {
     auto set = [](const char* name) {
         const char* v = std::getenv(name);
         return v && *v;
     };
-    if (!set("DISPLAY") && !set("WAYLAND_DISPLAY") && !set("QT_QPA_PLATFORM"))
+    if (!options.isNormal() ||
+        (!set("DISPLAY") && !set("WAYLAND_DISPLAY") && !set("QT_QPA_PLATFORM")))
         ::setenv("QT_QPA_PLATFORM", "offscreen", 1);
 }
 
@@ -103,7 +107,8 @@ void quitOnTerminationSignals(QApplication& application) {
 int runApplication(int argc, char** argv) {
     std::vector<std::string> arguments(argv + 1, argv + argc);
     Localization::setCommandLine(arguments);
-    chooseOffscreenWithoutDisplay();
+    const LaunchOptions options = LaunchOptions::parse(arguments);
+    chooseOffscreen(options);
     ViewportWidget::configureDefaultSurfaceFormat();
     QApplication application(argc, argv);
     application.setApplicationName("Vistrel");
@@ -116,13 +121,18 @@ int runApplication(int argc, char** argv) {
     installToolkitTranslation(application);
     DocumentController controller;
 
-    const LaunchOptions options = LaunchOptions::parse(arguments);
+    // The headless modes never return: they end with HeadlessRun::Exit, whose status the process
+    // exits with. They run without the remote server, the tray or the open panel.
     if (!options.isNormal()) {
-        std::fprintf(stderr, "vistrel: %s\n",
-                     L("ce mode n'est pas encore disponible dans cette version.",
-                       "this mode is not available in this build yet.")
-                         .c_str());
-        return 1;
+        try {
+            if (const auto& snapshot = options.snapshotRequest)
+                Snapshot::run(snapshot->output, snapshot->input, snapshot->view);
+            SelfTest::runAndExit(options.selfTestFile);
+        } catch (const HeadlessRun::Exit& exit) {
+            // Their commands write preferences on the store's writer.
+            Preferences::store().flush();
+            return exit.status;
+        }
     }
 
     removeStaleTextures();
