@@ -45,7 +45,6 @@ struct Generator {
     DXFTagWriter out;
     Random rng;
     std::vector<std::string> layers = layerNames();
-    uint64_t nextHandle = 0x100;
     DXFPlanFigures figures;
 
     explicit Generator(const std::filesystem::path& path) : out(path) {}
@@ -54,7 +53,7 @@ struct Generator {
 
     void head(std::string_view kind, const std::string& layerName, std::string_view subclass) {
         out.text(0, kind);
-        out.handle(nextHandle++);
+        out.nextHandle();
         out.text(330, "1F");
         out.text(100, "AcDbEntity");
         out.text(8, layerName);
@@ -156,62 +155,22 @@ struct Generator {
         out.text(100, "AcDbText");
     }
 
-    void writeHeader() {
-        out.text(0, "SECTION");
-        out.text(2, "HEADER");
-        out.text(9, "$ACADVER");
-        out.text(1, "AC1015");
-        out.text(9, "$DWGCODEPAGE");
-        out.text(3, "ANSI_1252");
-        out.text(9, "$INSBASE");
-        out.point(10, 0, 0, 0);
-        out.text(9, "$INSUNITS");
-        out.integer(70, 4);
-        out.text(0, "ENDSEC");
-    }
+    void writeHeader() { out.header(4, "ANSI_1252"); }
 
     void writeTables() {
-        out.text(0, "SECTION");
-        out.text(2, "TABLES");
-        out.text(0, "TABLE");
-        out.text(2, "LAYER");
-        out.handle(2);
-        out.text(100, "AcDbSymbolTable");
-        out.integer(70, int(layers.size()));
-        for (size_t i = 0; i < layers.size(); ++i) {
-            out.text(0, "LAYER");
-            out.handle(nextHandle++);
-            out.text(100, "AcDbSymbolTableRecord");
-            out.text(100, "AcDbLayerTableRecord");
-            out.text(2, layers[i]);
-            out.integer(70, i % 37 == 5 ? 1 : 0);                  // a few frozen
-            out.integer(62, i % 41 == 7 ? -3 : int(1 + i % 250));  // a few switched off
-            out.text(6, "CONTINUOUS");
-        }
-        out.text(0, "ENDTAB");
-        out.text(0, "ENDSEC");
+        out.beginLayerTable(int(layers.size()));
+        for (size_t i = 0; i < layers.size(); ++i)
+            out.layer(layers[i], i % 37 == 5 ? 1 : 0,        // a few frozen
+                      i % 41 == 7 ? -3 : int(1 + i % 250));  // a few switched off
+        out.endLayerTable();
         figures.layers = int(layers.size());
     }
 
     void beginBlock(const std::string& name, double bx = 0, double by = 0) {
-        out.text(0, "BLOCK");
-        out.handle(nextHandle++);
-        out.text(100, "AcDbEntity");
-        out.text(8, "0");
-        out.text(100, "AcDbBlockBegin");
-        out.text(2, name);
-        out.integer(70, 0);
-        out.point(10, bx, by, 0);
-        out.text(3, name);
+        out.beginBlock(name, bx, by);
         ++figures.blocks;
     }
-    void endBlock() {
-        out.text(0, "ENDBLK");
-        out.handle(nextHandle++);
-        out.text(100, "AcDbEntity");
-        out.text(8, "0");
-        out.text(100, "AcDbBlockEnd");
-    }
+    void endBlock() { out.endBlock(); }
 
     // Leaf blocks, then workstations inserting them, then offices inserting workstations:
     // three levels of nesting.

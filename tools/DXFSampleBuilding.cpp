@@ -72,14 +72,13 @@ struct Opening {
 
 struct Writer {
     DXFTagWriter out;
-    uint64_t nextHandle = 0x100;
     DXFSampleFigures figures;
 
     explicit Writer(const std::filesystem::path& path) : out(path) {}
 
     void head(std::string_view kind, std::string_view layer, std::string_view subclass) {
         out.text(0, kind);
-        out.handle(nextHandle++);
+        out.nextHandle();
         out.text(100, "AcDbEntity");
         out.text(8, layer);
         out.text(100, subclass);
@@ -127,24 +126,10 @@ struct Writer {
     }
 
     void beginBlock(std::string_view name) {
-        out.text(0, "BLOCK");
-        out.handle(nextHandle++);
-        out.text(100, "AcDbEntity");
-        out.text(8, "0");
-        out.text(100, "AcDbBlockBegin");
-        out.text(2, name);
-        out.integer(70, 0);
-        out.point(10, 0, 0, 0);
-        out.text(3, name);
+        out.beginBlock(name);
         ++figures.blocks;
     }
-    void endBlock() {
-        out.text(0, "ENDBLK");
-        out.handle(nextHandle++);
-        out.text(100, "AcDbEntity");
-        out.text(8, "0");
-        out.text(100, "AcDbBlockEnd");
-    }
+    void endBlock() { out.endBlock(); }
 
     // ---- walls ---------------------------------------------------------------------------
 
@@ -480,38 +465,12 @@ struct Writer {
         }
     }
 
-    void writeHeader() {
-        out.text(0, "SECTION");
-        out.text(2, "HEADER");
-        out.text(9, "$ACADVER");
-        out.text(1, "AC1015");
-        out.text(9, "$INSBASE");
-        out.point(10, 0, 0, 0);
-        out.text(9, "$INSUNITS");
-        out.integer(70, 6);
-        out.text(0, "ENDSEC");
-    }
+    void writeHeader() { out.header(6); }
 
     void writeTables() {
-        out.text(0, "SECTION");
-        out.text(2, "TABLES");
-        out.text(0, "TABLE");
-        out.text(2, "LAYER");
-        out.handle(2);
-        out.text(100, "AcDbSymbolTable");
-        out.integer(70, int(std::size(kLayers)));
-        for (const LayerEntry& layer : kLayers) {
-            out.text(0, "LAYER");
-            out.handle(nextHandle++);
-            out.text(100, "AcDbSymbolTableRecord");
-            out.text(100, "AcDbLayerTableRecord");
-            out.text(2, layer.name);
-            out.integer(70, 0);
-            out.integer(62, layer.color);
-            out.text(6, "CONTINUOUS");
-        }
-        out.text(0, "ENDTAB");
-        out.text(0, "ENDSEC");
+        out.beginLayerTable(int(std::size(kLayers)));
+        for (const LayerEntry& layer : kLayers) out.layer(layer.name, 0, layer.color);
+        out.endLayerTable();
         figures.layers = int(std::size(kLayers));
     }
 };

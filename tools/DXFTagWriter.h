@@ -76,7 +76,68 @@ class DXFTagWriter {
         buffer_.append(tmp, r.ptr);
         buffer_ += '\n';
     }
+    // A fresh handle, counting up from 0x100.
+    void nextHandle() { handle(nextHandle_++); }
     uint64_t written() const { return flushed_ + buffer_.size(); }
+
+    // The HEADER section of a release 2000 file: base at the origin, drawing unit `insUnits`.
+    void header(int insUnits, std::string_view codePage = {}) {
+        text(0, "SECTION");
+        text(2, "HEADER");
+        text(9, "$ACADVER");
+        text(1, "AC1015");
+        if (!codePage.empty()) {
+            text(9, "$DWGCODEPAGE");
+            text(3, codePage);
+        }
+        text(9, "$INSBASE");
+        point(10, 0, 0, 0);
+        text(9, "$INSUNITS");
+        integer(70, insUnits);
+        text(0, "ENDSEC");
+    }
+    // The TABLES section holding only the layer table; `count` layer() calls go between.
+    void beginLayerTable(int count) {
+        text(0, "SECTION");
+        text(2, "TABLES");
+        text(0, "TABLE");
+        text(2, "LAYER");
+        handle(2);
+        text(100, "AcDbSymbolTable");
+        integer(70, count);
+    }
+    void layer(std::string_view name, int flags, int color) {
+        text(0, "LAYER");
+        nextHandle();
+        text(100, "AcDbSymbolTableRecord");
+        text(100, "AcDbLayerTableRecord");
+        text(2, name);
+        integer(70, flags);
+        integer(62, color);
+        text(6, "CONTINUOUS");
+    }
+    void endLayerTable() {
+        text(0, "ENDTAB");
+        text(0, "ENDSEC");
+    }
+    void beginBlock(std::string_view name, double baseX = 0, double baseY = 0) {
+        text(0, "BLOCK");
+        nextHandle();
+        text(100, "AcDbEntity");
+        text(8, "0");
+        text(100, "AcDbBlockBegin");
+        text(2, name);
+        integer(70, 0);
+        point(10, baseX, baseY, 0);
+        text(3, name);
+    }
+    void endBlock() {
+        text(0, "ENDBLK");
+        nextHandle();
+        text(100, "AcDbEntity");
+        text(8, "0");
+        text(100, "AcDbBlockEnd");
+    }
 
   private:
     static constexpr size_t capacity = 1 << 20;
@@ -93,6 +154,7 @@ class DXFTagWriter {
     std::FILE* file_;
     std::string buffer_;
     uint64_t flushed_ = 0;
+    uint64_t nextHandle_ = 0x100;
 };
 
 }  // namespace vistrel::tools
