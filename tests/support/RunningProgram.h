@@ -66,12 +66,16 @@ class RunningProgram {
     explicit RunningProgram(std::vector<std::string> arguments,
                             std::map<std::string, std::string> environment = {})
         : oscPort(freePort(SOCK_DGRAM)), httpPort(freePort(SOCK_STREAM)) {
+        // A runtime folder must be the user's alone, or Qt complains on every run.
+        std::filesystem::permissions(settings_.path(), std::filesystem::perms::owner_all);
         environment.emplace("QT_QPA_PLATFORM", "offscreen");
         environment.emplace("VISTREL_SETTINGS_FILE", (settings_ / "settings.json").string());
         environment.emplace("XDG_RUNTIME_DIR", settings_.path().string());
         environment.emplace("VISTREL_OSC_IN_PORT", std::to_string(oscPort));
         environment.emplace("VISTREL_API_PORT", std::to_string(httpPort));
         environment.emplace("VISTREL_LANG", "en");
+        // No system bus, so no host daemon ever advertises a test instance on a real network.
+        environment.emplace("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nonexistent");
         pid_ = ::fork();
         if (pid_ == 0) {
             for (auto& [name, value] : environment) ::setenv(name.c_str(), value.c_str(), 1);
