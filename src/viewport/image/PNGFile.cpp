@@ -45,11 +45,15 @@ bool write(const Image& image, const std::filesystem::path& path, std::string& e
     return true;
 }
 
-std::optional<Image> read(const std::filesystem::path& path) {
-    png_image png;
-    std::memset(&png, 0, sizeof png);
-    png.version = PNG_IMAGE_VERSION;
-    if (!png_image_begin_read_from_file(&png, path.c_str())) return std::nullopt;
+namespace {
+
+// Finishes a read begun on `png`, freeing it on failure.
+std::optional<Image> finishRead(png_image& png) {
+    // A header may claim any size; past this many pixels it is not a picture we keep.
+    if (uint64_t(png.width) * png.height > 64ull * 1024 * 1024) {
+        png_image_free(&png);
+        return std::nullopt;
+    }
     png.format = PNG_FORMAT_RGBA;
     Image image;
     image.width = int(png.width);
@@ -60,6 +64,25 @@ std::optional<Image> read(const std::filesystem::path& path) {
         return std::nullopt;
     }
     return image;
+}
+
+}  // namespace
+
+std::optional<Image> read(const std::filesystem::path& path) {
+    png_image png;
+    std::memset(&png, 0, sizeof png);
+    png.version = PNG_IMAGE_VERSION;
+    if (!png_image_begin_read_from_file(&png, path.c_str())) return std::nullopt;
+    return finishRead(png);
+}
+
+std::optional<Image> decode(std::span<const std::uint8_t> bytes) {
+    png_image png;
+    std::memset(&png, 0, sizeof png);
+    png.version = PNG_IMAGE_VERSION;
+    if (bytes.empty() || !png_image_begin_read_from_memory(&png, bytes.data(), bytes.size()))
+        return std::nullopt;
+    return finishRead(png);
 }
 
 }  // namespace vistrel::viewport::PNGFile
