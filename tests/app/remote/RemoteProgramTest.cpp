@@ -7,6 +7,8 @@
 #include <chrono>
 #include <cstdio>
 #include <fstream>
+#include <functional>
+#include <map>
 #include <mutex>
 #include <random>
 #include <thread>
@@ -136,6 +138,89 @@ TEST_F(RemoteProgramTest, aShowControlClientDrivesTheProgramAndHearsItsCamera) {
     send(program, "/vistrel/open s '~/second.dxf'");  // the tilde is the program's
     EXPECT_TRUE(program.waitForState("/filePath", (home / "second.dxf").string()))
         << program.state()["filePath"];
+}
+
+// Every leaf of the published namespace, in the order a client reads it: a row that can be
+// read takes a value inside its published range and then reports that value; a trigger is
+// sent as an impulse. Only the program's own answers are used to choose and to check.
+TEST_F(RemoteProgramTest, everyPublishedAddressTakesAValueAndReportsIt) {
+    RunningProgram program({VISTREL_SAMPLE});
+    ASSERT_TRUE(program.waitForPort("tcp", program.httpPort));
+    ASSERT_TRUE(program.waitForState("/isReady", true));
+    const json root = json::parse(program.curl("", "/").body, nullptr, false);
+    std::vector<json> leaves;
+    std::function<void(const json&)> collect = [&](const json& node) {
+        if (node.contains("TYPE")) leaves.push_back(node);
+        if (node.contains("CONTENTS"))
+            for (const auto& [name, child] : node["CONTENTS"].items()) collect(child);
+    };
+    collect(root);
+    ASSERT_EQ(leaves.size(), 43u);
+
+    // Words the handler takes for the text rows, each differing from the fresh document's.
+    const std::map<std::string, std::string> words{{"/vistrel/camera/view", "top"},
+                                                   {"/vistrel/scene/name", ""},
+                                                   {"/vistrel/style", "clay"},
+                                                   {"/vistrel/lighting/mode", "point"},
+                                                   {"/vistrel/backdrop/style", "studioDark"}};
+    auto value = [&](const std::string& path) {
+        const json reply = json::parse(program.curl("", path + "?VALUE").body, nullptr, false);
+        return reply.is_object() ? reply.value("VALUE", json()) : json();
+    };
+    for (const json& leaf : leaves) {
+        const std::string path = leaf["FULL_PATH"], tags = leaf["TYPE"];
+        std::string message = path + " " + tags;
+        json expected = json::array();
+        if (leaf["ACCESS"] == 3) {
+            const json current = value(path);
+            for (size_t i = 0; i < tags.size(); ++i) {
+                if (tags[i] == 's') {
+                    message += " '" + words.at(path) + "'";
+                    expected.push_back(words.at(path));
+                    continue;
+                }
+                const json& range = leaf.at("RANGE").at(i);
+                if (tags[i] == 'i') {  // the other end of a switch, or the only index
+                    const bool atMin = current.is_array() && current.at(i) == range.at("MIN");
+                    const int v = atMin ? int(range.at("MAX")) : int(range.at("MIN"));
+                    message += " " + std::to_string(v);
+                    expected.push_back(v);
+                } else {
+                    const double low = range.at("MIN"), high = range.at("MAX");
+                    // Each value its own, so that a look-at never looks at its own eye.
+                    const double v = low + (0.6 - 0.05 * double(i)) * (high - low);
+                    message += " " + std::to_string(v);
+                    expected.push_back(v);
+                }
+            }
+        } else {
+            message += " ";  // the impulse carries no value
+        }
+        if (path == "/vistrel/camera/eye_height") expected = {1.7};  // an action, not a state
+        if (path == "/vistrel/backdrop/color") expected[3] = 1.0;    // alpha is always opaque
+        send(program, message);
+        if (path == "/vistrel/camera/view" || leaf["ACCESS"] == 2)
+            std::this_thread::sleep_for(1500ms);  // animated moves end before the next row
+        if (path == "/vistrel/camera/level") {
+            EXPECT_NEAR(double(value("/vistrel/camera/pitch")[0]), 0.0, 1e-3) << message;
+            continue;
+        }
+        if (expected.empty()) continue;
+        bool matches = false;
+        json reported;
+        for (int attempt = 0; attempt < 100 && !matches; ++attempt) {
+            reported = value(path);
+            matches = reported.size() == expected.size();
+            for (size_t i = 0; matches && i < expected.size(); ++i)
+                matches = expected[i].is_number()
+                              ? std::abs(double(reported[i]) - double(expected[i])) <=
+                                    1e-3 * std::max(1.0, std::abs(double(expected[i])))
+                              : reported[i] == expected[i];
+            if (!matches) std::this_thread::sleep_for(20ms);
+        }
+        EXPECT_TRUE(matches) << message << " reported " << reported;
+    }
+    EXPECT_TRUE(program.running());
 }
 
 TEST_F(RemoteProgramTest, noiseChangesNothingAndLosesNoLaterMessage) {
