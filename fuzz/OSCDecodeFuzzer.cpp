@@ -12,6 +12,7 @@
 #include <memory>
 #include <string>
 
+#include "BoxMesh.h"
 #include "ManualClock.h"
 #include "ManualTimer.h"
 #include "documents/DocumentModel.h"
@@ -36,22 +37,11 @@ void convert(const Value& v) {
     (void)v.boolValue();
 }
 
-Mesh box(int layer, Float3 origin) {
-    Mesh mesh;
-    mesh.layer = layer;
-    for (int i = 0; i < 8; ++i)
-        mesh.positions.push_back(origin +
-                                 Float3{float(i & 1), float((i >> 1) & 1), float((i >> 2) & 1)});
-    mesh.normals.assign(8, Float3{0, 0, 1});
-    mesh.indices = {0, 1, 3, 0, 3, 2, 4, 5, 7, 4, 7, 6, 0, 1, 5, 0, 5, 4,
-                    2, 3, 7, 2, 7, 6, 0, 2, 6, 0, 6, 4, 1, 3, 7, 1, 7, 5};
-    return mesh;
-}
-
 // Two layers in one folder and one alone; a scene with a camera and one without.
 SKPModel smallModel() {
     Definition root;
-    for (int layer = 0; layer < 3; ++layer) root.meshes.push_back(box(layer, {2.0f * layer, 0, 0}));
+    for (int layer = 0; layer < 3; ++layer)
+        root.meshes.push_back(test::boxMesh(layer, {2.0f * layer, 0, 0}));
     std::vector<Layer> layers{{"Mur", true, "Murs"}, {"Porte", true, "Murs"}, {"Toit", true, {}}};
     std::vector<Scene> scenes{
         Scene{"Plan", Camera{{10, -10, 5}, {0, 0, 0}, {0, 0, 1}, false, 35, 8},

@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "BoxMesh.h"
 #include "ManualClock.h"
 #include "ManualTimer.h"
 #include "TestEnv.h"
@@ -18,19 +19,6 @@
 #include "shell/Preferences.h"
 
 namespace vistrel::test {
-
-// A unit box at `origin` on `layer`: 12 triangles.
-inline Mesh boxMesh(int layer, Float3 origin) {
-    Mesh mesh;
-    mesh.layer = layer;
-    for (int i = 0; i < 8; ++i)
-        mesh.positions.push_back(origin +
-                                 Float3{float(i & 1), float((i >> 1) & 1), float((i >> 2) & 1)});
-    mesh.normals.assign(8, Float3{0, 0, 1});
-    mesh.indices = {0, 1, 3, 0, 3, 2, 4, 5, 7, 4, 7, 6, 0, 1, 5, 0, 5, 4,
-                    2, 3, 7, 2, 7, 6, 0, 2, 6, 0, 6, 4, 1, 3, 7, 1, 7, 5};
-    return mesh;
-}
 
 // Layers 0 and 1 in folder "Murs", layer 2 in "Toit", layer 3 alone and empty. Boxes on
 // layers 0 to 2, spaced 3 m apart along x.

@@ -45,32 +45,9 @@ std::string queryName(const std::string& query) {
     return first.substr(0, first.find('='));
 }
 
-const json* member(const json& args, const char* key) {
-    const auto it = args.find(key);
-    return it == args.end() ? nullptr : &*it;
-}
-
-std::optional<std::string> textArg(const json& args, const char* key) {
-    const json* v = member(args, key);
-    if (!v || !v->is_string()) return std::nullopt;
-    return v->get<std::string>();
-}
-
-std::optional<bool> boolArg(const json& args, const char* key) {
-    const json* v = member(args, key);
-    if (!v || !v->is_boolean()) return std::nullopt;
-    return v->get<bool>();
-}
-
-std::optional<double> numberArg(const json& args, const char* key) {
-    const json* v = member(args, key);
-    if (!v || !v->is_number()) return std::nullopt;
-    return v->get<double>();
-}
-
 // Fractions truncated toward zero; anything beyond int stands as an index out of every range.
 std::optional<int> indexArg(const json& args, const char* key) {
-    const json* v = member(args, key);
+    const json* v = RemoteJSON::member(args, key);
     if (!v || !v->is_number()) return std::nullopt;
     if (v->is_number_unsigned()) return int(std::min<uint64_t>(v->get<uint64_t>(), INT_MAX));
     if (v->is_number_integer())
@@ -81,7 +58,7 @@ std::optional<int> indexArg(const json& args, const char* key) {
 }
 
 void applyScene(const json& args, DocumentModel& model) {
-    if (const auto action = textArg(args, "action")) {
+    if (const auto action = RemoteJSON::textAt(args, "action")) {
         if (*action == "next")
             model.nextScene();
         else if (*action == "prev" || *action == "previous")
@@ -89,15 +66,15 @@ void applyScene(const json& args, DocumentModel& model) {
         return;  // any other action still ends the reading
     }
     if (const auto index = indexArg(args, "index")) return model.selectScene(*index);
-    if (const auto name = textArg(args, "name")) {
+    if (const auto name = RemoteJSON::textAt(args, "name")) {
         if (const auto index = sceneNamed(model, *name)) model.selectScene(*index);
     }
 }
 
 void applyLayers(const json& args, DocumentModel& model) {
-    if (const auto all = boolArg(args, "all")) return model.setAllLayers(*all);
-    const auto visible = boolArg(args, "visible");
-    if (const auto name = textArg(args, "group")) {
+    if (const auto all = RemoteJSON::boolAt(args, "all")) return model.setAllLayers(*all);
+    const auto visible = RemoteJSON::boolAt(args, "visible");
+    if (const auto name = RemoteJSON::textAt(args, "group")) {
         if (const auto group = groupNamed(model, *name)) {
             bool anyVisible = false;
             for (int i : group->layerIndices)
@@ -106,18 +83,18 @@ void applyLayers(const json& args, DocumentModel& model) {
             return model.setLayerGroup(*group, visible.value_or(!anyVisible));
         }
     }
-    if (const auto name = textArg(args, "soloGroup")) {
+    if (const auto name = RemoteJSON::textAt(args, "soloGroup")) {
         if (const auto group = groupNamed(model, *name)) return model.soloLayerGroup(*group);
     }
     if (const auto solo = indexArg(args, "solo")) return model.soloLayer(*solo);
-    if (const auto name = textArg(args, "solo")) {
+    if (const auto name = RemoteJSON::textAt(args, "solo")) {
         if (const auto layer = layerNamed(model, *name)) return model.soloLayer(*layer);
         if (const auto group = groupNamed(model, *name)) model.soloLayerGroup(*group);
         return;
     }
     std::optional<int> index = indexArg(args, "index");
     if (!index) {
-        if (const auto name = textArg(args, "name")) index = layerNamed(model, *name);
+        if (const auto name = RemoteJSON::textAt(args, "name")) index = layerNamed(model, *name);
     }
     if (!index || *index < 0 || size_t(*index) >= model.layerVisible().size()) return;
     if (visible && *visible == model.layerVisible()[size_t(*index)]) return;
@@ -163,10 +140,10 @@ std::optional<std::string> refusedPDFPath(const fs::path& path) {
 }
 
 std::optional<Float2> pageSizeArg(const json& args) {
-    const auto width = numberArg(args, "width"), height = numberArg(args, "height");
-    if (!width || !height || !std::isfinite(*width) || !std::isfinite(*height)) return std::nullopt;
-    return Float2{float(std::clamp(*width, 0.0, double(kMaxPageSide))),
-                  float(std::clamp(*height, 0.0, double(kMaxPageSide)))};
+    const auto width = RemoteJSON::numberAt(args, "width");
+    const auto height = RemoteJSON::numberAt(args, "height");
+    if (!width || !height) return std::nullopt;
+    return Float2{std::clamp(*width, 0.0f, kMaxPageSide), std::clamp(*height, 0.0f, kMaxPageSide)};
 }
 
 bool listensOnLoopbackOnly() {
@@ -215,7 +192,7 @@ void replyOSCQuery(RemoteControlServer& server, const std::string& path, const s
 // True when the answer comes later, through `done`.
 bool replyOpen(RemoteControlServer& server, const json& args, const Reply& reply,
                const std::function<void()>& done) {
-    const auto wanted = textArg(args, "path");
+    const auto wanted = RemoteJSON::textAt(args, "path");
     if (!wanted || wanted->empty()) {
         reply.write({{"error", "Missing 'path' parameter"}}, 400);
         return false;
@@ -261,7 +238,7 @@ void replySnapshot(RemoteControlServer& server, const Reply& reply) {
 }
 
 void replyPDF(RemoteControlServer& server, const json& args, const Reply& reply) {
-    const auto target = textArg(args, "path");
+    const auto target = RemoteJSON::textAt(args, "path");
     const fs::path file = target && !target->empty() ? expandTilde(*target) : fs::path();
     if (!file.empty()) {
         if (const auto refusal = refusedPDFPath(file))

@@ -33,12 +33,6 @@ json triple(Float3 v) {
     return json::array({number(v.x), number(v.y), number(v.z)});
 }
 
-const json* member(const json& args, const char* key) {
-    if (!args.is_object()) return nullptr;
-    auto it = args.find(key);
-    return it == args.end() ? nullptr : &*it;
-}
-
 // JSON integers and floats alike; text, booleans and null are passed over.
 std::optional<float> asNumber(const json* v) {
     if (!v || !v->is_number()) return std::nullopt;
@@ -47,25 +41,9 @@ std::optional<float> asNumber(const json* v) {
     return float(std::clamp(v->get<double>(), -limit, limit));
 }
 
-std::optional<float> numberAt(const json& args, const char* key) {
-    return asNumber(member(args, key));
-}
-
-std::optional<float> numberAt(const json& args, const char* key, const char* orElse) {
-    auto v = numberAt(args, key);
-    return v ? v : numberAt(args, orElse);
-}
-
-std::optional<bool> boolAt(const json& args, const char* key) {
-    const json* v = member(args, key);
-    if (!v || !v->is_boolean()) return std::nullopt;
-    return v->get<bool>();
-}
-
 std::optional<std::string> lowercasedTextAt(const json& args, const char* key) {
-    const json* v = member(args, key);
-    if (!v || !v->is_string()) return std::nullopt;
-    return lowercased(v->get_ref<const std::string&>());
+    const auto text = textAt(args, key);
+    return text ? std::optional(lowercased(*text)) : std::nullopt;
 }
 
 // At least three elements, the first three numbers.
@@ -113,6 +91,33 @@ void appendBody(std::string& out, const json& value, int depth) {
 }
 
 }  // namespace
+
+const json* member(const json& args, const char* key) {
+    if (!args.is_object()) return nullptr;
+    auto it = args.find(key);
+    return it == args.end() ? nullptr : &*it;
+}
+
+std::optional<float> numberAt(const json& args, const char* key) {
+    return asNumber(member(args, key));
+}
+
+std::optional<float> numberAt(const json& args, const char* key, const char* orElse) {
+    auto v = numberAt(args, key);
+    return v ? v : numberAt(args, orElse);
+}
+
+std::optional<std::string> textAt(const json& args, const char* key) {
+    const json* v = member(args, key);
+    if (!v || !v->is_string()) return std::nullopt;
+    return v->get<std::string>();
+}
+
+std::optional<bool> boolAt(const json& args, const char* key) {
+    const json* v = member(args, key);
+    if (!v || !v->is_boolean()) return std::nullopt;
+    return v->get<bool>();
+}
 
 json number(float value) {
     if (!std::isfinite(value)) return double(value);

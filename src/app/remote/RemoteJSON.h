@@ -8,6 +8,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -45,6 +46,15 @@ void applyRenderingJSON(const nlohmann::json& args, DocumentModel& model);
 // The reply text: two-space indents, "key" : value, keys sorted, slashes as they are, UTF-8 as
 // it is (bytes that are not UTF-8 become U+FFFD).
 std::string bodyText(const nlohmann::json& value);
+
+// One key of a request body, absent when missing or of another JSON type: no text is read
+// as a number, no number as a switch. Numbers are JSON integers and floats alike.
+const nlohmann::json* member(const nlohmann::json& args, const char* key);
+std::optional<bool> boolAt(const nlohmann::json& args, const char* key);
+std::optional<std::string> textAt(const nlohmann::json& args, const char* key);
+std::optional<float> numberAt(const nlohmann::json& args, const char* key);
+// `key`, else `orElse`.
+std::optional<float> numberAt(const nlohmann::json& args, const char* key, const char* orElse);
 // A 32-bit float as a JSON number that prints at its 32-bit value (0.7f prints 0.7, not
 // 0.699999988079071).
 nlohmann::json number(float value);
