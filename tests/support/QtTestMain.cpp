@@ -5,6 +5,7 @@
 #include <QApplication>
 #include <cstdlib>
 
+#include "ui/Theme.h"
 #include "ui/ViewportWidget.h"
 
 int main(int argc, char** argv) {
@@ -16,5 +17,6 @@ int main(int argc, char** argv) {
     vistrel::app::ViewportWidget::configureDefaultSurfaceFormat();
     QApplication application(argc, argv);
     application.setQuitOnLastWindowClosed(false);
+    vistrel::app::Theme::apply(application);  // widgets look as in the program
     return RUN_ALL_TESTS();
 }
