@@ -249,6 +249,9 @@ bool SKPDocument::isChecked(Action action, int tag) const {
         case Action::selectShadingStyle:
             return tag >= 0 && size_t(tag) < viewport::allShadingStyles.size() &&
                    viewport::allShadingStyles[size_t(tag)] == m.shadingStyle();
+        case Action::lookStandard:
+            return tag >= 0 && size_t(tag) < MainMenu::cameraViews().size() &&
+                   m.activeStandardView() == MainMenu::cameraViews()[size_t(tag)].view;
         default:
             return false;
     }

@@ -1,15 +1,14 @@
-// The window of one document: the viewport with the loading overlay and failure banner over
-// it, a layer sidebar, the menus, and a status line bound to the model's status text. Files
-// dropped on it are opened. Closing it closes the document.
+// The window of one document: its menus over the ContentView. Closing it closes the document.
 #pragma once
 
 #include <QMainWindow>
 
-class QLabel;
 class QMimeData;
 
 namespace vistrel::app {
 
+class ContentView;
+class DocumentActions;
 class DocumentModel;
 class LayerPanel;
 class LoadingOverlay;
@@ -24,36 +23,26 @@ class DocumentWindow : public QMainWindow {
 
     explicit DocumentWindow(SKPDocument& document);
 
+    ContentView& content() const { return *content_; }
+    DocumentActions& actions() const { return *actions_; }
     // Null where the platform has no GL (offscreen): the snapshot preview stands in there.
-    ViewportWidget* viewport() const { return viewport_; }
-    LoadingOverlay& overlay() const { return *overlay_; }
-    LayerPanel& layerPanel() const { return *layers_; }
+    ViewportWidget* viewport() const;
+    LoadingOverlay& overlay() const;
+    LayerPanel& layerPanel() const;
     QString statusLine() const;
-    // What a drop does: opens the local files among the data's URLs; false when there is none.
     bool openDropped(const QMimeData* data);
     QString flashText() const;
 
   protected:
-    bool eventFilter(QObject* watched, QEvent* event) override;
     void closeEvent(QCloseEvent* event) override;
-    void dragEnterEvent(QDragEnterEvent* event) override;
-    void dropEvent(QDropEvent* event) override;
 
   private:
-    void refreshStatus();
-    void fitStatus();
-    void refreshFlash();
-    void refreshPreview();
     void placeOnScreen();
 
     SKPDocument& document_;
     DocumentModel& model_;
-    ViewportWidget* viewport_ = nullptr;
-    LoadingOverlay* overlay_;
-    LayerPanel* layers_;
-    QLabel* status_;
-    QLabel* flash_;
-    QLabel* preview_;
+    DocumentActions* actions_;
+    ContentView* content_;
 };
 
 }  // namespace vistrel::app

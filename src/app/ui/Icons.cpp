@@ -78,8 +78,11 @@ const char* body(Symbol symbol) {
         case Symbol::extents:
             return "<path d='M4 9V4h5M15 4h5v5M20 15v5h-5M9 20H4v-5'/>"
                    "<rect x='9' y='9' width='6' height='6' rx='1'/>";
-        case Symbol::projection:
+        case Symbol::perspective:
             return "<path d='M3 8.5h6v7H3z'/><path d='M9 8.5l12-4.5v16l-12-4.5'/>";
+        case Symbol::parallel:
+            return "<rect x='3' y='9' width='11' height='11'/><path d='M3 9l6-6h11v11l-6 "
+                   "6M14 9l6-6'/>";
         case Symbol::freeFly:
             return "<path d='M21 3L3 10.5l7 2.5 2.5 7z'/><path d='M10 13l11-10'/>";
         case Symbol::cameraSettings:

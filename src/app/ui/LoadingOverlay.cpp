@@ -68,7 +68,8 @@ LoadingOverlay::LoadingOverlay(DocumentModel& model, QWidget* parent)
       name_(new QLabel(this)),
       detail_(new QLabel(this)),
       progress_(new QProgressBar(this)),
-      openInSketchUp_(new QPushButton(text(L("Ouvrir dans SketchUp", "Open in SketchUp")), this)) {
+      openInSketchUp_(new QPushButton(text(L("Ouvrir dans SketchUp", "Open in SketchUp")), this)),
+      cancel_(new QPushButton(text(L("Annuler", "Cancel")), this)) {
     for (QLabel* label : {thumbnail_, heading_, name_, detail_}) {
         label->setAlignment(Qt::AlignCenter);
         label->setWordWrap(true);
@@ -84,6 +85,7 @@ LoadingOverlay::LoadingOverlay(DocumentModel& model, QWidget* parent)
     progress_->setRange(0, 1000);
     progress_->setTextVisible(false);
     connect(openInSketchUp_, &QPushButton::clicked, this, [this] { model_.openInSketchUp(); });
+    connect(cancel_, &QPushButton::clicked, this, &LoadingOverlay::cancelRequested);
     for (auto signal : {&DocumentModel::stateChanged, &DocumentModel::infoChanged,
                         &DocumentModel::thumbnailChanged, &DocumentModel::sketchUpAppChanged})
         connect(&model_, signal, this, &LoadingOverlay::refresh);
@@ -103,12 +105,14 @@ void LoadingOverlay::refresh() {
         headingText_ = text(L("Impossible d'ouvrir le modèle", "The model could not be opened"));
         detailText_ = text(failed->description);
         progress_->hide();
+        cancel_->hide();
         openInSketchUp_->setVisible(model_.sketchUpApp().has_value());
     } else {
         const auto& loading = std::get<DocumentModel::Loading>(state);
         headingText_ = text(L("Ouverture du modèle…", "Opening model…"));
         openInSketchUp_->hide();
         progress_->show();
+        cancel_->show();
         detailText_ = loading.progress ? text(loading.progress->phase) : QString();
         if (loading.progress && loading.progress->fraction) {
             progress_->setRange(0, 1000);
@@ -125,7 +129,8 @@ void LoadingOverlay::resizeEvent(QResizeEvent*) {
     arrange();
 }
 
-// One centred column: thumbnail, heading, name, detail, then the progress bar or the button.
+// One centred column: thumbnail, heading, name, detail, then the progress bar and cancel, or
+// the button.
 void LoadingOverlay::arrange() {
     const int column =
         std::max(1, std::min(width() - 2 * Theme::overlayMargin, Theme::overlayColumnWidth));
@@ -142,7 +147,8 @@ void LoadingOverlay::arrange() {
     addText(heading_, headingText_);
     addText(name_, nameText_);
     addText(detail_, detailText_);
-    for (QWidget* w : {static_cast<QWidget*>(progress_), static_cast<QWidget*>(openInSketchUp_)})
+    for (QWidget* w : {static_cast<QWidget*>(progress_), static_cast<QWidget*>(cancel_),
+                       static_cast<QWidget*>(openInSketchUp_)})
         if (!w->isHidden()) {
             const int wide = w == progress_ ? Theme::overlayProgressWidth : w->sizeHint().width();
             pieces.push_back({w, {std::min(wide, column), w->sizeHint().height()}});

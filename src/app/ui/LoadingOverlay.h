@@ -1,6 +1,6 @@
 // What covers the viewport until the model is shown: the file's thumbnail, name and version,
-// with "Opening model…" and the reader's phase and progress while loading, or the failure with
-// its reason and, when an application for the file exists, a button to open it there.
+// with "Opening model…", the reader's phase and progress and a cancel button while loading, or the
+// failure with its reason and, when an application for the file exists, a button to open it there.
 // Every text is laid out in full at any size the window allows: the texts take the height
 // they need at the column's width, and the thumbnail shrinks, or goes, to leave it to them.
 #pragma once
@@ -30,6 +30,10 @@ class LoadingOverlay : public QWidget {
     bool showsProgress() const;
     bool offersOpenInSketchUp() const;
 
+  signals:
+    // The cancel button while loading; the window closes the document.
+    void cancelRequested();
+
   protected:
     void paintEvent(QPaintEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
@@ -44,6 +48,7 @@ class LoadingOverlay : public QWidget {
     QLabel* detail_;
     QProgressBar* progress_;
     QPushButton* openInSketchUp_;
+    QPushButton* cancel_;
     QString headingText_, nameText_, detailText_;  // without break opportunities
 };
 

@@ -3,19 +3,14 @@
 #include <QAction>
 #include <QApplication>
 #include <QKeySequence>
-#include <QLineEdit>
 #include <QMainWindow>
 #include <QMenu>
 #include <QMenuBar>
-#include <QPlainTextEdit>
-#include <QTextEdit>
-#include <QTimer>
-
-#include <memory>
 
 #include "documents/DocumentController.h"
 #include "documents/SKPDocument.h"
 #include "settings/Localization.h"
+#include "ui/DocumentActions.h"
 
 namespace vistrel::app::MainMenu {
 
@@ -23,51 +18,20 @@ namespace {
 
 using Action = SKPDocument::Action;
 
-struct Item {
-    QAction* action;
-    Action command;
-    int tag;
-};
-
-bool focusInTextField(const QWidget& window) {
-    QWidget* focus = window.focusWidget();
-    return qobject_cast<QLineEdit*>(focus) || qobject_cast<QTextEdit*>(focus) ||
-           qobject_cast<QPlainTextEdit*>(focus);
-}
-
 class Builder {
   public:
-    Builder(QMainWindow& window, SKPDocument& document) : window_(window), document_(document) {}
+    explicit Builder(DocumentActions& actions) : actions_(actions) {}
 
     QAction* add(QMenu* menu, const std::string& fr, const std::string& en, Action command,
                  const QKeySequence& key = {}, int tag = 0, bool checkable = false) {
-        QAction* action = menu->addAction(QString::fromStdString(L(fr, en)));
+        QAction* action = actions_.add(QString::fromStdString(L(fr, en)), command, tag, checkable);
         if (!key.isEmpty()) action->setShortcut(key);
-        action->setCheckable(checkable);
-        // The document is the window's owner: it outlives the window's actions.
-        SKPDocument* document = &document_;
-        QObject::connect(action, &QAction::triggered, action,
-                         [document, command, tag] { document->perform(command, tag); });
-        items_->push_back({action, command, tag});
+        menu->addAction(action);
         return action;
     }
 
-    void refresh() {
-        const bool textField = focusInTextField(window_);
-        for (const Item& item : *items_) {
-            item.action->setVisible(!document_.isHidden(item.command));
-            item.action->setEnabled(document_.validate(item.command, item.tag, textField));
-            if (item.action->isCheckable())
-                item.action->setChecked(document_.isChecked(item.command, item.tag));
-        }
-    }
-
-    std::shared_ptr<std::vector<Item>> items() const { return items_; }
-
   private:
-    QMainWindow& window_;
-    SKPDocument& document_;
-    std::shared_ptr<std::vector<Item>> items_ = std::make_shared<std::vector<Item>>();
+    DocumentActions& actions_;
 };
 
 QKeySequence keys(QKeyCombination combination) {
@@ -87,9 +51,8 @@ const std::vector<CameraView>& cameraViews() {
     return views;
 }
 
-void build(QMainWindow& window, SKPDocument& document) {
-    auto builder = std::make_shared<Builder>(window, document);
-    Builder& b = *builder;
+void build(QMainWindow& window, DocumentActions& actions) {
+    Builder b(actions);
     QMenuBar* bar = window.menuBar();
     const auto ctrl = Qt::ControlModifier;
     const auto alt = Qt::AltModifier;
@@ -172,30 +135,8 @@ void build(QMainWindow& window, SKPDocument& document) {
         window.isMaximized() ? window.showNormal() : window.showMaximized();
     });
 
-    // Shortcuts of disabled actions do not fire, so the states follow every change at once;
-    // a queued refresh folds a burst of signals into one pass.
-    auto pending = std::make_shared<bool>(false);
-    auto schedule = [builder, pending, &window] {
-        if (*pending) return;
-        *pending = true;
-        QTimer::singleShot(0, &window, [builder, pending] {
-            *pending = false;
-            builder->refresh();
-        });
-    };
-    DocumentModel& m = document.model();
-    for (auto signal :
-         {&DocumentModel::stateChanged, &DocumentModel::skpChanged,
-          &DocumentModel::sketchUpAppChanged, &DocumentModel::showSidebarChanged,
-          &DocumentModel::showsEdgesChanged, &DocumentModel::showsGridChanged,
-          &DocumentModel::isPerspectiveChanged, &DocumentModel::shadowsEnabledChanged,
-          &DocumentModel::lightingModeChanged, &DocumentModel::ambientOcclusionEnabledChanged,
-          &DocumentModel::isFreeFlyingChanged, &DocumentModel::shadingStyleChanged})
-        QObject::connect(&m, signal, &window, schedule);
-    QObject::connect(qApp, &QApplication::focusChanged, &window, schedule);
     for (QMenu* menu : {file, edit, view, camera})
-        QObject::connect(menu, &QMenu::aboutToShow, &window, [builder] { builder->refresh(); });
-    builder->refresh();
+        QObject::connect(menu, &QMenu::aboutToShow, &actions, &DocumentActions::refresh);
 }
 
 }  // namespace vistrel::app::MainMenu

@@ -1,7 +1,6 @@
 // The menus of a document window, in the user's language at the time they are built: File,
 // Edit, View and Camera with their keyboard shortcuts (Ctrl stands for the Command key, Alt
-// for Option). Each item runs its SKPDocument command; enabling, check marks and hidden items
-// follow the document's rules and are refreshed whenever the document changes.
+// for Option). Each item is one of the window's DocumentActions.
 #pragma once
 
 #include <string>
@@ -13,7 +12,7 @@ class QMainWindow;
 
 namespace vistrel::app {
 
-class SKPDocument;
+class DocumentActions;
 
 namespace MainMenu {
 
@@ -25,8 +24,8 @@ struct CameraView {
 // The seven standard views; an item's tag is its position, its key Ctrl and tag + 1.
 const std::vector<CameraView>& cameraViews();
 
-// Builds the window's menu bar for its document and keeps the items' states current.
-void build(QMainWindow& window, SKPDocument& document);
+// Builds the window's menu bar from actions of its document.
+void build(QMainWindow& window, DocumentActions& actions);
 
 }  // namespace MainMenu
 }  // namespace vistrel::app

@@ -10,6 +10,9 @@ inline constexpr const char* panel = "#26282c";
 inline constexpr const char* text = "#e8e8ea";
 inline constexpr const char* secondaryText = "#9a9ca3";
 inline constexpr const char* accent = "#4c8dff";
+inline constexpr const char* separator = "#34363b";
+inline constexpr const char* hover = "#34363b";
+inline constexpr const char* checkedBackground = "rgba(76, 141, 255, 0.20)";
 
 // The column over the viewport while a model loads or after it failed, in pixels.
 inline constexpr int overlayMargin = 24, overlayColumnWidth = 560, overlaySpacing = 8;

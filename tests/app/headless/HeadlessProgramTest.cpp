@@ -94,7 +94,7 @@ TEST_F(HeadlessProgramTest, snapshotWritesTheWholeWindowOfTheCubeOrAFile) {
 
 TEST_F(HeadlessProgramTest, snapshotEnvironmentChangesTheLookOnlyWhenWellFormed) {
     const Image plain = shot("");
-    const size_t corner = size_t(60 * plain.width + plain.width - 40) * 4;  // backdrop
+    const size_t corner = size_t(200 * plain.width + plain.width - 40) * 4;  // backdrop
     const Image red = shot("VISTREL_SNAPSHOT_BG=1,0,0 VISTREL_SNAPSHOT_SSAO=1.5");
     EXPECT_GT(red.pixels.at(corner), 200);
     EXPECT_LT(red.pixels.at(corner + 1), 40);

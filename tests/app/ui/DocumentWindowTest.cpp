@@ -1,23 +1,35 @@
 // The window on a display (Xvfb in CI), or skipped: a corpus drawing opened through the
-// controller, drawn, changed through the menus and the layer panel, and closed.
+// controller, drawn, changed through the menus and the layer panel, and closed; the window's
+// loading, failed and loaded states as pictures; the toolbar bound both ways to the model.
 #include <gtest/gtest.h>
 
 #include <QAction>
 #include <QCoreApplication>
 #include <QGuiApplication>
+#include <QMenu>
 #include <QMenuBar>
 #include <QPointer>
 #include <QPushButton>
+#include <QTest>
+#include <QToolButton>
+
+#include <atomic>
+#include <thread>
 
 #include "DocumentModelFixture.h"
 #include "EventLoop.h"
+#include "ImageCompare.h"
 #include "ScopedLanguage.h"
 #include "documents/DocumentController.h"
 #include "documents/SKPDocument.h"
+#include "model/SKPError.h"
+#include "ui/ContentView.h"
 #include "ui/DocumentWindow.h"
 #include "ui/LayerPanel.h"
 #include "ui/LoadingOverlay.h"
+#include "ui/ShortcutText.h"
 #include "ui/ViewportWidget.h"
+#include "ui/toolbar/TopBar.h"
 
 using namespace vistrel;
 using namespace vistrel::app;
@@ -51,6 +63,27 @@ Control* named(QWidget& parent, const QString& text) {
     return nullptr;
 }
 
+// A loader that reports a phase, waits until released, then gives its model or throws.
+struct HeldLoader {
+    std::atomic<bool> open = false;
+    std::function<SKPModel()> result;
+    SKPModel operator()(const std::filesystem::path&, const SKPReader::ProgressCallback& progress,
+                        const SKPReader::CancelCheck& cancelled) {
+        progress({L("Lecture des entités…", "Reading entities…"), 1234, 0.42});
+        while (!open && !cancelled()) std::this_thread::sleep_for(std::chrono::milliseconds(5));
+        if (cancelled()) throw SKPError::cancelled();
+        return result();
+    }
+};
+
+::testing::AssertionResult looksLike(QWidget& window, const std::string& baseline) {
+    const QImage grabbed = window.grab().toImage().convertToFormat(QImage::Format_RGBA8888);
+    viewport::Image image{grabbed.width(), grabbed.height(), false, {}};
+    image.pixels.assign(grabbed.constBits(), grabbed.constBits() + grabbed.sizeInBytes());
+    // Software GL may round an edge's pixels differently from one CPU to another.
+    return test::matchesBaseline(image, baseline, 6, 0.004);
+}
+
 class DocumentWindowTest : public test::DocumentModelTest {
   protected:
     void SetUp() override {
@@ -63,6 +96,22 @@ class DocumentWindowTest : public test::DocumentModelTest {
         QCoreApplication::processEvents();
         DocumentModelTest::TearDown();
     }
+    // A window on the cube's header (thumbnail and version) whose load waits for `loader`.
+    DocumentWindow* held(const std::shared_ptr<HeldLoader>& loader) {
+        const auto corpus = test::corpusDir();
+        if (!corpus) return nullptr;
+        auto* document = new SKPDocument;
+        document->read(*corpus / "skp" / "testup2__Cube.skp");
+        document->loader = [loader](const auto& url, const auto& progress, const auto& cancel) {
+            return (*loader)(url, progress, cancel);
+        };
+        document->makeWindowControllers();
+        auto* window = qobject_cast<DocumentWindow*>(document->window());
+        window->resize(1180, 720);
+        document->showWindows();
+        return window;
+    }
+
     test::ScopedLanguage english{AppLanguage::en};
 };
 
@@ -92,12 +141,17 @@ TEST_F(DocumentWindowTest, aCorpusDrawingOpensIsDrawnAnswersCommandsAndCloses) {
     EXPECT_GT(drawn, 500) << "the drawing's lines are on screen";
 
     // Styles through the menu.
-    QAction* wireframe = named<QAction>(*window->findChild<QMenuBar*>(), "Style: Wireframe");
+    QAction* wireframe = named<QAction>(*window, "Style: Wireframe");
     ASSERT_TRUE(wireframe && wireframe->isEnabled());
     wireframe->trigger();
     EXPECT_EQ(m.shadingStyle(), viewport::ShadingStyle::wireframe);
     idle(0.2);
     EXPECT_TRUE(wireframe->isChecked());
+
+    TopBar& bar = window->content().topBar();
+    EXPECT_FALSE(bar.showsScenes()) << "a drawing without scenes has no scene group";
+    QToolButton* sketchUp = bar.button(shortcutText("Open model in SketchUp (⇧⌘O)"));
+    EXPECT_TRUE(!sketchUp || !sketchUp->isVisible()) << "no SketchUp on this machine";
 
     // Hiding every layer leaves only the backdrop.
     QPushButton* hideAll = named<QPushButton>(window->layerPanel(), "Hide All");
@@ -111,6 +165,70 @@ TEST_F(DocumentWindowTest, aCorpusDrawingOpensIsDrawnAnswersCommandsAndCloses) {
     window->close();
     EXPECT_TRUE(controller.documents().empty());
     EXPECT_TRUE(waitUntil([&] { return closing.isNull(); }, 5));
+}
+
+TEST_F(DocumentWindowTest, loadingFailedAndLoadedWindowsLookRightAndTheToolbarFollowsTheModel) {
+    if (!test::corpusDir()) GTEST_SKIP() << "corpus absent";
+    {
+        auto loader = std::make_shared<HeldLoader>();
+        loader->result = []() -> SKPModel { throw SKPError::unreadable("/tmp/testup2__Cube.skp"); };
+        loader->open = true;
+        DocumentWindow* failed = held(loader);
+        DocumentModel& m = failed->content().model();
+        ASSERT_TRUE(
+            waitUntil([&] { return std::holds_alternative<DocumentModel::Failed>(m.state()); }, 5));
+        idle(0.2);
+        EXPECT_TRUE(looksLike(*failed, "window_failed_en")) << "thumbnail and version kept";
+        failed->close();
+    }
+
+    auto loader = std::make_shared<HeldLoader>();
+    loader->result = [] { return test::groupedModel(test::threeScenes()); };
+    loader->open = true;
+    DocumentWindow* window = held(loader);
+    DocumentModel& m = window->content().model();
+    ASSERT_TRUE(waitUntil([&] { return m.isReady(); }, 10));
+    TopBar& bar = window->content().topBar();
+    idle(0.5);
+    EXPECT_TRUE(looksLike(*window, "window_loaded_en"));
+
+    // Clicks on the bar reach the model.
+    ASSERT_TRUE(bar.showsScenes());
+    QTest::mouseClick(bar.button(shortcutText("Next scene (⌘] · ⇧-click: 10× slower transition)")),
+                      Qt::LeftButton);
+    EXPECT_EQ(m.selectedScene(), 0);
+    QTest::mouseClick(bar.button("Wireframe style (edges only)"), Qt::LeftButton);
+    EXPECT_EQ(m.shadingStyle(), viewport::ShadingStyle::wireframe);
+    // A change from elsewhere moves the bar.
+    QToolButton* grid = bar.button(shortcutText("Show or hide ground grid and XYZ axes (⌥⌘G)"));
+    ASSERT_NE(grid, nullptr);
+    const bool gridShown = grid->isChecked();
+    m.toggleGrid();
+    m.selectScene(2);
+    idle(0.1);
+    EXPECT_NE(grid->isChecked(), gridShown);
+    EXPECT_EQ(bar.findChild<QToolButton*>("ScenePicker")->text(), "Tout");
+    window->close();
+
+    // Last: the language of a scope does not come back after a nested one.
+    {
+        test::ScopedLanguage french(AppLanguage::fr);
+        auto loader = std::make_shared<HeldLoader>();
+        DocumentWindow* loading = held(loader);
+        ASSERT_TRUE(waitUntil(
+            [&] {
+                return loading->overlay().showsProgress() &&
+                       loading->overlay().detail() == "Lecture des entités…";
+            },
+            5));
+        idle(0.2);
+        EXPECT_TRUE(looksLike(*loading, "window_loading_fr"));
+        QPushButton* cancel = named<QPushButton>(loading->overlay(), "Annuler");
+        ASSERT_NE(cancel, nullptr);
+        QPointer<DocumentWindow> closing = loading;
+        cancel->click();
+        EXPECT_TRUE(waitUntil([&] { return closing.isNull(); }, 5)) << "cancel closes the document";
+    }
 }
 
 }  // namespace
