@@ -12,6 +12,7 @@
 #include "documents/DocumentController.h"
 #include "documents/DocumentModel.h"
 #include "documents/SKPDocument.h"
+#include "settings/Localization.h"
 #include "ui/LayerPanel.h"
 #include "ui/LoadingOverlay.h"
 #include "ui/StatusBar.h"
@@ -59,14 +60,20 @@ ContentView::ContentView(SKPDocument& document, DocumentActions& actions, QWidge
     overlay_ = new LoadingOverlay(model_, area);
     connect(overlay_, &LoadingOverlay::cancelRequested, &document, &SKPDocument::close,
             Qt::QueuedConnection);
+    const QString chip = QString(
+                             "background: rgba(20,20,22,210); color: %1; padding: 8px 14px;"
+                             "border-radius: 8px; margin: 12px;")
+                             .arg(Theme::text);
     flash_ = new QLabel(area);
-    flash_->setStyleSheet(QString("background: rgba(20,20,22,210); color: %1; padding: 8px 14px;"
-                                  "border-radius: 8px;")
-                              .arg(Theme::text));
+    flash_->setStyleSheet(chip);
+    hovered_ = new QLabel(area);
+    hovered_->setStyleSheet(chip);
+    hovered_->setAttribute(Qt::WA_TransparentForMouseEvents);
     if (viewport_) stack->addWidget(viewport_, 0, 0);
     stack->addWidget(preview_, 0, 0);
     stack->addWidget(overlay_, 0, 0);
     stack->addWidget(flash_, 0, 0, Qt::AlignHCenter | Qt::AlignBottom);
+    stack->addWidget(hovered_, 0, 0, Qt::AlignLeft | Qt::AlignBottom);
     stack->setRowMinimumHeight(0, 1);
     row->addWidget(area, 1);
     column->addLayout(row, 1);
@@ -75,6 +82,8 @@ ContentView::ContentView(SKPDocument& document, DocumentActions& actions, QWidge
     column->addWidget(statusBar_);
 
     connect(&model_, &DocumentModel::flashMessageChanged, this, &ContentView::refreshFlash);
+    for (auto signal : {&DocumentModel::hoveredLayerIndexChanged, &DocumentModel::stateChanged})
+        connect(&model_, signal, this, &ContentView::refreshHovered);
     connect(&model_, &DocumentModel::snapshotPreviewImageChanged, this,
             &ContentView::refreshPreview);
     auto sidebar = [this] { layers_->setVisible(model_.showSidebar()); };
@@ -82,6 +91,17 @@ ContentView::ContentView(SKPDocument& document, DocumentActions& actions, QWidge
     sidebar();
     refreshFlash();
     refreshPreview();
+    refreshHovered();
+}
+
+QString ContentView::hoveredText() const {
+    return hovered_->isVisibleTo(this) ? hovered_->text() : QString();
+}
+
+void ContentView::refreshHovered() {
+    const auto name = model_.isReady() ? model_.hoveredLayerName() : std::nullopt;
+    hovered_->setVisible(name.has_value());
+    if (name) hovered_->setText(QString::fromStdString(L("Calque : ", "Layer: ") + *name));
 }
 
 QString ContentView::flashText() const {

@@ -1,6 +1,7 @@
 // The content of a document's window: the toolbar above, the sidebar and the viewport side by
 // side, the status bar below. Over the viewport lie the loading overlay and failure banner, the
-// snapshot preview that stands in for the live view while present, and the flash message.
+// snapshot preview that stands in for the live view while present, the flash message, and the
+// name of the layer under the pointer (in the view or the sidebar).
 // Dropped local files are opened; web links and other items are left out.
 #pragma once
 
@@ -34,6 +35,7 @@ class ContentView : public QWidget {
     // Null where the platform has no GL (offscreen): the snapshot preview stands in there.
     ViewportWidget* viewport() const { return viewport_; }
     QString flashText() const;
+    QString hoveredText() const;
     // What a drop does: opens the local files among the data's URLs; false when there is none.
     bool openDropped(const QMimeData* data);
 
@@ -44,6 +46,7 @@ class ContentView : public QWidget {
   private:
     void refreshFlash();
     void refreshPreview();
+    void refreshHovered();
 
     DocumentModel& model_;
     TopBar* topBar_;
@@ -52,6 +55,7 @@ class ContentView : public QWidget {
     QLabel* preview_;
     LoadingOverlay* overlay_;
     QLabel* flash_;
+    QLabel* hovered_;
     StatusBar* statusBar_;
 };
 
