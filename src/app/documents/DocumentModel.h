@@ -135,6 +135,10 @@ class DocumentModel : public QObject {
     void lookStandardView(viewport::StandardView view);
     void setCameraEyeHeight(float height);
     void centerCameraInModel();
+    // The one road for a free camera pose from any source: absent keeps a value. Moving the
+    // position or the angles leaves the standard view; the distance is held to 0.05 at least.
+    void setCameraPose(std::optional<Float3> position, std::optional<float> yawDegrees,
+                       std::optional<float> pitchDegrees, std::optional<float> distance);
     ClosedRange cameraDistanceRange();
     ClosedRange pointLightCoordinateRange();
 
@@ -157,6 +161,7 @@ class DocumentModel : public QObject {
     void moveSelectedPointLightToCamera();
     void updateSelectedPointLight(std::optional<Float3> position, std::optional<float> intensity);
     void togglePointLightGizmo();
+    void selectPointLight(int index);
     void setSun(float azimuth, float elevation);
     void setSunIntensity(float value);
     void setAmbientIntensity(float value);

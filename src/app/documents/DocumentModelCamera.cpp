@@ -127,15 +127,24 @@ void DocumentModel::setCameraEyeHeight(float height) {
         ground = low;  // a flat model near zero stands on its own base
     Float3 position = viewport_.cameraModelPosition();
     position.z = ground + height;
-    viewport_.setCameraPose(position, std::nullopt, 0.0f, std::nullopt);
-    syncCameraStateFromViewport();
+    setCameraPose(position, std::nullopt, 0.0f, std::nullopt);
 }
 
 void DocumentModel::centerCameraInModel() {
     write(activeStandardView_, std::nullopt, &DocumentModel::activeStandardViewChanged);
     auto point = lightAnchor();
     if (!point) return;
-    viewport_.setCameraPose(*point, std::nullopt, 0.0f, std::nullopt);
+    setCameraPose(*point, std::nullopt, 0.0f, std::nullopt);
+}
+
+void DocumentModel::setCameraPose(std::optional<Float3> position, std::optional<float> yawDegrees,
+                                  std::optional<float> pitchDegrees,
+                                  std::optional<float> distance) {
+    // A distance alone keeps the standard view: the camera still looks the same way.
+    if (position || yawDegrees || pitchDegrees)
+        write(activeStandardView_, std::nullopt, &DocumentModel::activeStandardViewChanged);
+    if (distance) distance = std::max(*distance, 0.05f);
+    viewport_.setCameraPose(position, yawDegrees, pitchDegrees, distance);
     syncCameraStateFromViewport();
 }
 
@@ -319,6 +328,11 @@ void DocumentModel::togglePointLightGizmo() {
           &DocumentModel::showsPointLightGizmoChanged);
     if (auto* s = scene()) s->setShowsPointLightGizmo(showsPointLightGizmo_);
     requestRedraw();
+}
+
+void DocumentModel::selectPointLight(int index) {
+    if (!inRange(index, pointLights_.size())) return;
+    write(selectedPointLightIndex_, index, &DocumentModel::selectedPointLightIndexChanged);
 }
 
 void DocumentModel::setSun(float azimuth, float elevation) {

@@ -12,6 +12,7 @@
 #include <string_view>
 
 #include "documents/DocumentModel.h"
+#include "remote/PublishedRanges.h"
 #include "remote/RemoteWords.h"
 
 namespace vistrel::app::OSCAddressHandler {
@@ -23,8 +24,6 @@ using viewport::LightingMode;
 namespace {
 
 using Pieces = std::span<const std::string>;
-
-constexpr float kDefaultEyeHeight = 1.7f;
 
 // NaN and infinity from the wire count as absent, so that no clamp or pose ever sees them.
 std::optional<float> floatAt(const Message& m, int index) {
@@ -198,10 +197,11 @@ void applyBackdrop(Pieces rest, const Message& m, DocumentModel& model) {
     }
 }
 
-// A free camera is no longer a standard view; the published pose follows the view at once.
+// Moves that are not a pose. A free camera is no longer a standard view; the published pose
+// follows the view at once.
 template <class Move>
-void moveCamera(DocumentModel& model, bool clearsView, Move&& move) {
-    if (clearsView) model.setActiveStandardView(std::nullopt);
+void moveCamera(DocumentModel& model, Move&& move) {
+    model.setActiveStandardView(std::nullopt);
     move(model.viewport());
     model.syncCameraStateFromViewport();
 }
@@ -215,59 +215,55 @@ void applyCamera(Pieces rest, const Message& m, DocumentModel& model) {
     Float3 position = model.cameraPosition();
 
     if (sub == "position" || sub == "pos") {
-        if (auto p = float3At(m, 0))
-            moveCamera(model, true, [&](View& v) { v.setCameraPose(*p, none, none, none); });
+        if (auto p = float3At(m, 0)) model.setCameraPose(*p, none, none, none);
     } else if (sub == "x" || sub == "y" || sub == "z") {
         auto f = floatAt(m, 0);
         if (!f) return;
         (sub == "x" ? position.x : sub == "y" ? position.y : position.z) = *f;
-        moveCamera(model, true, [&](View& v) { v.setCameraPose(position, none, none, none); });
+        model.setCameraPose(position, none, none, none);
     } else if (sub == "target") {
         if (auto t = float3At(m, 0))
-            moveCamera(model, true, [&](View& v) { v.setCameraTarget(*t, false); });
+            moveCamera(model, [&](View& v) { v.setCameraTarget(*t, false); });
     } else if (sub == "lookat") {
         auto eye = float3At(m, 0), target = float3At(m, 3);
         if (eye && target)
-            moveCamera(model, true, [&](View& v) { v.setCameraLookAt(*eye, *target, false); });
+            moveCamera(model, [&](View& v) { v.setCameraLookAt(*eye, *target, false); });
     } else if (sub == "orientation" || sub == "angles") {
         auto yaw = floatAt(m, 0), pitch = floatAt(m, 1);
-        if (yaw && pitch)
-            moveCamera(model, true, [&](View& v) { v.setCameraPose(none, *yaw, *pitch, none); });
+        if (yaw && pitch) model.setCameraPose(none, *yaw, *pitch, none);
     } else if (sub == "yaw" || sub == "azimuth") {
-        if (auto yaw = floatAt(m, 0))
-            moveCamera(model, true, [&](View& v) { v.setCameraPose(none, *yaw, none, none); });
+        if (auto yaw = floatAt(m, 0)) model.setCameraPose(none, *yaw, none, none);
     } else if (sub == "pitch" || sub == "elevation" || sub == "tilt") {
-        if (auto pitch = floatAt(m, 0))
-            moveCamera(model, true, [&](View& v) { v.setCameraPose(none, none, *pitch, none); });
+        if (auto pitch = floatAt(m, 0)) model.setCameraPose(none, none, *pitch, none);
     } else if (sub == "distance" || sub == "dist") {
-        if (auto d = floatAt(m, 0))
-            moveCamera(model, false,
-                       [&](View& v) { v.setCameraPose(none, none, none, std::max(*d, 0.05f)); });
+        if (auto d = floatAt(m, 0)) model.setCameraPose(none, none, none, *d);
     } else if (sub == "orbit") {
         const float yaw = floatAt(m, 0).value_or(0), pitch = floatAt(m, 1).value_or(0);
-        moveCamera(model, true, [&](View& v) { v.orbitByDegrees(yaw, pitch); });
+        moveCamera(model, [&](View& v) { v.orbitByDegrees(yaw, pitch); });
     } else if (sub == "fov") {
-        if (auto f = floatAt(m, 0)) model.setCameraFOV(std::clamp(*f, 10.0f, 120.0f));
+        if (auto f = floatAt(m, 0)) model.setCameraFOV(clampedTo(*f, PublishedRanges::fov));
     } else if (sub == "focal") {
         if (auto mm = floatAt(m, 0)) model.setCameraFocalLength(*mm);
     } else if (sub == "exposure") {
-        if (auto f = floatAt(m, 0)) model.setCameraExposure(std::clamp(*f, -3.0f, 3.0f));
+        if (auto f = floatAt(m, 0))
+            model.setCameraExposure(clampedTo(*f, PublishedRanges::exposure));
     } else if (sub == "ortho_scale" || sub == "orthoscale") {
         if (auto f = floatAt(m, 0)) model.setCameraOrthoScale(std::clamp(*f, 0.05f, 10000.0f));
     } else if (sub == "perspective") {
         model.setPerspective(m.boolAt(0).value_or(!model.isPerspective()));
     } else if (sub == "speed") {
-        if (auto f = floatAt(m, 0)) model.setCameraSpeedScale(std::clamp(*f, 0.0625f, 16.0f));
+        if (auto f = floatAt(m, 0))
+            model.setCameraSpeedScale(clampedTo(*f, PublishedRanges::acceptedSpeed));
     } else if (sub == "view") {
         auto word = wordAt(m, 0);
         if (!word) return;
         if (auto view = standardViewForWord(*word)) model.lookStandardView(*view);
     } else if (sub == "eye_height" || sub == "eyeheight") {
-        model.setCameraEyeHeight(floatAt(m, 0).value_or(kDefaultEyeHeight));
+        model.setCameraEyeHeight(floatAt(m, 0).value_or(float(PublishedRanges::defaultEyeHeight)));
     } else if (sub == "center") {
         model.centerCameraInModel();
     } else if (sub == "level") {
-        moveCamera(model, true, [](View& v) { v.levelHorizon(false); });
+        moveCamera(model, [](View& v) { v.levelHorizon(false); });
     } else if (sub == "reset") {
         model.resetView();
     } else if (sub == "zoom_extents" || sub == "zoomextents" || sub == "frame") {

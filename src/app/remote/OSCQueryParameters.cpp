@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "documents/DocumentModel.h"
+#include "remote/PublishedRanges.h"
 #include "remote/RemoteValues.h"
 #include "view/ViewportView.h"
 #include "vocabulary/Rendering.h"
@@ -24,8 +25,6 @@ constexpr std::array<const char*, 7> standardViewNames{"iso",  "top",  "bottom",
 
 // Everything the rows report, holding the no-document column until a model fills it in.
 struct Readings {
-    Range coordinates{-100, 100};
-    Range distances{0.1, 200};
     std::array<double, 3> position{0, 0, 0};
     std::array<double, 3> target{0, 1, 0};
     double yaw = 0, pitch = 0, distance = 10, fov = 35, focal = 38, exposure = -0.62;
@@ -52,10 +51,6 @@ std::array<double, 3> widened(Float3 v) {
 
 Readings readings(DocumentModel& m) {
     Readings s;
-    auto coordinates = m.pointLightCoordinateRange();
-    s.coordinates = {coordinates.lower, coordinates.upper};
-    auto distances = m.cameraDistanceRange();
-    s.distances = {distances.lower, distances.upper};
     s.position = widened(m.cameraPosition());
     if (auto pose = m.viewport().cameraPose()) s.target = widened(pose->target());
     s.yaw = double(reducedDegrees(m.cameraYaw()));
@@ -98,6 +93,8 @@ Readings readings(DocumentModel& m) {
 
 std::vector<OSCQueryParameterSpec> oscQueryParameters(DocumentModel* model) {
     const Readings s = model ? readings(*model) : Readings{};
+    using R = PublishedRanges;
+    const R ranges = publishedRanges(model);
     std::vector<OSCQueryParameterSpec> rows;
     rows.reserve(43);
     auto row = [&](const char* path, const char* tags, std::optional<Range> range,
@@ -123,40 +120,41 @@ std::vector<OSCQueryParameterSpec> oscQueryParameters(DocumentModel* model) {
     };
     const auto& p = s.position;
     const auto& t = s.target;
-    const Range angle{-180, 180}, flag{0, 1};
+    const Range flag{0, 1};
+    const Range angle = R::angle, coordinates = ranges.coordinates;
 
-    row("/vistrel/camera/position", "fff", s.coordinates, {p[0], p[1], p[2]},
+    row("/vistrel/camera/position", "fff", coordinates, {p[0], p[1], p[2]},
         "Position 3D de la caméra (X, Y, Z en mètres)");
-    row("/vistrel/camera/target", "fff", s.coordinates, {t[0], t[1], t[2]},
+    row("/vistrel/camera/target", "fff", coordinates, {t[0], t[1], t[2]},
         "Point visé 3D par la caméra (X, Y, Z en mètres)");
     row("/vistrel/camera/orientation", "ff", angle, {s.yaw, s.pitch},
         "Orientation caméra : Azimut/Lacet (-180..180°) et Inclinaison/Tangage (-89..89°)");
-    row("/vistrel/camera/lookat", "ffffff", s.coordinates, {p[0], p[1], p[2], t[0], t[1], t[2]},
+    row("/vistrel/camera/lookat", "ffffff", coordinates, {p[0], p[1], p[2], t[0], t[1], t[2]},
         "Position caméra (X,Y,Z) et point visé (TX,TY,TZ) simultanés en mètres");
-    row("/vistrel/camera/x", "f", s.coordinates, {p[0]}, "Position caméra X (mètres)");
-    row("/vistrel/camera/y", "f", s.coordinates, {p[1]}, "Position caméra Y (mètres)");
-    row("/vistrel/camera/z", "f", s.coordinates, {p[2]}, "Position caméra Z / hauteur (mètres)");
+    row("/vistrel/camera/x", "f", coordinates, {p[0]}, "Position caméra X (mètres)");
+    row("/vistrel/camera/y", "f", coordinates, {p[1]}, "Position caméra Y (mètres)");
+    row("/vistrel/camera/z", "f", coordinates, {p[2]}, "Position caméra Z / hauteur (mètres)");
     row("/vistrel/camera/yaw", "f", angle, {s.yaw}, "Azimut / Lacet caméra en degrés (-180..180°)");
-    row("/vistrel/camera/pitch", "f", Range{-89, 89}, {s.pitch},
+    row("/vistrel/camera/pitch", "f", R::pitch, {s.pitch},
         "Inclinaison / Tangage caméra en degrés (-89..89°)");
-    row("/vistrel/camera/distance", "f", s.distances, {s.distance},
+    row("/vistrel/camera/distance", "f", ranges.distances, {s.distance},
         "Distance de la caméra à la cible d'orbite (mètres)");
-    row("/vistrel/camera/fov", "f", Range{10, 120}, {s.fov},
+    row("/vistrel/camera/fov", "f", R::fov, {s.fov},
         "Angle d'ouverture vertical de la caméra (FOV 10..120°)");
-    row("/vistrel/camera/focal", "f", Range{5, 135}, {s.focal},
+    row("/vistrel/camera/focal", "f", R::focal, {s.focal},
         "Focale équivalente 24x36 de la caméra (5..135 mm)");
-    row("/vistrel/camera/exposure", "f", Range{-3, 3}, {s.exposure},
+    row("/vistrel/camera/exposure", "f", R::exposure, {s.exposure},
         "Exposition HDR de la caméra (-3..+3 EV)");
-    row("/vistrel/camera/ortho_scale", "f", Range{0.1, s.distances.second}, {s.orthoScale},
+    row("/vistrel/camera/ortho_scale", "f", ranges.orthoScale(), {s.orthoScale},
         "Demi-hauteur orthographique en projection parallèle (mètres)");
     row("/vistrel/camera/perspective", "i", flag, {s.perspective},
         "Projection perspective (1) ou parallèle (0)");
-    row("/vistrel/camera/speed", "f", Range{0.1, 16}, {s.speed},
+    row("/vistrel/camera/speed", "f", R::speed, {s.speed},
         "Multiplicateur de vitesse de déplacement caméra (0.1..16)");
     row("/vistrel/camera/view", "s", std::nullopt, {s.view},
         "Vue standard (iso, top, bottom, front, back, left, right)");
     // Eye height is an action, not a kept state: the row shows the usual height.
-    row("/vistrel/camera/eye_height", "f", Range{0.2, 10}, {1.7},
+    row("/vistrel/camera/eye_height", "f", R::eyeHeight, {R::defaultEyeHeight},
         "Place la caméra à hauteur d'oeil au-dessus du sol (défaut 1.70 m) et met l'horizon "
         "droit");
     trigger("/vistrel/camera/level", "Remet l'horizon de la caméra à plat (tangage 0°)");
@@ -176,30 +174,30 @@ std::vector<OSCQueryParameterSpec> oscQueryParameters(DocumentModel* model) {
     row("/vistrel/grid", "i", flag, {s.grid}, "Afficher la grille et les axes XYZ (0 ou 1)");
     row("/vistrel/shadows", "i", flag, {s.shadows},
         "Activer les ombres portées du soleil (0 ou 1)");
-    row("/vistrel/ssao", "f", Range{0, 2}, {s.ssao},
+    row("/vistrel/ssao", "f", R::ambientOcclusion, {s.ssao},
         "Importance de l'occlusion ambiante SSAO (0.0..2.0)");
 
     row("/vistrel/lighting/mode", "s", std::nullopt, {s.lightingMode},
         "Mode d'éclairage (sun ou point)");
-    row("/vistrel/lighting/ambient", "f", Range{0, 2}, {s.ambient},
+    row("/vistrel/lighting/ambient", "f", R::ambient, {s.ambient},
         "Puissance de la lumière ambiante (0.0..2.0, 0 = noir complet quand les lumières sont "
         "à 0%)");
     row("/vistrel/sun/angles", "ff", angle, {s.sunAzimuth, s.sunElevation},
         "Orientation du soleil : Azimut (-180..180°) et Hauteur (8..85°)");
     row("/vistrel/sun/azimuth", "f", angle, {s.sunAzimuth}, "Azimut du soleil (-180..180°)");
-    row("/vistrel/sun/elevation", "f", Range{8, 85}, {s.sunElevation},
+    row("/vistrel/sun/elevation", "f", R::sunElevation, {s.sunElevation},
         "Hauteur du soleil (8..85°)");
-    row("/vistrel/sun/intensity", "f", Range{0, 3}, {s.sunIntensity},
+    row("/vistrel/sun/intensity", "f", R::sunIntensity, {s.sunIntensity},
         "Puissance du soleil (0.0..3.0)");
-    row("/vistrel/light/position", "fff", s.coordinates, {s.light[0], s.light[1], s.light[2]},
+    row("/vistrel/light/position", "fff", coordinates, {s.light[0], s.light[1], s.light[2]},
         "Position 3D de la lumière ponctuelle active (X, Y, Z en mètres)");
-    row("/vistrel/light/x", "f", s.coordinates, {s.light[0]},
+    row("/vistrel/light/x", "f", coordinates, {s.light[0]},
         "Coordonnée X de la lumière ponctuelle (mètres)");
-    row("/vistrel/light/y", "f", s.coordinates, {s.light[1]},
+    row("/vistrel/light/y", "f", coordinates, {s.light[1]},
         "Coordonnée Y de la lumière ponctuelle (mètres)");
-    row("/vistrel/light/z", "f", s.coordinates, {s.light[2]},
+    row("/vistrel/light/z", "f", coordinates, {s.light[2]},
         "Coordonnée Z de la lumière ponctuelle (mètres)");
-    row("/vistrel/light/intensity", "f", Range{0, 3}, {s.lightIntensity},
+    row("/vistrel/light/intensity", "f", R::lightIntensity, {s.lightIntensity},
         "Intensité de la lumière ponctuelle (0.0..3.0)");
 
     row("/vistrel/backdrop/style", "s", std::nullopt, {s.backdrop},

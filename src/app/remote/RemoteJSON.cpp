@@ -13,6 +13,7 @@
 #include "camera/CameraRig.h"
 #include "documents/DocumentModel.h"
 #include "model/TextFolding.h"
+#include "remote/PublishedRanges.h"
 #include "remote/RemoteValues.h"
 #include "remote/RemoteWords.h"
 #include "settings/AppVersion.h"
@@ -309,7 +310,8 @@ void applyCameraJSON(const json& args, DocumentModel& model) {
             view.levelHorizon(false);
             model.syncCameraStateFromViewport();
         } else if (*action == "eye_height" || *action == "eyeheight") {
-            model.setCameraEyeHeight(numberAt(args, "eyeHeight").value_or(1.7f));
+            model.setCameraEyeHeight(
+                numberAt(args, "eyeHeight").value_or(float(PublishedRanges::defaultEyeHeight)));
         } else if (*action == "center") {
             model.centerCameraInModel();
         }
@@ -321,14 +323,14 @@ void applyCameraJSON(const json& args, DocumentModel& model) {
         if (auto standard = standardViewForWord(*word)) model.lookStandardView(*standard);
 
     if (auto perspective = boolAt(args, "perspective")) model.setPerspective(*perspective);
-    if (auto fov = numberAt(args, "fov")) model.setCameraFOV(std::clamp(*fov, 10.0f, 120.0f));
+    if (auto fov = numberAt(args, "fov")) model.setCameraFOV(clampedTo(*fov, PublishedRanges::fov));
     if (auto mm = numberAt(args, "focalLengthMM", "focal")) model.setCameraFocalLength(*mm);
     if (auto exposure = numberAt(args, "exposure"))
-        model.setCameraExposure(std::clamp(*exposure, -3.0f, 3.0f));
+        model.setCameraExposure(clampedTo(*exposure, PublishedRanges::exposure));
     if (auto scale = numberAt(args, "orthoScale"))
         model.setCameraOrthoScale(std::clamp(*scale, 0.05f, 10000.0f));
     if (auto speed = numberAt(args, "speedScale", "speed"))
-        model.setCameraSpeedScale(std::clamp(*speed, 0.0625f, 16.0f));
+        model.setCameraSpeedScale(clampedTo(*speed, PublishedRanges::acceptedSpeed));
 
     Float3 position = model.cameraPosition();
     bool moved = false;
@@ -342,11 +344,7 @@ void applyCameraJSON(const json& args, DocumentModel& model) {
             *coordinate = *v;
             moved = true;
         }
-    if (moved) {
-        model.setActiveStandardView(std::nullopt);
-        view.setCameraPose(position, std::nullopt, std::nullopt, std::nullopt);
-        model.syncCameraStateFromViewport();
-    }
+    if (moved) model.setCameraPose(position, std::nullopt, std::nullopt, std::nullopt);
 
     if (auto target = tripleAt(args, "target")) {
         model.setActiveStandardView(std::nullopt);
@@ -355,17 +353,9 @@ void applyCameraJSON(const json& args, DocumentModel& model) {
     }
 
     auto yaw = numberAt(args, "yaw"), pitch = numberAt(args, "pitch");
-    if (yaw || pitch) {
-        model.setActiveStandardView(std::nullopt);
-        view.setCameraPose(std::nullopt, yaw, pitch, std::nullopt);
-        model.syncCameraStateFromViewport();
-    }
-
-    // A distance keeps the standard view: the camera still looks the same way.
-    if (auto distance = numberAt(args, "distance")) {
-        view.setCameraPose(std::nullopt, std::nullopt, std::nullopt, std::max(*distance, 0.05f));
-        model.syncCameraStateFromViewport();
-    }
+    if (yaw || pitch) model.setCameraPose(std::nullopt, yaw, pitch, std::nullopt);
+    if (auto distance = numberAt(args, "distance"))
+        model.setCameraPose(std::nullopt, std::nullopt, std::nullopt, *distance);
 }
 
 void applyRenderingJSON(const json& args, DocumentModel& model) {
