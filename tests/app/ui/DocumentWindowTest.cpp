@@ -29,6 +29,8 @@
 #include "ui/LoadingOverlay.h"
 #include "ui/ShortcutText.h"
 #include "ui/ViewportWidget.h"
+#include "ui/popovers/CameraPopover.h"
+#include "ui/popovers/LightingPopover.h"
 #include "ui/toolbar/TopBar.h"
 
 using namespace vistrel;
@@ -208,6 +210,20 @@ TEST_F(DocumentWindowTest, loadingFailedAndLoadedWindowsLookRightAndTheToolbarFo
     idle(0.1);
     EXPECT_NE(grid->isChecked(), gridShown);
     EXPECT_EQ(bar.findChild<QToolButton*>("ScenePicker")->text(), "Tout");
+    // The popovers open under their buttons.
+    QToolButton* camera = bar.button(
+        "Fine camera settings: field of view (FOV / focal length mm), XYZ position, orientation "
+        "and exposure");
+    ASSERT_NE(camera, nullptr);
+    QTest::mouseClick(camera, Qt::LeftButton);
+    ASSERT_TRUE(bar.cameraPopover() && bar.cameraPopover()->isVisible());
+    EXPECT_GE(bar.cameraPopover()->y(), camera->mapToGlobal(QPoint(0, camera->height())).y());
+    bar.cameraPopover()->close();
+    QTest::mouseClick(
+        bar.button("Lighting settings (Sun / Point), SSAO strength and background color"),
+        Qt::LeftButton);
+    ASSERT_TRUE(bar.lightingPopover() && bar.lightingPopover()->isVisible());
+    bar.lightingPopover()->close();
     window->close();
 
     // Last: the language of a scope does not come back after a nested one.

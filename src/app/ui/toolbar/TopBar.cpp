@@ -13,11 +13,8 @@
 #include "ui/MainMenu.h"
 #include "ui/ShortcutText.h"
 #include "ui/Theme.h"
-#if __has_include("ui/popovers/CameraPopover.h")
 #include "ui/popovers/CameraPopover.h"
 #include "ui/popovers/LightingPopover.h"
-#define VISTREL_HAS_POPOVERS 1
-#endif
 
 namespace vistrel::app {
 
@@ -241,18 +238,22 @@ QToolButton* TopBar::button(const QString& toolTip) const {
     return nullptr;
 }
 
+// Made on first use: a window that never opens them pays nothing.
 void TopBar::showCameraPopover() {
-#ifdef VISTREL_HAS_POPOVERS
     if (!cameraPopover_) cameraPopover_ = new CameraPopover(model_, this);
-    static_cast<CameraPopover*>(cameraPopover_)->popUp(*widgetForAction(cameraSettings_));
-#endif
+    cameraPopover_->popUp(anchor(cameraSettings_));
 }
 
 void TopBar::showLightingPopover() {
-#ifdef VISTREL_HAS_POPOVERS
     if (!lightingPopover_) lightingPopover_ = new LightingPopover(model_, this);
-    static_cast<LightingPopover*>(lightingPopover_)->popUp(*widgetForAction(lightingSettings_));
-#endif
+    lightingPopover_->popUp(anchor(lightingSettings_));
+}
+
+// The button of `action`, or the bar itself when the action sits in the overflow menu.
+const QWidget& TopBar::anchor(QAction* action) const {
+    QWidget* button = widgetForAction(action);
+    if (button && button->isVisible()) return *button;
+    return *this;
 }
 
 }  // namespace vistrel::app

@@ -12,8 +12,10 @@ class QToolButton;
 
 namespace vistrel::app {
 
+class CameraPopover;
 class DocumentActions;
 class DocumentModel;
+class LightingPopover;
 class SKPDocument;
 
 class TopBar : public QToolBar {
@@ -24,8 +26,8 @@ class TopBar : public QToolBar {
 
     // For tests and screenshots.
     QToolButton* button(const QString& toolTip) const;
-    QWidget* cameraPopover() const { return cameraPopover_; }
-    QWidget* lightingPopover() const { return lightingPopover_; }
+    CameraPopover* cameraPopover() const { return cameraPopover_; }
+    LightingPopover* lightingPopover() const { return lightingPopover_; }
     bool showsScenes() const;
 
   private:
@@ -33,6 +35,7 @@ class TopBar : public QToolBar {
     void refreshModeIcons();
     void showCameraPopover();
     void showLightingPopover();
+    const QWidget& anchor(QAction* action) const;
 
     SKPDocument& document_;
     DocumentModel& model_;
@@ -42,8 +45,8 @@ class TopBar : public QToolBar {
     QAction* lightMode_ = nullptr;
     QAction* cameraSettings_ = nullptr;
     QAction* lightingSettings_ = nullptr;
-    QWidget* cameraPopover_ = nullptr;
-    QWidget* lightingPopover_ = nullptr;
+    CameraPopover* cameraPopover_ = nullptr;
+    LightingPopover* lightingPopover_ = nullptr;
 };
 
 }  // namespace vistrel::app
