@@ -23,7 +23,6 @@ StatusBar::StatusBar(DocumentModel& model, QWidget* parent)
     row->setSpacing(10);
     status_->setTextInteractionFlags(Qt::TextSelectableByMouse);
     status_->setWordWrap(true);  // a long failure message takes a second line
-    status_->installEventFilter(this);
     remote_->setStyleSheet(QString("color: %1").arg(Theme::secondaryText));
     row->addWidget(status_, 1);
     row->addWidget(remote_);
@@ -63,27 +62,40 @@ QString StatusBar::remoteLine() const {
 
 void StatusBar::refreshStatus() {
     status_->setText(QString::fromStdString(model_.statusText()));
-    fitStatus();
+    arrange();
 }
 
 void StatusBar::refreshRemote() {
     const RemoteControlServer& server = RemoteControlServer::shared();
-    remote_->setVisible(server.isHTTPListening());
+    listening_ = server.isHTTPListening();
     remote_->setText(QString::fromStdString(
         L("Serveur OSC actif (UDP :", "OSC server active (UDP :") +
         std::to_string(server.oscPort()) +
         ") · OSCQuery & MCP (TCP :" + std::to_string(server.httpPort()) + ")"));
+    arrange();
 }
 
-// A layout asks a wrapping label for its height without knowing the width; it would then keep
-// two lines at any width.
-void StatusBar::fitStatus() {
-    status_->setFixedHeight(status_->heightForWidth(std::max(1, status_->width())));
+// The document's own line comes first: the ports give way when both do not fit on one line,
+// and a text longer than its room wraps. Worked out from the bar's width alone, since a
+// layout asks a wrapping label for its height without knowing its width.
+void StatusBar::arrange() {
+    const auto* row = static_cast<QHBoxLayout*>(layout());
+    int others = row->contentsMargins().left() + row->contentsMargins().right();
+    for (int i = 0; i < row->count(); ++i) {
+        QWidget* w = row->itemAt(i)->widget();
+        if (w && w != status_ && w != remote_) others += w->sizeHint().width() + row->spacing();
+    }
+    const int text = status_->fontMetrics().horizontalAdvance(status_->text());
+    const int ports = row->spacing() + remote_->sizeHint().width();
+    const bool showsPorts = listening_ && others + text + ports <= width();
+    remote_->setVisible(showsPorts);
+    const int room = std::max(1, width() - others - (showsPorts ? ports : 0));
+    status_->setFixedHeight(status_->heightForWidth(room));
 }
 
-bool StatusBar::eventFilter(QObject* watched, QEvent* event) {
-    if (watched == status_ && event->type() == QEvent::Resize) fitStatus();
-    return QWidget::eventFilter(watched, event);
+void StatusBar::resizeEvent(QResizeEvent* event) {
+    QWidget::resizeEvent(event);
+    arrange();
 }
 
 void StatusBar::showEvent(QShowEvent* event) {

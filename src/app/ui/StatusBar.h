@@ -1,6 +1,6 @@
 // The line below a document's view: the model's status text (wrapping to a second line when
-// long), the remote server's ports while it listens, and buttons for help, the shortcut card and
-// the about window.
+// long), the remote server's ports while it listens and there is room, and buttons for help, the
+// shortcut card and the about window.
 #pragma once
 
 #include <QWidget>
@@ -29,17 +29,18 @@ class StatusBar : public QWidget {
     void aboutRequested();
 
   protected:
-    bool eventFilter(QObject* watched, QEvent* event) override;
     void showEvent(QShowEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
 
   private:
     void refreshStatus();
-    void fitStatus();
+    void arrange();
 
     DocumentModel& model_;
     QLabel* status_;
     QLabel* remote_;
+    bool listening_ = false;
 };
 
 }  // namespace vistrel::app

@@ -27,6 +27,14 @@ QString tip(const std::string& fr, const std::string& en) {
     return shortcutText(L(fr, en));
 }
 
+// What the overflow menu shows of a tooltip: its words before the shortcut or the details.
+QString title(const QString& toolTip) {
+    qsizetype cut = toolTip.size();
+    for (const char* mark : {" (", " :", ":"})
+        if (const qsizetype at = toolTip.indexOf(mark); at > 0) cut = std::min(cut, at);
+    return toolTip.left(cut);
+}
+
 // The standard views with direct buttons; the others are in the "more views" menu.
 constexpr int directViews = 4;
 
@@ -52,14 +60,14 @@ TopBar::TopBar(SKPDocument& document, DocumentActions& actions, QWidget* parent)
     // A document command with its icon and tooltip.
     auto command = [&](Symbol symbol, const std::string& fr, const std::string& en, Action a,
                        int tag = 0, bool checkable = false) {
-        QAction* action = actions.add(tip(fr, en), a, tag, checkable);
+        QAction* action = actions.add(title(tip(fr, en)), a, tag, checkable);
         action->setIcon(Icons::icon(symbol));
         action->setToolTip(tip(fr, en));
         addAction(action);
         return action;
     };
     auto plain = [&](Symbol symbol, const std::string& fr, const std::string& en) {
-        QAction* action = addAction(Icons::icon(symbol), tip(fr, en));
+        QAction* action = addAction(Icons::icon(symbol), title(tip(fr, en)));
         action->setToolTip(tip(fr, en));
         return action;
     };
@@ -123,8 +131,9 @@ TopBar::TopBar(SKPDocument& document, DocumentActions& actions, QWidget* parent)
     sceneRow->setContentsMargins(0, 0, 0, 0);
     sceneRow->setSpacing(2);
     auto arrow = [&](Symbol symbol, const std::string& fr, const std::string& en, Action a) {
-        QAction* action = actions.add(tip(fr, en), a);
+        QAction* action = actions.add(title(tip(fr, en)), a);
         action->setIcon(Icons::icon(symbol));
+        action->setToolTip(tip(fr, en));
         auto* b = new QToolButton(scenes);
         b->setIconSize(iconSize());
         b->setDefaultAction(action);
@@ -185,6 +194,8 @@ TopBar::TopBar(SKPDocument& document, DocumentActions& actions, QWidget* parent)
     command(Symbol::pdf, "Exporter la vue en PDF vectoriel… (⌥⌘E)",
             "Export view as vector PDF… (⌥⌘E)", Action::exportVectorPDF);
 
+    if (auto* overflow = findChild<QToolButton*>("qt_toolbar_ext_button"))
+        overflow->setIcon(Icons::fromSVG("<path d='M7 6l6 6-6 6M13 6l6 6-6 6'/>"));
     for (QAction* withMenu : {more})
         if (auto* b = qobject_cast<QToolButton*>(widgetForAction(withMenu)))
             b->setPopupMode(QToolButton::InstantPopup);
