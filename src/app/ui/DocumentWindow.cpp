@@ -16,11 +16,11 @@
 #include "documents/DocumentController.h"
 #include "documents/DocumentModel.h"
 #include "documents/SKPDocument.h"
-#include "ui/LayerPanel.h"
 #include "ui/LoadingOverlay.h"
 #include "ui/MainMenu.h"
 #include "ui/Theme.h"
 #include "ui/ViewportWidget.h"
+#include "ui/sidebar/Sidebar.h"
 
 namespace vistrel::app {
 
@@ -58,8 +58,8 @@ DocumentWindow::DocumentWindow(SKPDocument& document)
     auto* row = new QHBoxLayout(central);
     row->setContentsMargins(0, 0, 0, 0);
     row->setSpacing(0);
-    layers_ = new LayerPanel(model_, central);
-    row->addWidget(layers_);
+    sidebar_ = new Sidebar(model_, central);
+    row->addWidget(sidebar_);
 
     // Everything over the viewport shares its cell; later widgets lie on top.
     auto* area = new QWidget(central);
@@ -97,9 +97,6 @@ DocumentWindow::DocumentWindow(SKPDocument& document)
     connect(&model_, &DocumentModel::flashMessageChanged, this, &DocumentWindow::refreshFlash);
     connect(&model_, &DocumentModel::snapshotPreviewImageChanged, this,
             &DocumentWindow::refreshPreview);
-    auto sidebar = [this] { layers_->setVisible(model_.showSidebar()); };
-    connect(&model_, &DocumentModel::showSidebarChanged, this, sidebar);
-    sidebar();
     refreshStatus();
     refreshFlash();
     refreshPreview();

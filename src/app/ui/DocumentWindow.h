@@ -1,5 +1,5 @@
 // The window of one document: the viewport with the loading overlay and failure banner over
-// it, a layer sidebar, the menus, and a status line bound to the model's status text. Files
+// it, the sidebar, the menus, and a status line bound to the model's status text. Files
 // dropped on it are opened. Closing it closes the document.
 #pragma once
 
@@ -11,9 +11,9 @@ class QMimeData;
 namespace vistrel::app {
 
 class DocumentModel;
-class LayerPanel;
 class LoadingOverlay;
 class SKPDocument;
+class Sidebar;
 class ViewportWidget;
 
 class DocumentWindow : public QMainWindow {
@@ -27,7 +27,7 @@ class DocumentWindow : public QMainWindow {
     // Null where the platform has no GL (offscreen): the snapshot preview stands in there.
     ViewportWidget* viewport() const { return viewport_; }
     LoadingOverlay& overlay() const { return *overlay_; }
-    LayerPanel& layerPanel() const { return *layers_; }
+    Sidebar& sidebar() const { return *sidebar_; }
     QString statusLine() const;
     // What a drop does: opens the local files among the data's URLs; false when there is none.
     bool openDropped(const QMimeData* data);
@@ -50,7 +50,7 @@ class DocumentWindow : public QMainWindow {
     DocumentModel& model_;
     ViewportWidget* viewport_ = nullptr;
     LoadingOverlay* overlay_;
-    LayerPanel* layers_;
+    Sidebar* sidebar_;
     QLabel* status_;
     QLabel* flash_;
     QLabel* preview_;

@@ -1,5 +1,5 @@
 // The window on a display (Xvfb in CI), or skipped: a corpus drawing opened through the
-// controller, drawn, changed through the menus and the layer panel, and closed.
+// controller, drawn, changed through the menus and the sidebar, and closed.
 #include <gtest/gtest.h>
 
 #include <QAction>
@@ -7,7 +7,7 @@
 #include <QGuiApplication>
 #include <QMenuBar>
 #include <QPointer>
-#include <QPushButton>
+#include <QToolButton>
 
 #include "DocumentModelFixture.h"
 #include "EventLoop.h"
@@ -15,9 +15,10 @@
 #include "documents/DocumentController.h"
 #include "documents/SKPDocument.h"
 #include "ui/DocumentWindow.h"
-#include "ui/LayerPanel.h"
 #include "ui/LoadingOverlay.h"
 #include "ui/ViewportWidget.h"
+#include "ui/sidebar/LayersSection.h"
+#include "ui/sidebar/Sidebar.h"
 
 using namespace vistrel;
 using namespace vistrel::app;
@@ -100,9 +101,7 @@ TEST_F(DocumentWindowTest, aCorpusDrawingOpensIsDrawnAnswersCommandsAndCloses) {
     EXPECT_TRUE(wireframe->isChecked());
 
     // Hiding every layer leaves only the backdrop.
-    QPushButton* hideAll = named<QPushButton>(window->layerPanel(), "Hide All");
-    ASSERT_NE(hideAll, nullptr);
-    hideAll->click();
+    window->sidebar().layers().button("hideAllLayers").click();
     idle(0.3);
     EXPECT_LT(drawnPixels(view.grabFramebuffer()), drawn / 20)
         << "hidden layers are gone from the screen";
