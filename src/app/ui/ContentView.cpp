@@ -13,11 +13,11 @@
 #include "documents/DocumentModel.h"
 #include "documents/SKPDocument.h"
 #include "settings/Localization.h"
-#include "ui/LayerPanel.h"
 #include "ui/LoadingOverlay.h"
 #include "ui/StatusBar.h"
 #include "ui/Theme.h"
 #include "ui/ViewportWidget.h"
+#include "ui/sidebar/Sidebar.h"
 #include "ui/toolbar/TopBar.h"
 
 namespace vistrel::app {
@@ -46,8 +46,8 @@ ContentView::ContentView(SKPDocument& document, DocumentActions& actions, QWidge
     auto* row = new QHBoxLayout;
     row->setContentsMargins(0, 0, 0, 0);
     row->setSpacing(0);
-    layers_ = new LayerPanel(model_, this);
-    row->addWidget(layers_);
+    sidebar_ = new Sidebar(model_, this);
+    row->addWidget(sidebar_);
 
     // Everything over the viewport shares its cell; later widgets lie on top.
     auto* area = new QWidget(this);
@@ -86,9 +86,6 @@ ContentView::ContentView(SKPDocument& document, DocumentActions& actions, QWidge
         connect(&model_, signal, this, &ContentView::refreshHovered);
     connect(&model_, &DocumentModel::snapshotPreviewImageChanged, this,
             &ContentView::refreshPreview);
-    auto sidebar = [this] { layers_->setVisible(model_.showSidebar()); };
-    connect(&model_, &DocumentModel::showSidebarChanged, this, sidebar);
-    sidebar();
     refreshFlash();
     refreshPreview();
     refreshHovered();

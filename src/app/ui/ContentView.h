@@ -14,9 +14,9 @@ namespace vistrel::app {
 
 class DocumentActions;
 class DocumentModel;
-class LayerPanel;
 class LoadingOverlay;
 class SKPDocument;
+class Sidebar;
 class StatusBar;
 class TopBar;
 class ViewportWidget;
@@ -31,7 +31,7 @@ class ContentView : public QWidget {
     TopBar& topBar() const { return *topBar_; }
     StatusBar& statusBar() const { return *statusBar_; }
     LoadingOverlay& overlay() const { return *overlay_; }
-    LayerPanel& layerPanel() const { return *layers_; }
+    Sidebar& sidebar() const { return *sidebar_; }
     // Null where the platform has no GL (offscreen): the snapshot preview stands in there.
     ViewportWidget* viewport() const { return viewport_; }
     QString flashText() const;
@@ -50,7 +50,7 @@ class ContentView : public QWidget {
 
     DocumentModel& model_;
     TopBar* topBar_;
-    LayerPanel* layers_;
+    Sidebar* sidebar_;
     ViewportWidget* viewport_ = nullptr;
     QLabel* preview_;
     LoadingOverlay* overlay_;

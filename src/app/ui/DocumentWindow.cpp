@@ -64,8 +64,8 @@ LoadingOverlay& DocumentWindow::overlay() const {
     return content_->overlay();
 }
 
-LayerPanel& DocumentWindow::layerPanel() const {
-    return content_->layerPanel();
+Sidebar& DocumentWindow::sidebar() const {
+    return content_->sidebar();
 }
 
 QString DocumentWindow::statusLine() const {

@@ -10,9 +10,9 @@ namespace vistrel::app {
 class ContentView;
 class DocumentActions;
 class DocumentModel;
-class LayerPanel;
 class LoadingOverlay;
 class SKPDocument;
+class Sidebar;
 class ViewportWidget;
 
 class DocumentWindow : public QMainWindow {
@@ -28,7 +28,7 @@ class DocumentWindow : public QMainWindow {
     // Null where the platform has no GL (offscreen): the snapshot preview stands in there.
     ViewportWidget* viewport() const;
     LoadingOverlay& overlay() const;
-    LayerPanel& layerPanel() const;
+    Sidebar& sidebar() const;
     QString statusLine() const;
     bool openDropped(const QMimeData* data);
     QString flashText() const;

@@ -1,5 +1,5 @@
 // The window on a display (Xvfb in CI), or skipped: a corpus drawing opened through the
-// controller, drawn, changed through the menus and the layer panel, and closed; the window's
+// controller, drawn, changed through the menus and the sidebar, and closed; the window's
 // loading, failed and loaded states as pictures; the toolbar bound both ways to the model.
 #include <gtest/gtest.h>
 
@@ -25,12 +25,13 @@
 #include "model/SKPError.h"
 #include "ui/ContentView.h"
 #include "ui/DocumentWindow.h"
-#include "ui/LayerPanel.h"
 #include "ui/LoadingOverlay.h"
 #include "ui/ShortcutText.h"
 #include "ui/ViewportWidget.h"
 #include "ui/popovers/CameraPopover.h"
 #include "ui/popovers/LightingPopover.h"
+#include "ui/sidebar/LayersSection.h"
+#include "ui/sidebar/Sidebar.h"
 #include "ui/toolbar/TopBar.h"
 
 using namespace vistrel;
@@ -156,9 +157,7 @@ TEST_F(DocumentWindowTest, aCorpusDrawingOpensIsDrawnAnswersCommandsAndCloses) {
     EXPECT_TRUE(!sketchUp || !sketchUp->isVisible()) << "no SketchUp on this machine";
 
     // Hiding every layer leaves only the backdrop.
-    QPushButton* hideAll = named<QPushButton>(window->layerPanel(), "Hide All");
-    ASSERT_NE(hideAll, nullptr);
-    hideAll->click();
+    window->sidebar().layers().button("hideAllLayers").click();
     idle(0.3);
     EXPECT_LT(drawnPixels(view.grabFramebuffer()), drawn / 20)
         << "hidden layers are gone from the screen";
