@@ -79,7 +79,8 @@ const char* body(Symbol symbol) {
             return "<path d='M4 9V4h5M15 4h5v5M20 15v5h-5M9 20H4v-5'/>"
                    "<rect x='9' y='9' width='6' height='6' rx='1'/>";
         case Symbol::perspective:
-            return "<path d='M3 8.5h6v7H3z'/><path d='M9 8.5l12-4.5v16l-12-4.5'/>";
+            return "<rect x='3' y='8' width='12' height='12'/><path d='M3 8l6-5h8l-2 5M17 3v11l-2 "
+                   "6'/>";
         case Symbol::parallel:
             return "<rect x='3' y='9' width='11' height='11'/><path d='M3 9l6-6h11v11l-6 "
                    "6M14 9l6-6'/>";
