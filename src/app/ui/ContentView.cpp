@@ -18,6 +18,7 @@
 #include "ui/Theme.h"
 #include "ui/ViewportWidget.h"
 #include "ui/toolbar/TopBar.h"
+#include "ui/windows/AuxiliaryWindows.h"
 
 namespace vistrel::app {
 
@@ -72,6 +73,9 @@ ContentView::ContentView(SKPDocument& document, DocumentActions& actions, QWidge
     column->addLayout(row, 1);
 
     statusBar_ = new StatusBar(model_, this);
+    connect(statusBar_, &StatusBar::helpRequested, this, AuxiliaryWindows::showHelp);
+    connect(statusBar_, &StatusBar::shortcutsRequested, this, AuxiliaryWindows::showShortcuts);
+    connect(statusBar_, &StatusBar::aboutRequested, this, AuxiliaryWindows::showAbout);
     column->addWidget(statusBar_);
 
     connect(&model_, &DocumentModel::flashMessageChanged, this, &ContentView::refreshFlash);
