@@ -78,7 +78,7 @@ QString swatchStyle(const QColor& colour) {
 
 }  // namespace
 
-SettingsView::SettingsView(QWidget* parent) : QWidget(parent) {
+SettingsView::SettingsView(std::optional<Ports> ports, QWidget* parent) : QWidget(parent) {
     setFixedWidth(500);
     auto* form = new QFormLayout(this);
     form->setContentsMargins(28, 16, 28, 20);
@@ -165,9 +165,10 @@ SettingsView::SettingsView(QWidget* parent) : QWidget(parent) {
     form->addRow(text(L("Fond de scène", "Backdrop")), backdrop);
 
     const RemoteControlServer& server = RemoteControlServer::shared();
+    const Ports live = ports.value_or(Ports{server.oscPort(), server.httpPort()});
     const std::string out = std::to_string(Preferences::oscOutPort());
-    const std::string osc = std::to_string(server.oscPort());
-    const std::string http = std::to_string(server.httpPort());
+    const std::string osc = std::to_string(live.osc);
+    const std::string http = std::to_string(live.http);
     form->addRow(section(L("OSC, Partivox & MCP", "OSC, Partivox & MCP")));
     form->addRow(check(
         L("Retour OSC vers Partivox (:" + out + ")", "OSC feedback to Partivox (:" + out + ")"),

@@ -5,7 +5,9 @@
 
 #include <QWidget>
 
+#include <cstdint>
 #include <functional>
+#include <optional>
 
 namespace vistrel::app {
 
@@ -13,7 +15,11 @@ class SettingsView : public QWidget {
     Q_OBJECT
 
   public:
-    explicit SettingsView(QWidget* parent = nullptr);
+    struct Ports {
+        uint16_t osc = 0, http = 0;
+    };
+    // `ports`: what the remote server listens on; the running server's unless given.
+    explicit SettingsView(std::optional<Ports> ports = std::nullopt, QWidget* parent = nullptr);
 
     std::function<void()> onClose;
 };

@@ -95,7 +95,7 @@ TEST_F(AuxiliaryWindowsTest, eachViewLooksRightInBothLanguages) {
         EXPECT_TRUE(looksLike(shortcuts, "window_shortcuts" + suffix));
         HelpView help;
         EXPECT_TRUE(looksLike(help, "window_help" + suffix));
-        SettingsView settings;
+        SettingsView settings(SettingsView::Ports{9150, 17950});  // another test's server aside
         EXPECT_TRUE(looksLike(settings, "window_settings" + suffix));
         UpdateView update(updater);
         EXPECT_TRUE(looksLike(update, "window_update" + suffix));
