@@ -30,8 +30,13 @@
 #include "remote/RemoteValues.h"
 #include "scene/ViewportScene.h"
 #include "sketchup/SKPReader.h"
+#include "sketchup/SketchUpAPI.h"
 #include "ui/DocumentWindow.h"
 #include "ui/LoadingOverlay.h"
+#include "ui/windows/AboutView.h"
+#include "ui/windows/HelpView.h"
+#include "ui/windows/SettingsView.h"
+#include "ui/windows/ShortcutsView.h"
 
 namespace vistrel::app::Snapshot {
 
@@ -91,9 +96,13 @@ QImage bitmapOf(const viewport::Image& image) {
         .copy();
 }
 
-// Panels render by name once they exist; until then their names are unknown views.
 const std::map<std::string, std::function<std::unique_ptr<QWidget>()>>& panels() {
-    static const std::map<std::string, std::function<std::unique_ptr<QWidget>()>> table;
+    static const std::map<std::string, std::function<std::unique_ptr<QWidget>()>> table{
+        {"about", [] { return std::make_unique<AboutView>(SketchUpAPI::locate()); }},
+        {"shortcuts", [] { return std::make_unique<ShortcutsView>(); }},
+        {"help", [] { return std::make_unique<HelpView>(); }},
+        {"settings", [] { return std::make_unique<SettingsView>(); }},
+    };
     return table;
 }
 

@@ -29,6 +29,7 @@
 #include "shell/Preferences.h"
 #include "ui/Theme.h"
 #include "ui/ViewportWidget.h"
+#include "update/UpdaterStandIn.h"
 #include "view/ViewportView.h"
 
 namespace vistrel::app {
@@ -136,6 +137,8 @@ int runApplication(int argc, char** argv) {
     }
 
     removeStaleTextures();
+    UpdaterStandIn updater;
+    Updater::setShared(&updater);
     RemoteControlServer::shared().start(std::nullopt, std::nullopt, true);
     installTrayIcon(application, controller);
     quitOnTerminationSignals(application);
@@ -152,6 +155,7 @@ int runApplication(int argc, char** argv) {
     });
     const int status = application.exec();
     controller.closeAll();
+    Updater::setShared(nullptr);
     // Settings changed in the last moments are still on their way to the disk.
     Preferences::store().flush();
     return status;

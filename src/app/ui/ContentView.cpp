@@ -19,6 +19,7 @@
 #include "ui/ViewportWidget.h"
 #include "ui/sidebar/Sidebar.h"
 #include "ui/toolbar/TopBar.h"
+#include "ui/windows/AuxiliaryWindows.h"
 
 namespace vistrel::app {
 
@@ -79,6 +80,9 @@ ContentView::ContentView(SKPDocument& document, DocumentActions& actions, QWidge
     column->addLayout(row, 1);
 
     statusBar_ = new StatusBar(model_, this);
+    connect(statusBar_, &StatusBar::helpRequested, this, AuxiliaryWindows::showHelp);
+    connect(statusBar_, &StatusBar::shortcutsRequested, this, AuxiliaryWindows::showShortcuts);
+    connect(statusBar_, &StatusBar::aboutRequested, this, AuxiliaryWindows::showAbout);
     column->addWidget(statusBar_);
 
     connect(&model_, &DocumentModel::flashMessageChanged, this, &ContentView::refreshFlash);

@@ -136,6 +136,22 @@ TEST_F(HeadlessProgramTest, snapshotFailuresExitWithTheirStatusAndMessage) {
     EXPECT_EQ(vistrel("--snapshot " + out, "VISTREL_SNAPSHOT_WINDOW=nowhere").status, 2);
 }
 
+TEST_F(HeadlessProgramTest, snapshotViewRendersEachPanelAloneAtItsOwnSize) {
+    for (const std::string name : {"about", "shortcuts", "help", "settings"}) {
+        const std::string out = (home / (name + ".png")).string();
+        const Outcome run = vistrel("--snapshot " + out + " --view " + name + " --lang en");
+        EXPECT_EQ(run.status, 0) << name << ": " << run.err;
+        const Image panel = viewport::PNGFile::read(out).value_or(Image{});
+        // The unit suite's picture of the same view, taken offscreen too.
+        const Image expected =
+            viewport::PNGFile::read(baselinesDir() / ("window_" + name + "_en.png"))
+                .value_or(Image{});
+        EXPECT_GT(panel.width, 0) << name;
+        EXPECT_EQ(panel.width, expected.width) << name;
+        EXPECT_EQ(panel.height, expected.height) << name;
+    }
+}
+
 TEST_F(HeadlessProgramTest, snapshotMenuListsShortcutsChecksAndEnabling) {
     const std::string face = write("face.dxf", kFaceDXF);
     const Outcome view =

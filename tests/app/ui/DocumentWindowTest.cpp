@@ -1,11 +1,14 @@
 // The window on a display (Xvfb in CI), or skipped: a corpus drawing opened through the
 // controller, drawn, changed through the menus and the sidebar, and closed; the window's
-// loading, failed and loaded states as pictures; the toolbar bound both ways to the model.
+// loading, failed and loaded states as pictures; the toolbar bound both ways to the model; the
+// menus' keys on a real window.
 #include <gtest/gtest.h>
 
 #include <QAction>
+#include <QApplication>
 #include <QCoreApplication>
 #include <QGuiApplication>
+#include <QLineEdit>
 #include <QMenu>
 #include <QMenuBar>
 #include <QPointer>
@@ -33,6 +36,9 @@
 #include "ui/sidebar/LayersSection.h"
 #include "ui/sidebar/Sidebar.h"
 #include "ui/toolbar/TopBar.h"
+#include "ui/windows/HelpWindowController.h"
+#include "ui/windows/SettingsWindowController.h"
+#include "ui/windows/ShortcutsWindowController.h"
 
 using namespace vistrel;
 using namespace vistrel::app;
@@ -244,6 +250,64 @@ TEST_F(DocumentWindowTest, loadingFailedAndLoadedWindowsLookRightAndTheToolbarFo
         cancel->click();
         EXPECT_TRUE(waitUntil([&] { return closing.isNull(); }, 5)) << "cancel closes the document";
     }
+}
+
+TEST_F(DocumentWindowTest, menuKeysActOnTheWindowAndPlainKeysLeaveATextFieldAlone) {
+    auto* document = new SKPDocument;
+    document->model().present(
+        std::make_shared<viewport::ViewportScene>(test::groupedModel(test::threeScenes())), 0.5);
+    document->makeWindowControllers();
+    auto* window = qobject_cast<DocumentWindow*>(document->window());
+    window->show();
+    window->activateWindow();
+    ASSERT_TRUE(waitUntil([&] { return QApplication::activeWindow() == window; }, 5));
+    DocumentModel& m = document->model();
+    idle(0.1);
+
+    const bool edges = m.showsEdges();
+    QTest::keyClick(window, Qt::Key_E, Qt::ControlModifier);
+    EXPECT_NE(m.showsEdges(), edges);
+    QTest::keyClick(window, Qt::Key_BracketRight, Qt::ControlModifier);
+    EXPECT_TRUE(m.selectedScene().has_value());
+    QTest::keyClick(window, Qt::Key_7, Qt::ControlModifier);
+    EXPECT_EQ(m.activeStandardView(), viewport::StandardView::bottom);
+
+    // In the layer filter the letters are text, not the view's keys.
+    if (!m.showSidebar()) m.toggleSidebar();
+    QLineEdit* field = &window->sidebar().layers().filterField();
+    idle(0.4);  // the sidebar slides open
+    field->setFocus();
+    ASSERT_TRUE(waitUntil([&] { return field->hasFocus(); }, 2));
+    idle(0.05);
+    QTest::keyClick(field, 'z');
+    QTest::keyClick(field, 'Z', Qt::ShiftModifier);
+    EXPECT_EQ(field->text(), "zZ");
+    EXPECT_EQ(m.activeStandardView(), viewport::StandardView::bottom);
+    window->content().setFocus();
+    idle(0.05);
+    QTest::keyClick(window, Qt::Key_Z);
+    EXPECT_EQ(m.activeStandardView(), std::nullopt) << "Z resets the view";
+
+    QTest::keyClick(window, Qt::Key_Slash, Qt::ControlModifier);
+    QTest::keyClick(window, Qt::Key_Comma, Qt::ControlModifier);
+    QTest::keyClick(window, Qt::Key_Question, Qt::ControlModifier);
+    // Each window, on the display, is its view as the headless pictures show it.
+    const std::pair<QWidget*, std::string> shown[] = {
+        {ShortcutsWindowController::shared().window(), "window_shortcuts_en"},
+        {SettingsWindowController::shared().window(), "window_settings_en"},
+        {HelpWindowController::shared().window(), "window_help_en"}};
+    idle(0.3);
+    for (const auto& [shownWindow, baseline] : shown) {
+        ASSERT_NE(shownWindow, nullptr);
+        EXPECT_TRUE(shownWindow->isVisible());
+        EXPECT_TRUE(looksLike(*shownWindow, baseline));
+        shownWindow->close();
+    }
+    QPointer<DocumentWindow> closing = window;
+    window->activateWindow();
+    ASSERT_TRUE(waitUntil([&] { return QApplication::activeWindow() == window; }, 5));
+    QTest::keyClick(window, Qt::Key_W, Qt::ControlModifier);
+    EXPECT_TRUE(waitUntil([&] { return closing.isNull(); }, 5)) << "Ctrl+W closes the document";
 }
 
 }  // namespace

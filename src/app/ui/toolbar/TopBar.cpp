@@ -80,8 +80,8 @@ TopBar::TopBar(SKPDocument& document, DocumentActions& actions, QWidget* parent)
     connect(open, &QAction::triggered, this, [this] {
         if (auto* controller = DocumentController::shared()) controller->openDocument(window());
     });
-    command(Symbol::reveal, "Afficher le fichier dans le Finder", "Show file in Finder",
-            Action::revealInFinder);
+    command(Symbol::reveal, "Afficher le fichier dans le gestionnaire de fichiers",
+            "Show file in the file manager", Action::revealInFinder);
     command(Symbol::sketchUp, "Ouvrir le modèle dans SketchUp (⇧⌘O)",
             "Open model in SketchUp (⇧⌘O)", Action::openInSketchUp);
     addSeparator();

@@ -1,0 +1,72 @@
+// What the update window and the settings need of the program's updater: its published state,
+// the running version, the launch-check setting, and the two actions. Main thread only.
+#pragma once
+
+#include <QObject>
+
+#include <optional>
+#include <string>
+#include <variant>
+
+namespace vistrel::app {
+
+class Updater : public QObject {
+    Q_OBJECT
+
+  public:
+    struct ReleaseInfo {
+        std::string version;  // without a leading "v"
+        std::optional<int> build;
+        std::string downloadURL;
+        std::optional<std::string> sha256, notesFR, notesEN, htmlURL;
+
+        // The notes in the interface's language, else the other's, else a stock sentence.
+        std::string localizedNotes() const;
+    };
+
+    struct Idle {};
+    struct Checking {};
+    struct UpToDate {
+        std::string version;
+    };
+    struct UpdateAvailable {
+        ReleaseInfo release;
+    };
+    struct Downloading {
+        double fraction = 0;
+    };
+    struct Installing {};
+    struct Failed {
+        std::string message;
+    };
+    using State =
+        std::variant<Idle, Checking, UpToDate, UpdateAvailable, Downloading, Installing, Failed>;
+
+    using QObject::QObject;
+
+    const State& state() const { return state_; }
+    virtual std::string currentVersion() const = 0;
+    virtual void checkForUpdates(bool silent) = 0;
+    virtual void downloadAndInstall(const ReleaseInfo& release) = 0;
+
+    // Whether a launch may check, when a day has passed; stored under
+    // "org.vistrel.viewer.autoCheckUpdates", true while nothing is stored. Readable without an
+    // updater, as the headless settings panel does.
+    static bool autoCheckOnLaunch();
+    static void setAutoCheckOnLaunch(bool enabled);
+
+    // The program's one updater; absent in the headless modes.
+    static Updater* shared();
+    static void setShared(Updater* updater);
+
+  signals:
+    void stateChanged();
+
+  protected:
+    void setState(State state);
+
+  private:
+    State state_;
+};
+
+}  // namespace vistrel::app
