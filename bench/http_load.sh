@@ -25,6 +25,7 @@ command -v wrk >/dev/null || { echo "http_load: wrk is missing (scripts/setup in
 config=$(mktemp -d)
 port=$((20000 + RANDOM % 20000))
 QT_QPA_PLATFORM=offscreen XDG_CONFIG_HOME=$config VISTREL_API_BIND=127.0.0.1 \
+  DBUS_SESSION_BUS_ADDRESS=unix:path=/nonexistent \
   DBUS_SYSTEM_BUS_ADDRESS=unix:path=/nonexistent \
   VISTREL_API_PORT=$port VISTREL_OSC_IN_PORT=$((port + 100)) "$binary" "$model" \
   >"$config/log" 2>&1 &

@@ -76,6 +76,9 @@ class RunningProgram {
         environment.emplace("VISTREL_LANG", "en");
         // No system bus, so no host daemon ever advertises a test instance on a real network.
         environment.emplace("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nonexistent");
+        // Nor a session bus, so each test's program stands alone instead of handing its files
+        // to another one; tests of the single instance give their own.
+        environment.emplace("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent");
         pid_ = ::fork();
         if (pid_ == 0) {
             for (auto& [name, value] : environment) ::setenv(name.c_str(), value.c_str(), 1);
@@ -111,8 +114,15 @@ class RunningProgram {
         return false;
     }
     bool running() const {
-        if (!exited_ && ::waitpid(pid_, nullptr, WNOHANG) == pid_) exited_ = true;
+        if (!exited_ && ::waitpid(pid_, &status_, WNOHANG) == pid_) exited_ = true;
         return !exited_;
+    }
+    // The exit status once the program ended by itself within `seconds`; -1 otherwise.
+    int exitStatus(double seconds) const {
+        auto end = std::chrono::steady_clock::now() + std::chrono::duration<double>(seconds);
+        while (running() && std::chrono::steady_clock::now() < end)
+            std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        return exited_ && WIFEXITED(status_) ? WEXITSTATUS(status_) : -1;
     }
     struct Reply {
         int status = 0;
@@ -157,6 +167,7 @@ class RunningProgram {
     TempDir settings_;
     pid_t pid_ = -1;
     mutable bool exited_ = false;
+    mutable int status_ = 0;
 };
 
 }  // namespace vistrel::test

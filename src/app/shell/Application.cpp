@@ -21,6 +21,7 @@
 #include "headless/HeadlessRun.h"
 #include "headless/SelfTest.h"
 #include "headless/Snapshot.h"
+#include "platform/SingleInstance.h"
 #include "remote/RemoteControlServer.h"
 #include "settings/Localization.h"
 #include "settings/SettingsStore.h"
@@ -59,7 +60,9 @@ void removeStaleTextures() {
 // on a desktop without a global menu bar the tray icon is how a person reaches it again.
 void installTrayIcon(QApplication& application, DocumentController& controller) {
     if (!QSystemTrayIcon::isSystemTrayAvailable()) return;
-    auto* tray = new QSystemTrayIcon(QIcon::fromTheme("image-x-generic"), &application);
+    auto* tray = new QSystemTrayIcon(
+        QIcon::fromTheme(SingleInstance::applicationId, QIcon::fromTheme("image-x-generic")),
+        &application);
     auto* menu = new QMenu;
     QObject::connect(tray, &QObject::destroyed, menu, &QObject::deleteLater);
     QObject::connect(menu->addAction(QString::fromStdString(L("Ouvrir…", "Open…"))),
@@ -103,6 +106,23 @@ void quitOnTerminationSignals(QApplication& application) {
     std::signal(SIGTERM, quitOnSignal);
 }
 
+// A launch without files while the program runs: the front document's window comes forward, or
+// the open panel when there is no window; a panel already up is raised, not doubled.
+void bringForward(DocumentController& controller) {
+    if (QWidget* modal = QApplication::activeModalWidget()) {
+        modal->raise();
+        modal->activateWindow();
+        return;
+    }
+    SKPDocument* document = controller.currentDocument();
+    if (!document && !controller.documents().empty()) document = controller.documents().back();
+    QWidget* window = document ? document->window() : nullptr;
+    if (!window) return controller.openDocument();
+    window->showNormal();
+    window->raise();
+    window->activateWindow();
+}
+
 }  // namespace
 
 int runApplication(int argc, char** argv) {
@@ -114,7 +134,7 @@ int runApplication(int argc, char** argv) {
     QApplication application(argc, argv);
     application.setApplicationName("Vistrel");
     application.setOrganizationDomain("vistrel.org");
-    application.setDesktopFileName("org.vistrel.viewer");
+    application.setDesktopFileName(SingleInstance::applicationId);
     application.setQuitOnLastWindowClosed(false);
     Preferences::registerDefaults();
     viewport::ViewportView::twoFingerScrollZooms = Preferences::boolValue("twoFingerScrollZooms");
@@ -136,6 +156,16 @@ int runApplication(int argc, char** argv) {
         }
     }
 
+    // A second launch hands its files to the running one and ends before opening any port.
+    const std::vector<std::string> files = filesToOpen(arguments);
+    SingleInstance instance;
+    if (!instance.claim() && SingleInstance::handOff(files)) return 0;
+    QObject::connect(&instance, &SingleInstance::activateRequested, &controller,
+                     [&controller] { bringForward(controller); });
+    QObject::connect(
+        &instance, &SingleInstance::openRequested, &controller,
+        [&controller](const std::vector<std::string>& paths) { controller.openFiles(paths); });
+
     removeStaleTextures();
     UpdaterStandIn updater;
     Updater::setShared(&updater);
@@ -145,9 +175,10 @@ int runApplication(int argc, char** argv) {
     QObject::connect(&application, &QCoreApplication::aboutToQuit, &controller,
                      [&controller] { controller.closeAll(); });
 
-    const std::vector<std::string> files = filesToOpen(arguments);
-    QTimer::singleShot(0, &controller, [&controller, files] {
-        // A plain start shows the open panel instead of an empty window.
+    QTimer::singleShot(0, &controller, [&controller, files, &options] {
+        // A plain start shows the open panel instead of an empty window; a start by the bus
+        // waits for the Open or Activate that follows.
+        if (files.empty() && options.startedByBus) return;
         if (files.empty())
             controller.openDocument();
         else

@@ -17,6 +17,7 @@ bool isValue(const std::vector<std::string>& a, size_t i) {
 
 LaunchOptions LaunchOptions::parse(const std::vector<std::string>& a) {
     LaunchOptions o;
+    o.startedByBus = std::find(a.begin(), a.end(), "--dbus-service") != a.end();
     std::optional<std::string> view;
     if (auto it = std::find(a.begin(), a.end(), "--view"); it != a.end() && it + 1 != a.end())
         view = *(it + 1);

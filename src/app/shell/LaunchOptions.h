@@ -19,6 +19,9 @@ struct LaunchOptions {
     std::optional<SnapshotRequest> snapshotRequest;  // present: snapshot mode
     bool selfTestRequested = false;
     std::optional<std::string> selfTestFile;
+    // --dbus-service: started by the session bus, which sends Open or Activate next, so no open
+    // panel of its own.
+    bool startedByBus = false;
 
     bool isNormal() const { return !snapshotRequest && !selfTestRequested; }
 

@@ -152,7 +152,9 @@ kill "$squatter"
 if [ -n "$program" ]; then
     # Found by browsing alone: both adverts, and HOST_INFO names the advertised OSC port.
     oscdump -L 19151 >"$work/feedback" 2>&1 3>&- &
+    # No session bus: a Vistrel running on the desktop must not take the file instead.
     QT_QPA_PLATFORM=offscreen VISTREL_SETTINGS_FILE="$work/settings.json" VISTREL_LANG=en \
+        DBUS_SESSION_BUS_ADDRESS=unix:path=/nonexistent \
         VISTREL_OSC_OUT_PORT=19151 "$program" "$model" >"$work/program.log" 2>&1 3>&- &
     expect _oscjson._tcp ';Vistrel;_oscjson._tcp;local;'
     expect _osc._udp ';Vistrel;_osc._udp;local;'

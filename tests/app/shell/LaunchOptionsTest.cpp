@@ -42,4 +42,9 @@ TEST(LaunchOptions, versionOutranksHelpFilesToOpenSkipOptionValuesAndModesArePar
         EXPECT_EQ(o.selfTestFile, c.selfTestFile);
         EXPECT_EQ(o.isNormal(), !c.snapshot && !c.selfTest);
     }
+    // A start by the session bus is a normal run with nothing to open.
+    const LaunchOptions bus = LaunchOptions::parse({"--dbus-service"});
+    EXPECT_TRUE(bus.startedByBus && bus.isNormal());
+    EXPECT_FALSE(LaunchOptions::parse({"a.skp"}).startedByBus);
+    EXPECT_TRUE(filesToOpen({"--dbus-service"}).empty());
 }
