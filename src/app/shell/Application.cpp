@@ -29,7 +29,7 @@
 #include "shell/Preferences.h"
 #include "ui/Theme.h"
 #include "ui/ViewportWidget.h"
-#include "update/UpdaterStandIn.h"
+#include "update/CoreUpdater.h"
 #include "view/ViewportView.h"
 
 namespace vistrel::app {
@@ -137,7 +137,7 @@ int runApplication(int argc, char** argv) {
     }
 
     removeStaleTextures();
-    UpdaterStandIn updater;
+    CoreUpdater updater;
     Updater::setShared(&updater);
     RemoteControlServer::shared().start(std::nullopt, std::nullopt, true);
     installTrayIcon(application, controller);
