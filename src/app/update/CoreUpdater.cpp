@@ -1,7 +1,6 @@
 #include "update/CoreUpdater.h"
 
 #include <QCoreApplication>
-#include <QPointer>
 
 #include "settings/AppVersion.h"
 #include "settings/Localization.h"
@@ -33,9 +32,10 @@ std::optional<int> buildNumber() {
 
 CoreUpdater::CoreUpdater(QObject* parent) : Updater(parent) {
     VistrelUpdater::Hooks hooks;
-    QPointer<CoreUpdater> self(this);
-    hooks.postToMain = [self](std::function<void()> fn) {
-        if (self) QMetaObject::invokeMethod(self, std::move(fn), Qt::QueuedConnection);
+    // Workers post to the application object; the core drops results once the updater is gone.
+    hooks.postToMain = [](std::function<void()> fn) {
+        if (auto* app = QCoreApplication::instance())
+            QMetaObject::invokeMethod(app, std::move(fn), Qt::QueuedConnection);
     };
     hooks.terminate = [] { QMetaObject::invokeMethod(qApp, &QCoreApplication::quit); };
     hooks.store = &Preferences::store();
@@ -56,6 +56,11 @@ void CoreUpdater::checkForUpdates(bool silent) {
 
 void CoreUpdater::downloadAndInstall(const ReleaseInfo& release) {
     core_->downloadAndInstall(toCore(release));
+}
+
+std::optional<std::string> CoreUpdater::systemManagedNote() const {
+    if (!core_->isSystemManaged()) return std::nullopt;
+    return VistrelUpdater::systemManagedMessage();
 }
 
 void CoreUpdater::publish() {

@@ -19,6 +19,7 @@ class CoreUpdater : public Updater {
     std::string currentVersion() const override;
     void checkForUpdates(bool silent) override;
     void downloadAndInstall(const ReleaseInfo& release) override;
+    std::optional<std::string> systemManagedNote() const override;
 
   private:
     void publish();

@@ -14,6 +14,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "BuildInfo.h"
 #include "settings/Localization.h"
 #include "settings/SettingsStore.h"
 #include "update/AppSignature.h"
@@ -38,7 +39,6 @@ struct VistrelUpdater::Life {
 namespace {
 
 constexpr const char* githubAPIHost = "https://api.github.com";
-constexpr const char* compiledFeedURL = "";  // a fixed feed, when a build wants one
 constexpr double feedTimeoutSeconds = 8.0;
 
 std::string trimmed(const std::string& text) {
@@ -196,7 +196,7 @@ std::string VistrelUpdater::configuredFeedURL() const {
     if (const auto stored = store().storedValue(defaultsPrefix + "updateURL");
         stored && stored->is_string() && HTTPFetch::isValidURL(stored->get<std::string>()))
         return stored->get<std::string>();
-    if (HTTPFetch::isValidURL(compiledFeedURL)) return compiledFeedURL;
+    if (HTTPFetch::isValidURL(buildinfo::kUpdateFeedURL)) return buildinfo::kUpdateFeedURL;
     const std::string github =
         std::string(githubAPIHost) + "/repos/" + githubRepo + "/releases/latest";
     if (!HTTPFetch::isValidURL(github)) std::abort();
@@ -329,8 +329,11 @@ bool VistrelUpdater::isSystemManaged() const {
         hooks_.runningProgram ? *hooks_.runningProgram : fs::read_symlink("/proc/self/exe", error);
     if (error) return false;
     const auto folder = runningAppFolder();
-    // A copy the user cannot replace, such as a package under /usr, is updated by its owner.
+    // A copy the user cannot replace, or one a distribution package put under /usr (even for
+    // root), is updated by the package manager.
     const fs::path place = folder ? folder->parent_path() : program.parent_path();
+    const std::string path = place.lexically_normal().generic_string() + "/";
+    if (path.starts_with("/usr/") && !path.starts_with("/usr/local/")) return true;
     return access(place.c_str(), W_OK) != 0;
 }
 
@@ -410,7 +413,7 @@ void VistrelUpdater::install(const ReleaseInfo&, const std::string& data) const 
             throw UpdateError(
                 UpdateError::noAppFolder,
                 L("Aucun bundle .app trouvé dans l'archive.", "No .app bundle found in archive."));
-        verifySignature(*newApp);
+        verifyCodeSignature(*newApp);
         launchSwapAndRestartScript(*newApp, targetInstallURL());
     } catch (...) {
         // Nothing half-done stays behind; the installed program was never touched.
@@ -433,7 +436,7 @@ std::optional<fs::path> VistrelUpdater::findAppBundle(const fs::path& folder,
     return firstApp;
 }
 
-void VistrelUpdater::verifySignature(const fs::path& newApp) const {
+void VistrelUpdater::verifyCodeSignature(const fs::path& newApp) const {
     if (!AppSignature::verify(newApp))
         throw UpdateError(UpdateError::badSignature,
                           L("Signature de la nouvelle version absente ou invalide.",

@@ -114,7 +114,7 @@ class VistrelUpdater {
                      std::function<void(VistrelUpdater&)> action);
     // Steps after the download, on the worker; throws UpdateError.
     void install(const ReleaseInfo& release, const std::string& data) const;
-    void verifySignature(const std::filesystem::path& newApp) const;
+    void verifyCodeSignature(const std::filesystem::path& newApp) const;
     void launchSwapAndRestartScript(const std::filesystem::path& newApp,
                                     const std::filesystem::path& destination) const;
     SettingsStore& store() const;
