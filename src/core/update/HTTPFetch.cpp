@@ -24,8 +24,8 @@ size_t append(char* data, size_t size, size_t count, void* user) {
 
 int report(void* user, curl_off_t total, curl_off_t now, curl_off_t, curl_off_t) {
     const auto& progress = *static_cast<const HTTPFetch::Progress*>(user);
-    if (progress && total > 0) progress(double(now) / double(total));
-    return 0;
+    if (!progress) return 0;
+    return progress(total > 0 ? double(now) / double(total) : 0) ? 0 : 1;
 }
 
 }  // namespace

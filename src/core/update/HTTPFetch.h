@@ -16,7 +16,8 @@ class HTTPFetch {
         std::string body;
     };
     // Fraction of the expected size received, 0 to 1; called often, from the calling thread.
-    using Progress = std::function<void(double)>;
+    // Returning false stops the transfer, which then fails.
+    using Progress = std::function<bool(double)>;
 
     // timeoutSeconds 0 leaves the whole transfer unbounded, but a stalled one still ends.
     static Response get(const std::string& url, const std::vector<std::string>& headers,

@@ -5,10 +5,13 @@
 #include <spawn.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <charconv>
 #include <chrono>
+#include <condition_variable>
 #include <cstdlib>
 #include <fstream>
+#include <mutex>
 #include <regex>
 #include <thread>
 
@@ -30,10 +33,15 @@ namespace vistrel {
 namespace fs = std::filesystem;
 using nlohmann::json;
 
-// Shared with the workers; false once the updater is gone, read and written on the owner's thread.
+// Shared with the workers. `alive` is read and written on the owner's thread only; a download
+// in flight is counted so that the destructor can stop it and wait for it.
 struct VistrelUpdater::Life {
     std::function<void(std::function<void()>)> postToMain;
     bool alive = true;
+    std::atomic<bool> cancelled{false};
+    std::mutex mutex;
+    std::condition_variable finished;
+    int downloads = 0;
 };
 
 namespace {
@@ -142,7 +150,8 @@ VistrelUpdater::VistrelUpdater(std::string appName_, std::string bundleID_, std:
       currentBuild(currentBuild_ ? *currentBuild_ : 1),
       defaultsPrefix(bundleID + "."),
       hooks_(std::move(hooks)),
-      life_(std::make_shared<Life>(Life{hooks_.postToMain})) {
+      life_(std::make_shared<Life>()) {
+    life_->postToMain = hooks_.postToMain;
     if (!startAutoCheck || !autoCheckOnLaunch()) return;
     const auto stored = store().storedValue(defaultsPrefix + "lastUpdateCheckTimestamp");
     const double last = stored && stored->is_number() ? stored->get<double>() : 0;
@@ -154,6 +163,10 @@ VistrelUpdater::VistrelUpdater(std::string appName_, std::string bundleID_, std:
 
 VistrelUpdater::~VistrelUpdater() {
     life_->alive = false;
+    // A download reads this updater's settings: stop it and let it unwind first.
+    life_->cancelled = true;
+    std::unique_lock lock(life_->mutex);
+    life_->finished.wait(lock, [this] { return life_->downloads == 0; });
 }
 
 SettingsStore& VistrelUpdater::store() const {
@@ -353,15 +366,29 @@ void VistrelUpdater::downloadAndInstall(const ReleaseInfo& release) {
     setState(Downloading{0.1});
     const std::vector<std::string> headers = {"User-Agent: " + appName + "/" + currentVersion,
                                               "Accept: application/octet-stream"};
-    std::thread([this, release, headers] {
+    {
+        std::lock_guard lock(life_->mutex);
+        ++life_->downloads;
+    }
+    std::thread([this, life = life_, release, headers] {
+        struct Done {
+            Life& life;
+            ~Done() {
+                std::lock_guard lock(life.mutex);
+                --life.downloads;
+                life.finished.notify_all();
+            }
+        } done{*life};
         try {
             double shown = 0.1;
             const auto response =
                 HTTPFetch::get(release.downloadURL, headers, 0, [&](double fraction) {
                     const double value = 0.1 + 0.65 * fraction;
-                    if (value - shown < 0.01) return;
+                    if (life->cancelled) return false;
+                    if (value - shown < 0.01) return true;
                     shown = value;
                     post([value](VistrelUpdater& self) { self.setState(Downloading{value}); });
+                    return true;
                 });
             if (response.status < 200 || response.status >= 300)
                 throw UpdateError(UpdateError::transferFailed,
@@ -379,6 +406,7 @@ void VistrelUpdater::downloadAndInstall(const ReleaseInfo& release) {
                                           actual.substr(0, 10) + "…).");
             }
             post([](VistrelUpdater& self) { self.setState(Installing{}); });
+            if (life->cancelled) return;
             install(release, response.body);
             post([](VistrelUpdater& self) {
                 if (self.hooks_.terminate) self.hooks_.terminate();

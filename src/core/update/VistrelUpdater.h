@@ -3,9 +3,8 @@
 // Threads: construction, the actions, `state` and the setters belong to the owner's thread (the
 // main thread). Network, unpacking and checks run on detached worker threads; each result comes
 // back through `Hooks::postToMain` before it touches `state`. A result that arrives after the
-// updater is gone is dropped. Two checks may overlap: the later result wins. A download reads
-// the updater's settings until it ends, so the updater must outlive one it started (the program
-// ends right after a successful one).
+// updater is gone is dropped. Two checks may overlap: the later result wins. Destruction stops
+// a download in flight and waits for its worker to unwind.
 #pragma once
 
 #include <sys/types.h>

@@ -267,6 +267,14 @@ TEST_F(UpdaterFixture, LaunchCheckAtMostDailyAndTimeOut) {
     due->checkForUpdates(false);
     EXPECT_EQ(failure(*due), "The connection to the update server timed out.");
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(12));
+
+    // Going away during a stalled download stops it instead of waiting on the server.
+    due->downloadAndInstall(ReleaseInfo{
+        "2.0", {}, *store->storedValue("org.vistrel.viewer.updateURL"), {}, {}, {}, {}});
+    const auto gone = std::chrono::steady_clock::now();
+    due.reset();
+    EXPECT_LT(std::chrono::steady_clock::now() - gone, std::chrono::seconds(4));
+    queue.pumpUntil([] { return false; }, 0.2);  // results of the dead updater are dropped
     close(fd);
 }
 
