@@ -30,7 +30,7 @@
 #include "shell/Preferences.h"
 #include "ui/Theme.h"
 #include "ui/ViewportWidget.h"
-#include "update/UpdaterStandIn.h"
+#include "update/CoreUpdater.h"
 #include "view/ViewportView.h"
 
 namespace vistrel::app {
@@ -167,7 +167,7 @@ int runApplication(int argc, char** argv) {
         [&controller](const std::vector<std::string>& paths) { controller.openFiles(paths); });
 
     removeStaleTextures();
-    UpdaterStandIn updater;
+    CoreUpdater updater;
     Updater::setShared(&updater);
     RemoteControlServer::shared().start(std::nullopt, std::nullopt, true);
     installTrayIcon(application, controller);

@@ -48,6 +48,9 @@ class Updater : public QObject {
     virtual std::string currentVersion() const = 0;
     virtual void checkForUpdates(bool silent) = 0;
     virtual void downloadAndInstall(const ReleaseInfo& release) = 0;
+    // Set when this copy cannot replace itself (a system package): the window then shows this
+    // text in place of the install button.
+    virtual std::optional<std::string> systemManagedNote() const { return std::nullopt; }
 
     // Whether a launch may check, when a day has passed; stored under
     // "org.vistrel.viewer.autoCheckUpdates", true while nothing is stored. Readable without an

@@ -1,5 +1,8 @@
 #include "settings/AppVersion.h"
 
+#include <filesystem>
+#include <fstream>
+
 #include "BuildInfo.h"
 
 namespace vistrel {
@@ -17,6 +20,19 @@ std::optional<std::string> clean(const std::optional<std::string>& value) {
     return t;
 }
 
+// An installed application folder states its version in share/vistrel/version ("1.2.0" and a
+// build number on the next line), as a bundle's Info does; an update replaces it with the folder.
+std::optional<std::pair<std::string, std::string>> folderVersion() {
+    std::error_code error;
+    const auto program = std::filesystem::read_symlink("/proc/self/exe", error);
+    if (error) return std::nullopt;
+    std::ifstream in(program.parent_path().parent_path() / "share/vistrel/version");
+    std::string version, build;
+    if (!in || !std::getline(in, version)) return std::nullopt;
+    std::getline(in, build);
+    return std::pair{version, build};
+}
+
 }  // namespace
 
 AppVersion AppVersion::resolve(const std::string& identifier,
@@ -28,9 +44,12 @@ AppVersion AppVersion::resolve(const std::string& identifier,
 }
 
 const AppVersion& AppVersion::current() {
-    static const AppVersion v =
-        resolve(buildinfo::kBundleIdentifier, std::string(buildinfo::kShortVersion),
-                std::string(buildinfo::kBuildNumber));
+    static const AppVersion v = [] {
+        if (const auto stated = folderVersion())
+            return resolve(buildinfo::kBundleIdentifier, stated->first, stated->second);
+        return resolve(buildinfo::kBundleIdentifier, std::string(buildinfo::kShortVersion),
+                       std::string(buildinfo::kBuildNumber));
+    }();
     return v;
 }
 

@@ -11,7 +11,8 @@ struct AppVersion {
     std::string shortVersion;
     std::optional<std::string> build;
 
-    // Computed once from the compiled-in identifier, version and build number.
+    // Computed once from the compiled-in identifier and the version and build number stated by
+    // the application folder (share/vistrel/version beside bin/), else compiled in.
     static const AppVersion& current();
     // The rule behind current(), for any identifier and raw values. Values are trimmed; an empty
     // one or one beginning with "@" (an unexpanded placeholder) counts as absent.

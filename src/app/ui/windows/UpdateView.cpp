@@ -107,6 +107,13 @@ void UpdateView::refresh() {
                 QLabel* notes = PanelStyle::secondary(state.release.localizedNotes());
                 notes->setTextFormat(Qt::PlainText);
                 column->addWidget(notes);
+                if (const auto note = updater_.systemManagedNote()) {
+                    QLabel* text = PanelStyle::secondary(*note);
+                    text->setTextFormat(Qt::PlainText);
+                    column->addWidget(text);
+                    addButton(L("Fermer", "Close"), close, true);
+                    return;
+                }
                 addButton(L("Plus tard", "Later"), close);
                 const Updater::ReleaseInfo release = state.release;
                 addButton(

@@ -42,7 +42,10 @@ class RecordingUpdater : public Updater {
         setState(Checking{});
     }
     void downloadAndInstall(const ReleaseInfo& release) override { installed = release.version; }
+    std::optional<std::string> systemManagedNote() const override { return note; }
     using Updater::setState;
+
+    std::optional<std::string> note;
 
     std::vector<bool> checks;
     std::string installed;
@@ -197,4 +200,12 @@ TEST_F(AuxiliaryWindowsTest, theUpdateViewShowsEachStateWithItsButtons) {
     EXPECT_TRUE(page("Downloading update…"));
     updater.setState(Updater::Installing{});
     EXPECT_TRUE(page("Verifying code signature and installing…"));
+
+    // A system package says where its updates come from and offers no install.
+    updater.note = "Updates come from the package manager.";
+    updater.setState(Updater::UpdateAvailable{release()});
+    EXPECT_TRUE(page("Updates come from the package manager."));
+    EXPECT_EQ(named<>(view, "Update & Relaunch"), nullptr);
+    named<>(view, "Close")->click();
+    EXPECT_EQ(closes, 2);
 }
