@@ -28,7 +28,11 @@ if [ "${1:-}" = "--on-bus" ]; then
     gio open "$prefix/second.dxf"
     wait_for "$prefix/second.dxf" || status=1
     [ "$(owner)" = "$pid" ] || { echo "FAIL: another process owns $id"; status=1; }
-    [ -n "$pid" ] && kill "$pid"
+    if [ -n "$pid" ]; then
+        kill "$pid"
+        # It writes its settings on the way out: let it finish before the prefix goes.
+        for _ in $(seq 50); do kill -0 "$pid" 2>/dev/null || break; sleep 0.1; done
+    fi
     exit $status
 fi
 
@@ -38,7 +42,7 @@ for tool in desktop-file-validate appstreamcli xdg-mime update-mime-database \
     command -v "$tool" >/dev/null || { echo "SKIP: $tool is not installed"; exit 77; }
 done
 prefix=$(mktemp -d)
-trap 'rm -rf "$prefix"' EXIT
+trap 'rm -rf "$prefix" 2>/dev/null || { sleep 1; rm -rf "$prefix"; }' EXIT
 cmake --install "$build" --prefix "$prefix" >/dev/null
 share=$prefix/share
 status=0
