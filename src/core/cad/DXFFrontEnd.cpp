@@ -1,0 +1,553 @@
+#include "cad/DXFFrontEnd.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <limits>
+
+#include "dxf/MappedFile.h"
+#include "model/SKPError.h"
+#include "settings/Localization.h"
+
+namespace vistrel {
+
+namespace {
+
+constexpr int64_t pollEvery = 25'000;
+
+enum class EntityKind {
+    line,
+    lwPolyline,
+    polyline,
+    circle,
+    arc,
+    face3d,
+    solid,
+    trace,
+    point,
+    insert,
+    other
+};
+
+EntityKind classify(const DXFTag& t) {
+    switch (t.text.size()) {
+        case 3:
+            if (t.is("ARC")) return EntityKind::arc;
+            break;
+        case 4:
+            if (t.is("LINE")) return EntityKind::line;
+            break;
+        case 5:
+            if (t.is("SOLID")) return EntityKind::solid;
+            if (t.is("TRACE")) return EntityKind::trace;
+            if (t.is("POINT")) return EntityKind::point;
+            break;
+        case 6:
+            if (t.is("CIRCLE")) return EntityKind::circle;
+            if (t.is("INSERT")) return EntityKind::insert;
+            if (t.is("3DFACE")) return EntityKind::face3d;
+            break;
+        case 8:
+            if (t.is("POLYLINE")) return EntityKind::polyline;
+            break;
+        case 10:
+            if (t.is("LWPOLYLINE")) return EntityKind::lwPolyline;
+            break;
+        default:
+            break;
+    }
+    return EntityKind::other;
+}
+
+float unitScaleFor(int insUnits) {
+    switch (insUnits) {
+        case 1:
+            return 0.0254f;
+        case 2:
+            return 0.3048f;
+        case 4:
+            return 0.001f;
+        case 5:
+            return 0.01f;
+        case 7:
+            return 1000.0f;
+        default:
+            return 1.0f;  // 3 (miles) is deliberately left at 1
+    }
+}
+
+// Codes 10/20/30 + offset into p; the extrusion from 210/220/230. False for any other code.
+bool readXYZ(const DXFTag& t, int offset, CADPoint& p) {
+    int c = t.code - offset;
+    if (c == 10)
+        p.x = t.asDouble(0);
+    else if (c == 20)
+        p.y = t.asDouble(0);
+    else if (c == 30)
+        p.z = t.asDouble(0);
+    else
+        return false;
+    return true;
+}
+
+bool readExtrusion(const DXFTag& t, CADEntity& e) {
+    if (t.code < 210 || t.code > 230) return false;
+    return readXYZ(t, 200, e.extrusion);
+}
+
+}  // namespace
+
+DXFFrontEnd::DXFFrontEnd(std::span<const uint8_t> bytes,
+                         const SKPReader::ProgressCallback& progress,
+                         const SKPReader::CancelCheck& isCancelled, const MappedFile* file)
+    : bytes_(bytes), reader_(bytes), progress_(progress), isCancelled_(isCancelled), file_(file) {
+    layerNames_.push_back("0");
+    layerIndex_.emplace("0", 0);
+}
+
+CADDrawing DXFFrontEnd::read() {
+    walkSections();
+    checkEncodingUpTo(bytes_.size());
+    for (size_t i = 0; i < layerNames_.size(); ++i)
+        drawing_.layers[i].name = decode(layerNames_[i]);
+    for (size_t i = 0; i < blockNames_.size(); ++i)
+        drawing_.blocks[i].name = decode(blockNames_[i]);
+    return std::move(drawing_);
+}
+
+// ---- section walk ----------------------------------------------------------------------
+
+void DXFFrontEnd::walkSections() {
+    DXFTag t;
+    while (reader_.read(t)) {
+        checkCancelled();
+        if (t.code != 0 || !t.is("SECTION")) continue;
+        DXFTag name;
+        bool named = false;
+        while (reader_.read(name))
+            if (name.code == 2) {
+                named = true;
+                break;
+            }
+        if (!named) return;
+        if (name.is("HEADER"))
+            readHeader();
+        else if (name.is("TABLES"))
+            readTables();
+        else if (name.is("BLOCKS"))
+            readBlocks();
+        else if (name.is("ENTITIES"))
+            readEntities(drawing_.entities, false);
+        else
+            skipSection();
+    }
+}
+
+void DXFFrontEnd::skipSection() {
+    DXFTag t;
+    while (reader_.read(t))
+        if (t.code == 0 && t.is("ENDSEC")) return;
+}
+
+void DXFFrontEnd::readHeader() {
+    DXFTag t;
+    while (reader_.read(t)) {
+        if (t.code == 0 && t.is("ENDSEC")) return;
+        if (t.code != 9 || !t.is("$INSUNITS")) continue;
+        DXFTag u;
+        while (reader_.read(u)) {
+            if (u.code == 70) {
+                drawing_.unitScale = unitScaleFor(u.asInt(0));
+                break;
+            }
+            if (u.code == 0 || u.code == 9) {
+                reader_.pushBack(u);
+                break;
+            }
+        }
+    }
+}
+
+void DXFFrontEnd::readTables() {
+    DXFTag t;
+    while (reader_.read(t)) {
+        if (t.code != 0) continue;
+        if (t.is("ENDSEC")) return;
+        if (!t.is("LAYER")) continue;
+        std::string_view name;
+        int color = 7, flags = 0;
+        while (reader_.read(t)) {
+            if (t.code == 0) {
+                reader_.pushBack(t);
+                break;
+            }
+            if (t.code == 2)
+                name = t.text;
+            else if (t.code == 62)
+                color = t.asInt(7);
+            else if (t.code == 70)
+                flags = t.asInt(0);
+        }
+        if (name.empty()) continue;
+        CADLayer& layer = drawing_.layers[size_t(ensureLayer(name))];
+        layer.frozen = (flags & 1) != 0;
+        layer.off = color < 0;
+    }
+}
+
+void DXFFrontEnd::readBlocks() {
+    DXFTag t;
+    while (reader_.read(t)) {
+        if (t.code != 0) continue;
+        if (t.is("ENDSEC")) return;
+        if (!t.is("BLOCK")) continue;
+        std::string_view name;
+        CADPoint base;
+        while (reader_.read(t)) {
+            if (t.code == 0) {
+                reader_.pushBack(t);
+                break;
+            }
+            if (t.code == 2)
+                name = t.text;
+            else
+                readXYZ(t, 0, base);
+        }
+        std::vector<CADEntity> entities;
+        Stop stop = readEntities(entities, true);
+        CADBlock& b = drawing_.blocks[size_t(blockId(name))];
+        b.entities = std::move(entities);
+        b.base = base;
+        b.defined = true;
+        if (stop != Stop::endBlock) return;
+    }
+}
+
+// ---- entities --------------------------------------------------------------------------
+
+DXFFrontEnd::Stop DXFFrontEnd::readEntities(std::vector<CADEntity>& into, bool stopAtEndBlk) {
+    if (!announcedEntities_) {
+        announcedEntities_ = true;
+        if (progress_)
+            progress_({L("Lecture des entités DXF…", "Reading DXF entities…"), 0, std::nullopt});
+    }
+    DXFTag t;
+    while (reader_.read(t)) {
+        if (reader_.pairsRead() >= nextPoll_) poll();
+        if (t.code != 0) continue;
+        if (t.is("ENDSEC")) return Stop::endSection;
+        if (stopAtEndBlk && t.is("ENDBLK")) return Stop::endBlock;
+        switch (classify(t)) {
+            case EntityKind::line:
+                readLine(into);
+                break;
+            case EntityKind::lwPolyline:
+                readLwPolyline(into);
+                break;
+            case EntityKind::polyline:
+                readPolyline(into);
+                break;
+            case EntityKind::circle:
+                readArc(into, true);
+                break;
+            case EntityKind::arc:
+                readArc(into, false);
+                break;
+            case EntityKind::face3d:
+                readCorners(into, false);
+                break;
+            case EntityKind::solid:
+            case EntityKind::trace:
+                readCorners(into, true);
+                break;
+            case EntityKind::point:
+                readPoint(into);
+                break;
+            case EntityKind::insert:
+                readInsert(into);
+                break;
+            case EntityKind::other:
+                skipFields();
+                break;
+        }
+    }
+    return Stop::endOfFile;
+}
+
+// Reads the entity's groups up to the next code 0 (pushed back): code 8 names the layer, the
+// extrusion goes to `e`, every other group to `field`. Returns the layer index.
+template <typename Field>
+int DXFFrontEnd::readFields(CADEntity& e, Field&& field) {
+    std::string_view layer;
+    DXFTag t;
+    while (reader_.read(t)) {
+        if (t.code == 0) {
+            reader_.pushBack(t);
+            break;
+        }
+        if (t.code == 8)
+            layer = t.text;
+        else if (!readExtrusion(t, e))
+            field(t);
+    }
+    e.layer = ensureLayer(layer);
+    return e.layer;
+}
+
+void DXFFrontEnd::skipFields() {
+    DXFTag t;
+    while (reader_.read(t))
+        if (t.code == 0) {
+            reader_.pushBack(t);
+            return;
+        }
+}
+
+void DXFFrontEnd::readLine(std::vector<CADEntity>& into) {
+    CADEntity& e = into.emplace_back();
+    e.kind = CADEntity::Kind::line;
+    readFields(e, [&](const DXFTag& t) { readXYZ(t, 0, e.a) || readXYZ(t, 1, e.b); });
+}
+
+void DXFFrontEnd::readLwPolyline(std::vector<CADEntity>& into) {
+    CADEntity& e = into.emplace_back();
+    e.kind = CADEntity::Kind::polyline;
+    auto& pool = drawing_.vertices;
+    e.first = uint32_t(pool.size());
+    double x = 0, elevation = 0, width = 0;
+    int flags = 0;
+    readFields(e, [&](const DXFTag& t) {
+        switch (t.code) {
+            case 10:
+                x = t.asDouble(0);
+                break;
+            case 20:
+                pool.push_back({{x, t.asDouble(0), 0}, 0, width, width});
+                break;
+            case 38:
+                elevation = t.asDouble(0);
+                break;
+            case 40:
+                if (pool.size() > e.first) pool.back().startWidth = t.asDouble(0);
+                break;
+            case 41:
+                if (pool.size() > e.first) pool.back().endWidth = t.asDouble(0);
+                break;
+            case 42:
+                if (pool.size() > e.first) pool.back().bulge = t.asDouble(0);
+                break;
+            case 43:
+                width = t.asDouble(0);
+                break;
+            case 70:
+                flags = t.asInt(0);
+                break;
+            default:
+                break;
+        }
+    });
+    e.count = uint32_t(pool.size() - e.first);
+    for (uint32_t i = 0; i < e.count; ++i) pool[e.first + i].position.z = elevation;
+    e.closed = (flags & 1) != 0;
+}
+
+// POLYLINE with its VERTEX records up to SEQEND. A vertex with flag 128 and not 64 is a
+// polyface face whose indices refer to the vertices read so far.
+void DXFFrontEnd::readPolyline(std::vector<CADEntity>& into) {
+    CADEntity e;
+    e.kind = CADEntity::Kind::polyline;
+    int flags = 0;
+    readFields(e, [&](const DXFTag& t) {
+        if (t.code == 70) flags = t.asInt(0);
+    });
+    e.closed = (flags & 1) != 0;
+    auto& pool = drawing_.vertices;
+    e.first = uint32_t(pool.size());
+    e.faceFirst = uint32_t(drawing_.faces.size());
+    DXFTag t;
+    while (reader_.read(t)) {
+        if (reader_.pairsRead() >= nextPoll_) poll();
+        if (t.code != 0) continue;
+        if (t.is("SEQEND")) {
+            skipFields();
+            break;
+        }
+        if (!t.is("VERTEX")) {
+            reader_.pushBack(t);
+            break;
+        }
+        CADEntity v;
+        CADVertex vertex;
+        int vflags = 0;
+        std::array<int32_t, 4> index{};
+        readFields(v, [&](const DXFTag& f) {
+            if (readXYZ(f, 0, vertex.position)) return;
+            switch (f.code) {
+                case 40:
+                    vertex.startWidth = f.asDouble(0);
+                    break;
+                case 41:
+                    vertex.endWidth = f.asDouble(0);
+                    break;
+                case 42:
+                    vertex.bulge = f.asDouble(0);
+                    break;
+                case 70:
+                    vflags = f.asInt(0);
+                    break;
+                case 71:
+                case 72:
+                case 73:
+                case 74: {
+                    int i = f.asInt(0);
+                    index[size_t(f.code - 71)] =
+                        i == std::numeric_limits<int>::min() ? 0 : std::abs(i);
+                    break;
+                }
+                default:
+                    break;
+            }
+        });
+        if ((vflags & 128) && !(vflags & 64)) {
+            e.kind = CADEntity::Kind::polyface;
+            // Only the vertices read so far count.
+            auto n = int32_t(pool.size() - e.first);
+            for (int32_t& i : index)
+                if (i > n) i = -1;
+            drawing_.faces.push_back(index);
+        } else {
+            pool.push_back(vertex);
+        }
+    }
+    e.count = uint32_t(pool.size() - e.first);
+    e.faceCount = uint32_t(drawing_.faces.size() - e.faceFirst);
+    into.push_back(e);
+}
+
+void DXFFrontEnd::readArc(std::vector<CADEntity>& into, bool circle) {
+    CADEntity& e = into.emplace_back();
+    e.kind = circle ? CADEntity::Kind::circle : CADEntity::Kind::arc;
+    readFields(e, [&](const DXFTag& t) {
+        if (readXYZ(t, 0, e.a)) return;
+        if (t.code == 40)
+            e.radius = t.asDouble(0);
+        else if (t.code == 50)
+            e.start = t.asDouble(0);
+        else if (t.code == 51)
+            e.end = t.asDouble(360);
+    });
+}
+
+// 3DFACE corners in file order; SOLID and TRACE store the last two crosswise.
+void DXFFrontEnd::readCorners(std::vector<CADEntity>& into, bool crosswise) {
+    CADEntity& e = into.emplace_back();
+    e.kind = CADEntity::Kind::face;
+    CADPoint c[4];
+    bool fourthGiven = false;
+    readFields(e, [&](const DXFTag& t) {
+        int corner = t.code % 10;
+        if (t.code < 10 || t.code > 33 || corner > 3) return;
+        readXYZ(t, corner, c[corner]);
+        if (corner == 3) fourthGiven = true;
+    });
+    // A face given three corners has its fourth on the third.
+    if (!fourthGiven) c[3] = c[2];
+    if (crosswise) std::swap(c[2], c[3]);
+    e.first = uint32_t(drawing_.vertices.size());
+    e.count = 4;
+    for (const CADPoint& p : c) drawing_.vertices.push_back({p});
+}
+
+void DXFFrontEnd::readPoint(std::vector<CADEntity>& into) {
+    CADEntity& e = into.emplace_back();
+    e.kind = CADEntity::Kind::point;
+    readFields(e, [&](const DXFTag& t) { readXYZ(t, 0, e.a); });
+}
+
+void DXFFrontEnd::readInsert(std::vector<CADEntity>& into) {
+    CADEntity& e = into.emplace_back();
+    e.kind = CADEntity::Kind::insert;
+    e.block = blockId({});
+    e.b = {1, 1, 1};
+    readFields(e, [&](const DXFTag& t) {
+        switch (t.code) {
+            case 2:
+                e.block = blockId(t.text);
+                break;
+            case 41:
+                e.b.x = t.asDouble(1);
+                break;
+            case 42:
+                e.b.y = t.asDouble(1);
+                break;
+            case 43:
+                e.b.z = t.asDouble(1);
+                break;
+            case 50:
+                e.rotation = t.asDouble(0);
+                break;
+            default:
+                readXYZ(t, 0, e.a);
+                break;
+        }
+    });
+}
+
+// ---- names -----------------------------------------------------------------------------
+
+int DXFFrontEnd::ensureLayer(std::string_view name) {
+    if (name.empty()) name = "0";
+    if (name == lastLayerName_) return lastLayer_;
+    auto [it, added] = layerIndex_.try_emplace(name, int(layerNames_.size()));
+    if (added) {
+        layerNames_.push_back(name);
+        drawing_.layers.emplace_back();
+    }
+    lastLayerName_ = it->first;
+    lastLayer_ = it->second;
+    return lastLayer_;
+}
+
+int DXFFrontEnd::blockId(std::string_view name) {
+    auto [it, added] = blockIds_.try_emplace(name, int(blockNames_.size()));
+    if (added) {
+        blockNames_.push_back(name);
+        drawing_.blocks.emplace_back();
+    }
+    return it->second;
+}
+
+// ---- progress, cancellation, encoding --------------------------------------------------
+
+void DXFFrontEnd::checkCancelled() {
+    if (isCancelled_ && isCancelled_()) throw SKPError::cancelled();
+}
+
+void DXFFrontEnd::poll() {
+    nextPoll_ = (reader_.pairsRead() / pollEvery + 1) * pollEvery;
+    checkCancelled();
+    size_t total = reader_.size();
+    if (progress_) {
+        double f =
+            total ? std::min(double(reader_.offset()) * 0.7 / double(total) + 0.15, 0.86) : 0.5;
+        progress_({L("Lecture des entités DXF…", "Reading DXF entities…"), 0, f});
+    }
+    checkEncodingUpTo(reader_.offset());
+    if (file_) file_->releaseBefore(reader_.offset());
+}
+
+// Checked behind the reader, on bytes still in memory; pairs end at line ends, where no UTF-8
+// sequence is cut. Binary files mix bytes and text and are judged name by name.
+void DXFFrontEnd::checkEncodingUpTo(size_t offset) {
+    if (reader_.isBinary() || !fileIsUTF8_ || offset <= checkedUpTo_) return;
+    std::string_view chunk(reinterpret_cast<const char*>(bytes_.data()) + checkedUpTo_,
+                           offset - checkedUpTo_);
+    fileIsUTF8_ = DXFText::isValidUTF8(chunk);
+    checkedUpTo_ = offset;
+}
+
+std::string DXFFrontEnd::decode(std::string_view raw) const {
+    bool utf8 = reader_.isBinary() ? DXFText::isValidUTF8(raw) : fileIsUTF8_;
+    return utf8 ? std::string(raw) : DXFText::latin1ToUTF8(raw);
+}
+
+}  // namespace vistrel
