@@ -5,6 +5,8 @@
 #include <numbers>
 #include <utility>
 
+#include "cad/CurveTessellation.h"
+#include "cad/OCS.h"
 #include "dxf/DXFDefinitionBuilder.h"
 #include "dxf/RawGeometry.h"
 #include "model/BoundingBox.h"
@@ -13,17 +15,27 @@ namespace vistrel::CADConverter {
 
 namespace {
 
-// Four turns at 15 degrees, beyond any real arc: a hostile angle must not turn a few bytes of
-// file into megabytes of segments.
-constexpr int maxArcSegments = 96;
+constexpr double turn = 2 * std::numbers::pi;
 
 Float3 toFloat(const CADPoint& p) {
     return {float(p.x), float(p.y), float(p.z)};
 }
 
+// Counter-clockwise sweep from a to b in radians: whole turns added to the end until it passes
+// the start, in one step (a loop would never end on huge angles); 0 when not finite.
+double sweepBetween(double a, double b) {
+    double sweep = b - a;
+    if (!std::isfinite(sweep)) return 0;
+    if (sweep <= 0) {
+        sweep = std::fmod(sweep, turn);
+        sweep = sweep < 0 ? sweep + turn : turn;
+    }
+    return sweep;
+}
+
 class Drawer {
   public:
-    explicit Drawer(const CADDrawing& d) : d_(d) {}
+    Drawer(const CADDrawing& d, double tolerance) : d_(d), tolerance_(tolerance) {}
 
     void draw(const std::vector<CADEntity>& entities, RawGeometry& into) {
         for (const CADEntity& e : entities) draw(e, into);
@@ -36,7 +48,7 @@ class Drawer {
                 into.addSegment(toFloat(e.a), toFloat(e.b), e.layer);
                 break;
             case CADEntity::Kind::polyline:
-                drawPath(e, into);
+                drawPolyline(e, into);
                 break;
             case CADEntity::Kind::polyface:
                 drawPolyface(e, into);
@@ -45,6 +57,16 @@ class Drawer {
             case CADEntity::Kind::arc:
                 drawArc(e, into);
                 break;
+            case CADEntity::Kind::ellipse:
+                drawEllipse(e, into);
+                break;
+            case CADEntity::Kind::spline:
+                if (e.detail < d_.splines.size()) {
+                    points_.clear();
+                    CurveTessellation::spline(d_.splines[e.detail], tolerance_, points_);
+                    addPath(points_, e.layer, into);
+                }
+                break;
             case CADEntity::Kind::face:
                 drawFace(e, into);
                 break;
@@ -52,18 +74,17 @@ class Drawer {
                 into.pointsByLayer.at(e.layer).push_back(toFloat(e.a));
                 break;
             case CADEntity::Kind::insert: {
+                OCS ocs(e.extrusion);
                 RawInsert in;
                 in.block = e.block;
                 in.layer = e.layer;
-                in.position = toFloat(e.a);
+                in.position = toFloat(ocs.toWorld(e.a));
                 in.scale = toFloat(e.b);
                 in.rotationDeg = float(e.rotation);
+                if (!ocs.isIdentity()) in.extrusion = toFloat(ocs.normal());
                 into.inserts.push_back(in);
                 break;
             }
-            case CADEntity::Kind::ellipse:
-            case CADEntity::Kind::spline:
-                break;
         }
     }
 
@@ -71,14 +92,82 @@ class Drawer {
         return size_t(e.first) + e.count <= d_.vertices.size() && e.count >= need;
     }
 
-    // Consecutive segments, closed when asked and more than two vertices.
-    void drawPath(const CADEntity& e, RawGeometry& into) const {
-        if (!inPool(e, 0)) return;
+    static void addPath(const std::vector<CADPoint>& points, int layer, RawGeometry& into) {
+        for (size_t i = 1; i < points.size(); ++i)
+            into.addSegment(toFloat(points[i - 1]), toFloat(points[i]), layer);
+    }
+
+    // Bulges become arcs and widths filled strips, both in the entity's plane; a closed
+    // polyline of two vertices closes only through a bulge.
+    void drawPolyline(const CADEntity& e, RawGeometry& into) {
+        if (!inPool(e, 0) || e.count == 0) return;
         const CADVertex* v = d_.vertices.data() + e.first;
-        for (uint32_t i = 1; i < e.count; ++i)
-            into.addSegment(toFloat(v[i - 1].position), toFloat(v[i].position), e.layer);
-        if (e.closed && e.count > 2)
-            into.addSegment(toFloat(v[e.count - 1].position), toFloat(v[0].position), e.layer);
+        const OCS ocs(e.is3D ? CADPoint{0, 0, 1} : e.extrusion);
+        const uint32_t n = e.count;
+        bool close = e.closed && (n > 2 || (n == 2 && !e.is3D && v[1].bulge != 0));
+        uint32_t spans = close ? n : n - 1;
+        points_.clear();
+        points_.push_back(v[0].position);
+        for (uint32_t i = 0; i < spans; ++i) {
+            const CADVertex& a = v[i];
+            const CADVertex& b = v[(i + 1) % n];
+            size_t from = points_.size() - 1;
+            double bulge = e.is3D ? 0 : a.bulge;
+            if (std::abs(bulge) > 1e-9 && std::isfinite(bulge))
+                addBulge(a.position, b.position, bulge);
+            else
+                points_.push_back(b.position);
+            double w0 = a.startWidth, w1 = a.endWidth;
+            if ((w0 > 0 || w1 > 0) && std::isfinite(w0) && std::isfinite(w1))
+                addStrip(from, w0, w1, ocs, e.layer, into);
+        }
+        if (!ocs.isIdentity())
+            for (CADPoint& p : points_) p = ocs.toWorld(p);
+        addPath(points_, e.layer, into);
+    }
+
+    // Points of the arc from a to b with bulge tan(angle / 4), a excluded, b exact.
+    void addBulge(const CADPoint& a, const CADPoint& b, double bulge) {
+        double cx = b.x - a.x, cy = b.y - a.y, chord = std::hypot(cx, cy);
+        if (!(chord > 1e-12)) {
+            points_.push_back(b);
+            return;
+        }
+        double angle = 4 * std::atan(bulge);
+        double h = chord / 2 * (1 - bulge * bulge) / (2 * bulge);
+        double mx = (a.x + b.x) / 2 - cy / chord * h, my = (a.y + b.y) / 2 + cx / chord * h;
+        double radius = std::hypot(a.x - mx, a.y - my);
+        double a0 = std::atan2(a.y - my, a.x - mx);
+        int segments = CurveTessellation::arcSegments(radius, angle, tolerance_);
+        for (int k = 1; k < segments; ++k) {
+            double t = a0 + angle * k / segments;
+            double z = a.z + (b.z - a.z) * k / segments;
+            points_.push_back({mx + radius * std::cos(t), my + radius * std::sin(t), z});
+        }
+        points_.push_back(b);
+    }
+
+    // Quads along points_[from..] in the OCS, the width running from w0 to w1 by length.
+    void addStrip(size_t from, double w0, double w1, const OCS& ocs, int layer,
+                  RawGeometry& into) const {
+        double total = 0;
+        for (size_t i = from + 1; i < points_.size(); ++i)
+            total += std::hypot(points_[i].x - points_[i - 1].x, points_[i].y - points_[i - 1].y);
+        if (!(total > 0)) return;
+        double run = 0;
+        for (size_t i = from + 1; i < points_.size(); ++i) {
+            const CADPoint &p = points_[i - 1], &q = points_[i];
+            double dx = q.x - p.x, dy = q.y - p.y, len = std::hypot(dx, dy);
+            if (!(len > 0)) continue;
+            double h0 = (w0 + (w1 - w0) * run / total) / 2;
+            run += len;
+            double h1 = (w0 + (w1 - w0) * run / total) / 2;
+            double nx = -dy / len, ny = dx / len;
+            auto corner = [&](const CADPoint& c, double h) {
+                return toFloat(ocs.toWorld({c.x + nx * h, c.y + ny * h, c.z}));
+            };
+            into.addQuadOrTri(corner(p, -h0), corner(q, -h1), corner(q, h1), corner(p, h0), layer);
+        }
     }
 
     void drawPolyface(const CADEntity& e, RawGeometry& into) const {
@@ -95,47 +184,56 @@ class Drawer {
         }
     }
 
-    void drawArc(const CADEntity& e, RawGeometry& into) const {
+    void drawArc(const CADEntity& e, RawGeometry& into) {
         const double radius = e.radius;
         if (!(radius > 1e-6) || !std::isfinite(radius)) return;
-        double a0 = 0, sweep = 2 * std::numbers::pi;
+        double a0 = 0, sweep = turn;
         if (e.kind == CADEntity::Kind::arc) {
-            constexpr double toRadians = 3.1415925 / 180, turn = 6.283185;
-            a0 = e.start * toRadians;
-            double a1 = e.end * toRadians;
-            if (!std::isfinite(a0) || !std::isfinite(a1)) return;
-            // Counter-clockwise always: whole turns added to the end until it passes the start,
-            // in one step (a loop would never end on huge angles).
-            sweep = a1 - a0;
-            if (sweep <= 0) {
-                sweep = std::fmod(sweep, turn);
-                sweep = sweep < 0 ? sweep + turn : turn;
-            }
-            if (!(sweep > 0) || !std::isfinite(sweep)) return;
+            a0 = e.start * std::numbers::pi / 180;
+            sweep = sweepBetween(a0, e.end * std::numbers::pi / 180);
+            if (!(sweep > 0)) return;
+            a0 = std::fmod(a0, turn);  // a huge start would swallow the steps
         }
-        double count = std::max(8.0, std::floor(sweep / 0.26179937));
-        int segments = int(std::min(count, double(maxArcSegments)));
-        // Successive points by one rotation each, in double: no drift worth a float.
-        const double step = sweep / segments, c = std::cos(step), sn = std::sin(step);
-        const double cx = e.a.x, cy = e.a.y;
-        const auto cz = float(e.a.z);
-        double dx = radius * std::cos(a0), dy = radius * std::sin(a0);
-        Float3 previous{float(cx + dx), float(cy + dy), cz};
-        for (int i = 1; i <= segments; ++i) {
-            double nx = dx * c - dy * sn;
-            dy = dx * sn + dy * c;
-            dx = nx;
-            Float3 p{float(cx + dx), float(cy + dy), cz};
-            into.addSegment(previous, p, e.layer);
-            previous = p;
+        const OCS ocs(e.extrusion);
+        int segments = CurveTessellation::arcSegments(radius, sweep, tolerance_);
+        points_.clear();
+        for (int i = 0; i <= segments; ++i) {
+            double t = a0 + sweep * i / segments;
+            points_.push_back(
+                ocs.toWorld({e.a.x + radius * std::cos(t), e.a.y + radius * std::sin(t), e.a.z}));
         }
+        addPath(points_, e.layer, into);
+    }
+
+    // Centre and major axis in world coordinates; the minor axis is N x major, scaled.
+    void drawEllipse(const CADEntity& e, RawGeometry& into) {
+        const CADPoint& major = e.b;
+        double a = std::sqrt(OCS::dot(major, major)), ratio = e.radius;
+        if (!(a > 1e-9) || !std::isfinite(a) || !(ratio > 0) || !std::isfinite(ratio)) return;
+        CADPoint minor = OCS::cross(OCS(e.extrusion).normal(), major);
+        double m = std::sqrt(OCS::dot(minor, minor));
+        if (!(m > 0)) return;
+        minor = OCS::scaled(minor, a * std::min(ratio, 1.0) / m);
+        double sweep = sweepBetween(e.start, e.end);
+        if (!(sweep > 0)) return;
+        const double t0 = std::fmod(e.start, turn);
+        int segments = CurveTessellation::arcSegments(a, sweep, tolerance_);
+        points_.clear();
+        for (int i = 0; i <= segments; ++i) {
+            double t = t0 + sweep * i / segments, c = std::cos(t), s = std::sin(t);
+            points_.push_back({e.a.x + major.x * c + minor.x * s, e.a.y + major.y * c + minor.y * s,
+                               e.a.z + major.z * c + minor.z * s});
+        }
+        addPath(points_, e.layer, into);
     }
 
     // A triangle when the fourth corner repeats the third, else a quad; with its outline.
     void drawFace(const CADEntity& e, RawGeometry& into) const {
         if (!inPool(e, 4)) return;
+        const OCS ocs(e.planar ? e.extrusion : CADPoint{0, 0, 1});
         Float3 p[4];
-        for (int i = 0; i < 4; ++i) p[i] = toFloat(d_.vertices[e.first + uint32_t(i)].position);
+        for (int i = 0; i < 4; ++i)
+            p[i] = toFloat(ocs.toWorld(d_.vertices[e.first + uint32_t(i)].position));
         into.addQuadOrTri(p[0], p[1], p[2], p[3], e.layer);
         Float3 d = p[3] - p[2];
         int corners = dot(d, d) > 1e-10f ? 4 : 3;
@@ -143,12 +241,44 @@ class Drawer {
     }
 
     const CADDrawing& d_;
+    double tolerance_;
+    std::vector<CADPoint> points_;  // scratch
 };
+
+// The largest side of the box of every point the records name, for the chord tolerance.
+double drawingSize(const CADDrawing& d) {
+    double lo[3] = {HUGE_VAL, HUGE_VAL, HUGE_VAL}, hi[3] = {-HUGE_VAL, -HUGE_VAL, -HUGE_VAL};
+    auto add = [&](const CADPoint& p, double r) {
+        const double c[3] = {p.x, p.y, p.z};
+        for (int k = 0; k < 3; ++k)
+            if (std::isfinite(c[k]) && std::abs(c[k]) < 1e15) {
+                lo[k] = std::min(lo[k], c[k] - r);
+                hi[k] = std::max(hi[k], c[k] + r);
+            }
+    };
+    auto addAll = [&](const std::vector<CADEntity>& entities) {
+        for (const CADEntity& e : entities) {
+            bool round = e.kind == CADEntity::Kind::circle || e.kind == CADEntity::Kind::arc;
+            double r = round && std::isfinite(e.radius) ? std::min(std::abs(e.radius), 1e15) : 0;
+            if (e.kind != CADEntity::Kind::polyline && e.kind != CADEntity::Kind::face) add(e.a, r);
+            if (e.kind == CADEntity::Kind::line) add(e.b, 0);
+        }
+    };
+    addAll(d.entities);
+    for (const CADVertex& v : d.vertices) add(v.position, 0);
+    if (!(hi[0] >= lo[0]))
+        for (const CADBlock& b : d.blocks) addAll(b.entities);
+    double size = 0;
+    for (int k = 0; k < 3; ++k)
+        if (hi[k] >= lo[k]) size = std::max(size, hi[k] - lo[k]);
+    return size;
+}
 
 }  // namespace
 
 SKPModel convert(CADDrawing&& drawing, const SKPFileInfo& fileInfo) {
-    Drawer drawer(drawing);
+    double size = drawingSize(drawing);
+    Drawer drawer(drawing, size > 0 ? size * relativeChordError : 1e-6);
     std::vector<RawBlock> blocks(drawing.blocks.size());
     std::vector<std::string> blockNames;
     blockNames.reserve(drawing.blocks.size());

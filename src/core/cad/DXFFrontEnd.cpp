@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <limits>
+#include <numbers>
 
 #include "dxf/MappedFile.h"
 #include "model/SKPError.h"
@@ -25,6 +26,8 @@ enum class EntityKind {
     trace,
     point,
     insert,
+    ellipse,
+    spline,
     other
 };
 
@@ -44,7 +47,11 @@ EntityKind classify(const DXFTag& t) {
         case 6:
             if (t.is("CIRCLE")) return EntityKind::circle;
             if (t.is("INSERT")) return EntityKind::insert;
+            if (t.is("SPLINE")) return EntityKind::spline;
             if (t.is("3DFACE")) return EntityKind::face3d;
+            break;
+        case 7:
+            if (t.is("ELLIPSE")) return EntityKind::ellipse;
             break;
         case 8:
             if (t.is("POLYLINE")) return EntityKind::polyline;
@@ -265,6 +272,12 @@ DXFFrontEnd::Stop DXFFrontEnd::readEntities(std::vector<CADEntity>& into, bool s
             case EntityKind::insert:
                 readInsert(into);
                 break;
+            case EntityKind::ellipse:
+                readEllipse(into);
+                break;
+            case EntityKind::spline:
+                readSpline(into);
+                break;
             case EntityKind::other:
                 skipFields();
                 break;
@@ -356,10 +369,20 @@ void DXFFrontEnd::readPolyline(std::vector<CADEntity>& into) {
     CADEntity e;
     e.kind = CADEntity::Kind::polyline;
     int flags = 0;
+    double elevation = 0, width0 = 0, width1 = 0;
     readFields(e, [&](const DXFTag& t) {
-        if (t.code == 70) flags = t.asInt(0);
+        if (t.code == 70)
+            flags = t.asInt(0);
+        else if (t.code == 30)
+            elevation = t.asDouble(0);
+        else if (t.code == 40)
+            width0 = t.asDouble(0);
+        else if (t.code == 41)
+            width1 = t.asDouble(0);
     });
     e.closed = (flags & 1) != 0;
+    // 3D polylines and meshes lie in world coordinates; 2D ones in their OCS, at an elevation.
+    e.is3D = (flags & (8 | 16 | 64)) != 0;
     auto& pool = drawing_.vertices;
     e.first = uint32_t(pool.size());
     e.faceFirst = uint32_t(drawing_.faces.size());
@@ -376,7 +399,7 @@ void DXFFrontEnd::readPolyline(std::vector<CADEntity>& into) {
             break;
         }
         CADEntity v;
-        CADVertex vertex;
+        CADVertex vertex{{0, 0, e.is3D ? 0 : elevation}, 0, width0, width1};
         int vflags = 0;
         std::array<int32_t, 4> index{};
         readFields(v, [&](const DXFTag& f) {
@@ -441,6 +464,7 @@ void DXFFrontEnd::readArc(std::vector<CADEntity>& into, bool circle) {
 void DXFFrontEnd::readCorners(std::vector<CADEntity>& into, bool crosswise) {
     CADEntity& e = into.emplace_back();
     e.kind = CADEntity::Kind::face;
+    e.planar = crosswise;
     CADPoint c[4];
     bool fourthGiven = false;
     readFields(e, [&](const DXFTag& t) {
@@ -487,6 +511,68 @@ void DXFFrontEnd::readInsert(std::vector<CADEntity>& into) {
                 break;
             default:
                 readXYZ(t, 0, e.a);
+                break;
+        }
+    });
+}
+
+// Centre and major axis end (relative) in world coordinates, the minor axis as a ratio, the
+// parameters in radians.
+void DXFFrontEnd::readEllipse(std::vector<CADEntity>& into) {
+    CADEntity& e = into.emplace_back();
+    e.kind = CADEntity::Kind::ellipse;
+    e.radius = 1;
+    e.start = 0;
+    e.end = 2 * std::numbers::pi;
+    readFields(e, [&](const DXFTag& t) {
+        if (readXYZ(t, 0, e.a) || readXYZ(t, 1, e.b)) return;
+        if (t.code == 40)
+            e.radius = t.asDouble(1);
+        else if (t.code == 41)
+            e.start = t.asDouble(0);
+        else if (t.code == 42)
+            e.end = t.asDouble(2 * std::numbers::pi);
+    });
+}
+
+// Knots (40), weights (41), control points (10/20/30) and fit points (11/21/31), each point
+// begun by its x.
+void DXFFrontEnd::readSpline(std::vector<CADEntity>& into) {
+    CADEntity& e = into.emplace_back();
+    e.kind = CADEntity::Kind::spline;
+    e.detail = uint32_t(drawing_.splines.size());
+    CADSpline& s = drawing_.splines.emplace_back();
+    readFields(e, [&](const DXFTag& t) {
+        switch (t.code) {
+            case 10:
+                s.control.push_back({t.asDouble(0), 0, 0});
+                break;
+            case 20:
+            case 30:
+                if (!s.control.empty())
+                    (t.code == 20 ? s.control.back().y : s.control.back().z) = t.asDouble(0);
+                break;
+            case 11:
+                s.fit.push_back({t.asDouble(0), 0, 0});
+                break;
+            case 21:
+            case 31:
+                if (!s.fit.empty())
+                    (t.code == 21 ? s.fit.back().y : s.fit.back().z) = t.asDouble(0);
+                break;
+            case 40:
+                s.knots.push_back(t.asDouble(0));
+                break;
+            case 41:
+                s.weights.push_back(t.asDouble(1));
+                break;
+            case 70:
+                s.closed = (t.asInt(0) & 1) != 0;
+                break;
+            case 71:
+                s.degree = t.asInt(3);
+                break;
+            default:
                 break;
         }
     });

@@ -50,6 +50,8 @@ class DXFFrontEnd {
     void readCorners(std::vector<CADEntity>& into, bool crosswise);
     void readPoint(std::vector<CADEntity>& into);
     void readInsert(std::vector<CADEntity>& into);
+    void readEllipse(std::vector<CADEntity>& into);
+    void readSpline(std::vector<CADEntity>& into);
 
     int ensureLayer(std::string_view name);
     int blockId(std::string_view name);

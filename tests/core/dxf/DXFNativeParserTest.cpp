@@ -152,11 +152,14 @@ TEST(DXF_SUITE, entitiesDrawTheirSegmentsAndTriangles) {
         size_t segments, triangles = 0;
     };
     const Case cases[] = {
+    // The importer tessellates by chord error instead (CADConverterTest).
+#ifndef DXF_THROUGH_IMPORTER
         {"arc of 10 degrees: eight segments at least", arc(-5, 5), 8},
         {"arc backwards goes on round", arc(100, 0), 17},
         {"arc ending where it starts is a full turn", arc(10, 10), 24},
         {"arc without an end is a full turn", arc(0, std::nullopt), 24},
         {"arc of many turns is capped", arc(0, 1e12), 96},
+#endif
         {"arc of no radius", arc(0, 90, 0), 0},
         {"arc of a tiny radius", arc(0, 90, 1e-7), 0},
         {"closed, two vertices: no closing segment", poly({{0, 0}, {1, 0}}, 1), 1},
@@ -186,7 +189,9 @@ TEST(DXF_SUITE, entitiesDrawTheirSegmentsAndTriangles) {
     // Regression: adding turns one by one to reach a huge start angle never ended.
     size_t huge = edgeCount(parseDXF(entitiesText(arc(1e300, 0))).root);
     EXPECT_GE(huge, 8u);
+#ifndef DXF_THROUGH_IMPORTER
     EXPECT_LE(huge, 24u);
+#endif
 }
 
 TEST(DXF_SUITE, curvesAndOutlinesLieWhereTheFileSays) {
@@ -203,11 +208,16 @@ TEST(DXF_SUITE, curvesAndOutlinesLieWhereTheFileSays) {
         EXPECT_NEAR(std::hypot(q.x - 5, q.y + 5), 3, 1e-4);
         EXPECT_EQ(q.z, 2);
     }
-    // Elevation lifts the whole outline; a bulge leaves a straight chord.
+    // Elevation lifts the whole outline; a bulge leaves a straight chord (the importer's arcs:
+    // CADConverterTest).
     Tags bulged{{0, "LWPOLYLINE"}, {38, "2.5"}, {10, "0"}, {20, "0"},
                 {42, "1"},         {10, "10"},  {20, "0"}};
-    EXPECT_EQ(parseDXF(entitiesText(bulged)).root.edges.at(0).positions,
-              (std::vector<Float3>{{0, 0, 2.5f}, {10, 0, 2.5f}}));
+    const SKPModel bulgedModel = parseDXF(entitiesText(bulged));
+    const auto& outline = bulgedModel.root.edges.at(0).positions;
+    for (Float3 q : outline) EXPECT_EQ(q.z, 2.5f);
+#ifndef DXF_THROUGH_IMPORTER
+    EXPECT_EQ(outline, (std::vector<Float3>{{0, 0, 2.5f}, {10, 0, 2.5f}}));
+#endif
 }
 
 TEST(DXF_SUITE, solidsAreStoredCrosswiseAnd3DFacesInFileOrder) {
@@ -336,7 +346,9 @@ TEST(DXF_SUITE, textIsReadTolerantlyWhateverItsEncoding) {
         cr += c == '\n' ? '\r' : c;
     }
     SKPModel a = parseDXF(lf);
+#ifndef DXF_THROUGH_IMPORTER
     EXPECT_EQ(edgeCount(a.root), 9u);
+#endif
     for (const std::string& variant : {crlf, cr, "\xEF\xBB\xBF" + lf})
         EXPECT_EQ(parseDXF(variant).root, a.root);
 
