@@ -5,6 +5,7 @@
 #include <numbers>
 #include <utility>
 
+#include "cad/CADTextLayout.h"
 #include "cad/CurveTessellation.h"
 #include "cad/OCS.h"
 #include "dxf/DXFDefinitionBuilder.h"
@@ -65,6 +66,13 @@ class Drawer {
                     points_.clear();
                     CurveTessellation::spline(d_.splines[e.detail], tolerance_, points_);
                     addPath(points_, e.layer, into);
+                }
+                break;
+            case CADEntity::Kind::text:
+                if (e.detail < d_.texts.size()) {
+                    strokes_.clear();
+                    CADTextLayout::layout(d_.texts[e.detail], e.extrusion, strokes_);
+                    for (const auto& stroke : strokes_) addPath(stroke, e.layer, into);
                 }
                 break;
             case CADEntity::Kind::face:
@@ -243,6 +251,7 @@ class Drawer {
     const CADDrawing& d_;
     double tolerance_;
     std::vector<CADPoint> points_;  // scratch
+    std::vector<std::vector<CADPoint>> strokes_;
 };
 
 // The largest side of the box of every point the records name, for the chord tolerance.

@@ -9,6 +9,7 @@
 
 #include "cad/CADEntity.h"
 #include "cad/CADSpline.h"
+#include "cad/CADText.h"
 
 namespace vistrel {
 
@@ -34,6 +35,7 @@ struct CADDrawing {
     // 1-based vertex numbers relative to the polyface's first vertex; 0 for an absent fourth.
     std::vector<std::array<int32_t, 4>> faces;
     std::vector<CADSpline> splines;
+    std::vector<CADText> texts;
 };
 
 }  // namespace vistrel

@@ -28,6 +28,7 @@ struct CADEntity {
         ellipse,   // centre a, major axis b from it (world), radius = minor / major ratio,
                    // start to end as parameters in radians
         spline,    // CADDrawing::splines[detail]
+        text,      // CADDrawing::texts[detail], in the plane of the extrusion
         face,      // corners [first, first + 4) in drawing order; the fourth may repeat the third;
                    // OCS when `planar` (SOLID, TRACE), world otherwise (3DFACE)
         point,     // a, world

@@ -28,6 +28,9 @@ enum class EntityKind {
     insert,
     ellipse,
     spline,
+    text,
+    attrib,
+    mtext,
     other
 };
 
@@ -38,16 +41,19 @@ EntityKind classify(const DXFTag& t) {
             break;
         case 4:
             if (t.is("LINE")) return EntityKind::line;
+            if (t.is("TEXT")) return EntityKind::text;
             break;
         case 5:
             if (t.is("SOLID")) return EntityKind::solid;
             if (t.is("TRACE")) return EntityKind::trace;
             if (t.is("POINT")) return EntityKind::point;
+            if (t.is("MTEXT")) return EntityKind::mtext;
             break;
         case 6:
             if (t.is("CIRCLE")) return EntityKind::circle;
             if (t.is("INSERT")) return EntityKind::insert;
             if (t.is("SPLINE")) return EntityKind::spline;
+            if (t.is("ATTRIB")) return EntityKind::attrib;
             if (t.is("3DFACE")) return EntityKind::face3d;
             break;
         case 7:
@@ -118,6 +124,7 @@ CADDrawing DXFFrontEnd::read() {
         drawing_.layers[i].name = decode(layerNames_[i]);
     for (size_t i = 0; i < blockNames_.size(); ++i)
         drawing_.blocks[i].name = decode(blockNames_[i]);
+    for (CADText& t : drawing_.texts) t.contents = decode(t.contents);
     return std::move(drawing_);
 }
 
@@ -243,7 +250,8 @@ DXFFrontEnd::Stop DXFFrontEnd::readEntities(std::vector<CADEntity>& into, bool s
         if (t.code != 0) continue;
         if (t.is("ENDSEC")) return Stop::endSection;
         if (stopAtEndBlk && t.is("ENDBLK")) return Stop::endBlock;
-        switch (classify(t)) {
+        EntityKind kind = classify(t);
+        switch (kind) {
             case EntityKind::line:
                 readLine(into);
                 break;
@@ -277,6 +285,13 @@ DXFFrontEnd::Stop DXFFrontEnd::readEntities(std::vector<CADEntity>& into, bool s
                 break;
             case EntityKind::spline:
                 readSpline(into);
+                break;
+            case EntityKind::text:
+            case EntityKind::attrib:
+                readText(into, kind == EntityKind::attrib);
+                break;
+            case EntityKind::mtext:
+                readMText(into);
                 break;
             case EntityKind::other:
                 skipFields();
@@ -576,6 +591,100 @@ void DXFFrontEnd::readSpline(std::vector<CADEntity>& into) {
                 break;
         }
     });
+}
+
+// TEXT, or an ATTRIB's value (vertical justification under 74; invisible ones dropped).
+void DXFFrontEnd::readText(std::vector<CADEntity>& into, bool attrib) {
+    CADEntity& e = into.emplace_back();
+    e.kind = CADEntity::Kind::text;
+    e.detail = uint32_t(drawing_.texts.size());
+    CADText& t = drawing_.texts.emplace_back();
+    int flags = 0;
+    readFields(e, [&](const DXFTag& f) {
+        if (readXYZ(f, 0, t.insertion)) return;
+        if (readXYZ(f, 1, t.alignment)) {
+            t.hasAlignment = true;
+            return;
+        }
+        switch (f.code) {
+            case 1:
+                t.contents = f.text;
+                break;
+            case 40:
+                t.height = f.asDouble(1);
+                break;
+            case 41:
+                t.widthFactor = f.asDouble(1);
+                break;
+            case 50:
+                t.rotation = f.asDouble(0);
+                break;
+            case 51:
+                t.obliqueDeg = f.asDouble(0);
+                break;
+            case 70:
+                flags = f.asInt(0);
+                break;
+            case 72:
+                t.hAlign = f.asInt(0);
+                break;
+            case 73:
+                if (!attrib) t.vAlign = f.asInt(0);
+                break;
+            case 74:
+                if (attrib) t.vAlign = f.asInt(0);
+                break;
+            default:
+                break;
+        }
+    });
+    if (attrib && (flags & 1)) {
+        drawing_.texts.pop_back();
+        into.pop_back();
+    }
+}
+
+// MTEXT: its contents in chunks of 250 under code 3, the last under code 1.
+void DXFFrontEnd::readMText(std::vector<CADEntity>& into) {
+    CADEntity& e = into.emplace_back();
+    e.kind = CADEntity::Kind::text;
+    e.detail = uint32_t(drawing_.texts.size());
+    CADText& t = drawing_.texts.emplace_back();
+    t.mtext = true;
+    std::string last;
+    readFields(e, [&](const DXFTag& f) {
+        if (readXYZ(f, 0, t.insertion)) return;
+        if (readXYZ(f, 1, t.direction)) {
+            t.hasDirection = true;
+            return;
+        }
+        switch (f.code) {
+            case 1:
+                last = f.text;
+                break;
+            case 3:
+                t.contents += f.text;
+                break;
+            case 40:
+                t.height = f.asDouble(1);
+                break;
+            case 41:
+                t.referenceWidth = f.asDouble(0);
+                break;
+            case 44:
+                t.lineSpacing = f.asDouble(1);
+                break;
+            case 50:
+                t.rotation = f.asDouble(0);
+                break;
+            case 71:
+                t.attachment = f.asInt(1);
+                break;
+            default:
+                break;
+        }
+    });
+    t.contents += last;
 }
 
 // ---- names -----------------------------------------------------------------------------

@@ -52,6 +52,8 @@ class DXFFrontEnd {
     void readInsert(std::vector<CADEntity>& into);
     void readEllipse(std::vector<CADEntity>& into);
     void readSpline(std::vector<CADEntity>& into);
+    void readText(std::vector<CADEntity>& into, bool attrib);
+    void readMText(std::vector<CADEntity>& into);
 
     int ensureLayer(std::string_view name);
     int blockId(std::string_view name);

@@ -1,0 +1,67 @@
+// The shared corpus through the CAD importer: every DXF loads or fails cleanly, and where the
+// manifest counts text entities the drawing shows text strokes.
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <sstream>
+
+#include "TestEnv.h"
+#include "cad/CADConverter.h"
+#include "cad/CADImporter.h"
+#include "cad/DXFFrontEnd.h"
+#include "dxf/MappedFile.h"
+#include "model/SKPError.h"
+
+using namespace vistrel;
+using namespace vistrel::test;
+
+namespace {
+
+// Count of `kind` in the manifest's entity_counts column ("TEXT=29;LINE=28;...").
+int manifestCount(const std::string& counts, const std::string& kind) {
+    std::istringstream in(counts);
+    std::string item;
+    while (std::getline(in, item, ';'))
+        if (item.rfind(kind + "=", 0) == 0) return std::stoi(item.substr(kind.size() + 1));
+    return 0;
+}
+
+}  // namespace
+
+TEST(CADImporterCorpus, textIsDrawnWhereTheManifestListsIt) {
+    auto dir = corpusDir();
+    if (!dir || !std::filesystem::exists(*dir / "MANIFEST.tsv")) GTEST_SKIP() << "no corpus";
+    std::ifstream manifest(*dir / "MANIFEST.tsv");
+    std::string row;
+    std::getline(manifest, row);  // header
+    int withText = 0;
+    while (std::getline(manifest, row)) {
+        std::vector<std::string> cells;
+        std::istringstream in(row);
+        for (std::string cell; std::getline(in, cell, '\t');) cells.push_back(cell);
+        if (cells.size() < 9 || cells[0].rfind("dxf/", 0) != 0) continue;
+        auto path = *dir / cells[0];
+        if (!std::filesystem::exists(path)) continue;
+        SCOPED_TRACE(cells[0]);
+        SKPFileInfo info = SKPFileInfo::read(path);
+        try {
+            CADImporter::parse(path, info, {}, {});
+        } catch (const SKPError&) {
+        }
+        int texts = manifestCount(cells[7], "TEXT") + manifestCount(cells[7], "MTEXT") +
+                    manifestCount(cells[7], "ATTRIB");
+        if (texts == 0) continue;
+        ++withText;
+        // The text records alone, drawn where they stand.
+        MappedFile file(path);
+        CADDrawing drawing = DXFFrontEnd(file.bytes(), {}, {}, nullptr).read();
+        std::vector<CADEntity> only;
+        for (const CADEntity& e : drawing.entities)
+            if (e.kind == CADEntity::Kind::text) only.push_back(e);
+        EXPECT_FALSE(only.empty());
+        drawing.entities = std::move(only);
+        drawing.blocks.clear();
+        EXPECT_GT(CADConverter::convert(std::move(drawing), info).stats.edges, 0);
+    }
+    EXPECT_GT(withText, 0);
+}
