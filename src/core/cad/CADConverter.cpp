@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdio>
 #include <numbers>
 #include <utility>
 
@@ -36,7 +37,10 @@ double sweepBetween(double a, double b) {
 
 class Drawer {
   public:
-    Drawer(const CADDrawing& d, double tolerance) : d_(d), tolerance_(tolerance) {}
+    Drawer(const CADDrawing& d, double tolerance) : d_(d), tolerance_(tolerance) {
+        drawnBlocks_.reserve(d.blocks.size());
+        for (const CADBlock& b : d.blocks) drawnBlocks_.push_back(b.defined && !b.entities.empty());
+    }
 
     void draw(const std::vector<CADEntity>& entities, RawGeometry& into) {
         for (const CADEntity& e : entities) draw(e, into);
@@ -73,6 +77,17 @@ class Drawer {
                     strokes_.clear();
                     CADTextLayout::layout(d_.texts[e.detail], e.extrusion, strokes_);
                     for (const auto& stroke : strokes_) addPath(stroke, e.layer, into);
+                }
+                break;
+            case CADEntity::Kind::dimension:
+                if (e.block >= 0 && size_t(e.block) < drawnBlocks_.size() &&
+                    drawnBlocks_[size_t(e.block)]) {
+                    RawInsert in;
+                    in.block = e.block;
+                    in.layer = e.layer;
+                    into.inserts.push_back(in);
+                } else if (e.detail < d_.dimensions.size()) {
+                    drawDimension(d_.dimensions[e.detail], e.layer, into);
                 }
                 break;
             case CADEntity::Kind::face:
@@ -235,6 +250,52 @@ class Drawer {
         addPath(points_, e.layer, into);
     }
 
+    // A linear dimension from its points: extension lines from the measured points to the
+    // dimension line, the line itself and the measurement above its middle; a diameter or
+    // radius as its line. Other kinds need their block.
+    void drawDimension(const CADDimension& d, int layer, RawGeometry& into) {
+        if (d.type == 3 || d.type == 4) {  // across or into the circle
+            into.addSegment(toFloat(d.line), toFloat(d.onCurve), layer);
+            return;
+        }
+        if (d.type > 1) return;
+        double dx, dy;
+        if (d.type == 1) {
+            dx = d.second.x - d.first.x;
+            dy = d.second.y - d.first.y;
+        } else {
+            double a = d.rotationDeg * std::numbers::pi / 180;
+            dx = std::cos(a);
+            dy = std::sin(a);
+        }
+        double len = std::hypot(dx, dy);
+        if (!(len > 0) || !std::isfinite(len)) return;
+        dx /= len;
+        dy /= len;
+        auto onLine = [&](const CADPoint& p) {
+            double t = (p.x - d.line.x) * dx + (p.y - d.line.y) * dy;
+            return CADPoint{d.line.x + t * dx, d.line.y + t * dy, d.line.z};
+        };
+        CADPoint a = onLine(d.first), b = onLine(d.second);
+        into.addSegment(toFloat(d.first), toFloat(a), layer);
+        into.addSegment(toFloat(d.second), toFloat(b), layer);
+        into.addSegment(toFloat(a), toFloat(b), layer);
+        double measured = d.measurement > 0 ? d.measurement : std::hypot(b.x - a.x, b.y - a.y);
+        if (!(measured > 0) || !std::isfinite(measured)) return;
+        CADText t;
+        char digits[32];
+        std::snprintf(digits, sizeof digits, "%.2f", measured);
+        t.contents = digits;
+        t.height = std::hypot(b.x - a.x, b.y - a.y) / 12;
+        t.insertion = t.alignment = d.textMiddle;
+        t.hasAlignment = true;
+        t.hAlign = 4;
+        t.rotation = std::atan2(dy, dx) * 180 / std::numbers::pi;
+        strokes_.clear();
+        CADTextLayout::layout(t, {0, 0, 1}, strokes_);
+        for (const auto& stroke : strokes_) addPath(stroke, layer, into);
+    }
+
     // A triangle when the fourth corner repeats the third, else a quad; with its outline.
     void drawFace(const CADEntity& e, RawGeometry& into) const {
         if (!inPool(e, 4)) return;
@@ -250,7 +311,8 @@ class Drawer {
 
     const CADDrawing& d_;
     double tolerance_;
-    std::vector<CADPoint> points_;  // scratch
+    std::vector<bool> drawnBlocks_;  // defined and not empty, by block
+    std::vector<CADPoint> points_;   // scratch
     std::vector<std::vector<CADPoint>> strokes_;
 };
 

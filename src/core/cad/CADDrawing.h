@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "cad/CADDimension.h"
 #include "cad/CADEntity.h"
 #include "cad/CADSpline.h"
 #include "cad/CADText.h"
@@ -36,6 +37,7 @@ struct CADDrawing {
     std::vector<std::array<int32_t, 4>> faces;
     std::vector<CADSpline> splines;
     std::vector<CADText> texts;
+    std::vector<CADDimension> dimensions;
 };
 
 }  // namespace vistrel

@@ -20,19 +20,21 @@ struct CADVertex {
 
 struct CADEntity {
     enum class Kind : uint8_t {
-        line,      // a to b, world coordinates
-        polyline,  // vertices [first, first + count); planar (OCS) unless `is3D`
-        polyface,  // vertices [first, first + count), faces [faceFirst, faceFirst + faceCount)
-        circle,    // centre a (OCS), radius
-        arc,       // centre a (OCS), radius, start to end in degrees counter-clockwise
-        ellipse,   // centre a, major axis b from it (world), radius = minor / major ratio,
-                   // start to end as parameters in radians
-        spline,    // CADDrawing::splines[detail]
-        text,      // CADDrawing::texts[detail], in the plane of the extrusion
-        face,      // corners [first, first + 4) in drawing order; the fourth may repeat the third;
-                   // OCS when `planar` (SOLID, TRACE), world otherwise (3DFACE)
-        point,     // a, world
-        insert     // block at a (OCS), scale b, rotation in degrees
+        line,       // a to b, world coordinates
+        polyline,   // vertices [first, first + count); planar (OCS) unless `is3D`
+        polyface,   // vertices [first, first + count), faces [faceFirst, faceFirst + faceCount)
+        circle,     // centre a (OCS), radius
+        arc,        // centre a (OCS), radius, start to end in degrees counter-clockwise
+        ellipse,    // centre a, major axis b from it (world), radius = minor / major ratio,
+                    // start to end as parameters in radians
+        spline,     // CADDrawing::splines[detail]
+        text,       // CADDrawing::texts[detail], in the plane of the extrusion
+        dimension,  // the block `block` as an insert at the origin when it is defined, else
+                    // the lines of CADDrawing::dimensions[detail]
+        face,       // corners [first, first + 4) in drawing order; the fourth may repeat the third;
+                    // OCS when `planar` (SOLID, TRACE), world otherwise (3DFACE)
+        point,      // a, world
+        insert      // block at a (OCS), scale b, rotation in degrees
     };
 
     Kind kind = Kind::line;

@@ -14,6 +14,8 @@ namespace vistrel {
 namespace {
 
 constexpr int64_t pollEvery = 25'000;
+// Inserts one MINSERT may stand for: a hostile array must not explode memory.
+constexpr int maxArrayInserts = 10'000;
 
 enum class EntityKind {
     line,
@@ -31,6 +33,9 @@ enum class EntityKind {
     text,
     attrib,
     mtext,
+    minsert,
+    dimension,
+    leader,
     other
 };
 
@@ -49,18 +54,23 @@ EntityKind classify(const DXFTag& t) {
             if (t.is("POINT")) return EntityKind::point;
             if (t.is("MTEXT")) return EntityKind::mtext;
             break;
+        case 7:
+            if (t.is("MINSERT")) return EntityKind::minsert;
+            if (t.is("ELLIPSE")) return EntityKind::ellipse;
+            break;
         case 6:
             if (t.is("CIRCLE")) return EntityKind::circle;
             if (t.is("INSERT")) return EntityKind::insert;
             if (t.is("SPLINE")) return EntityKind::spline;
             if (t.is("ATTRIB")) return EntityKind::attrib;
+            if (t.is("LEADER")) return EntityKind::leader;
             if (t.is("3DFACE")) return EntityKind::face3d;
-            break;
-        case 7:
-            if (t.is("ELLIPSE")) return EntityKind::ellipse;
             break;
         case 8:
             if (t.is("POLYLINE")) return EntityKind::polyline;
+            break;
+        case 9:
+            if (t.is("DIMENSION")) return EntityKind::dimension;
             break;
         case 10:
             if (t.is("LWPOLYLINE")) return EntityKind::lwPolyline;
@@ -278,7 +288,14 @@ DXFFrontEnd::Stop DXFFrontEnd::readEntities(std::vector<CADEntity>& into, bool s
                 readPoint(into);
                 break;
             case EntityKind::insert:
-                readInsert(into);
+            case EntityKind::minsert:
+                readInsert(into, kind == EntityKind::minsert);
+                break;
+            case EntityKind::dimension:
+                readDimension(into);
+                break;
+            case EntityKind::leader:
+                readLeader(into);
                 break;
             case EntityKind::ellipse:
                 readEllipse(into);
@@ -502,11 +519,15 @@ void DXFFrontEnd::readPoint(std::vector<CADEntity>& into) {
     readFields(e, [&](const DXFTag& t) { readXYZ(t, 0, e.a); });
 }
 
-void DXFFrontEnd::readInsert(std::vector<CADEntity>& into) {
-    CADEntity& e = into.emplace_back();
+// INSERT, or MINSERT: an array of columns (70, spaced by 44) and rows (71, by 45) in the
+// insert's rotated plane, as that many inserts.
+void DXFFrontEnd::readInsert(std::vector<CADEntity>& into, bool array) {
+    CADEntity e;
     e.kind = CADEntity::Kind::insert;
     e.block = blockId({});
     e.b = {1, 1, 1};
+    int columns = 1, rows = 1;
+    double columnSpacing = 0, rowSpacing = 0;
     readFields(e, [&](const DXFTag& t) {
         switch (t.code) {
             case 2:
@@ -521,14 +542,83 @@ void DXFFrontEnd::readInsert(std::vector<CADEntity>& into) {
             case 43:
                 e.b.z = t.asDouble(1);
                 break;
+            case 44:
+                columnSpacing = t.asDouble(0);
+                break;
+            case 45:
+                rowSpacing = t.asDouble(0);
+                break;
             case 50:
                 e.rotation = t.asDouble(0);
+                break;
+            case 70:
+                columns = t.asInt(1);
+                break;
+            case 71:
+                rows = t.asInt(1);
                 break;
             default:
                 readXYZ(t, 0, e.a);
                 break;
         }
     });
+    if (!array) {
+        into.push_back(e);
+        return;
+    }
+    columns = std::clamp(columns, 1, maxArrayInserts);
+    rows = std::clamp(rows, 1, maxArrayInserts / columns);
+    double a = std::isfinite(e.rotation) ? e.rotation * std::numbers::pi / 180 : 0;
+    double c = std::cos(a), sn = std::sin(a);
+    for (int r = 0; r < rows; ++r)
+        for (int k = 0; k < columns; ++k) {
+            CADEntity one = e;
+            double x = k * columnSpacing, y = r * rowSpacing;
+            one.a = {e.a.x + x * c - y * sn, e.a.y + x * sn + y * c, e.a.z};
+            into.push_back(one);
+        }
+}
+
+// A DIMENSION: the anonymous block it names holds its lines, arrows and text in world
+// coordinates; its definition points stand in when that block is missing.
+void DXFFrontEnd::readDimension(std::vector<CADEntity>& into) {
+    CADEntity& e = into.emplace_back();
+    e.kind = CADEntity::Kind::dimension;
+    e.b = {1, 1, 1};
+    e.detail = uint32_t(drawing_.dimensions.size());
+    CADDimension& d = drawing_.dimensions.emplace_back();
+    std::string_view name;
+    readFields(e, [&](const DXFTag& t) {
+        if (readXYZ(t, 0, d.line) || readXYZ(t, 1, d.textMiddle) || readXYZ(t, 3, d.first) ||
+            readXYZ(t, 4, d.second) || readXYZ(t, 5, d.onCurve))
+            return;
+        if (t.code == 2)
+            name = t.text;
+        else if (t.code == 70)
+            d.type = t.asInt(0) & 7;
+        else if (t.code == 42)
+            d.measurement = t.asDouble(0);
+        else if (t.code == 50)
+            d.rotationDeg = t.asDouble(0);
+    });
+    e.extrusion = {0, 0, 1};
+    e.block = name.empty() ? -1 : blockId(name);
+}
+
+// A LEADER's path through its vertices; the arrowhead is left out.
+void DXFFrontEnd::readLeader(std::vector<CADEntity>& into) {
+    CADEntity& e = into.emplace_back();
+    e.kind = CADEntity::Kind::polyline;
+    e.is3D = true;
+    auto& pool = drawing_.vertices;
+    e.first = uint32_t(pool.size());
+    readFields(e, [&](const DXFTag& t) {
+        if (t.code == 10)
+            pool.push_back({{t.asDouble(0), 0, 0}});
+        else if ((t.code == 20 || t.code == 30) && pool.size() > e.first)
+            (t.code == 20 ? pool.back().position.y : pool.back().position.z) = t.asDouble(0);
+    });
+    e.count = uint32_t(pool.size() - e.first);
 }
 
 // Centre and major axis end (relative) in world coordinates, the minor axis as a ratio, the

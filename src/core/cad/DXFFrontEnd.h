@@ -49,7 +49,9 @@ class DXFFrontEnd {
     void readArc(std::vector<CADEntity>& into, bool circle);
     void readCorners(std::vector<CADEntity>& into, bool crosswise);
     void readPoint(std::vector<CADEntity>& into);
-    void readInsert(std::vector<CADEntity>& into);
+    void readInsert(std::vector<CADEntity>& into, bool array);
+    void readDimension(std::vector<CADEntity>& into);
+    void readLeader(std::vector<CADEntity>& into);
     void readEllipse(std::vector<CADEntity>& into);
     void readSpline(std::vector<CADEntity>& into);
     void readText(std::vector<CADEntity>& into, bool attrib);

@@ -4,6 +4,7 @@
 
 #include <cmath>
 #include <string>
+#include <tuple>
 
 #include "cad/CADImporter.h"
 
@@ -197,7 +198,7 @@ TEST(CADConverter, theDXFFrontEndReadsCurvesAndTheirPlanes) {
     SKPModel m = CADImporter::parseBytes(bytes, SKPFileInfo{});
     EXPECT_NEAR(m.boundsMin.x, -4, 1e-5);
     EXPECT_NEAR(m.boundsMin.y, -2, 1e-3);  // within the chord error
-    EXPECT_EQ(m.boundsMax.y, 11);  // the strip's upper side
+    EXPECT_EQ(m.boundsMax.y, 11);          // the strip's upper side
     ASSERT_EQ(m.root.meshes.size(), 1u);
     EXPECT_EQ(m.root.meshes[0].indices.size(), 6u);
     auto points = edgePoints(m);
@@ -208,4 +209,32 @@ TEST(CADConverter, theDXFFrontEndReadsCurvesAndTheirPlanes) {
     }
     EXPECT_TRUE(splineEnd);
     EXPECT_TRUE(mirroredArc);
+}
+
+TEST(CADConverter, dimensionsLeadersAndArraysComeThroughTheFrontEnd) {
+    const std::string text =
+        "0\nSECTION\n2\nBLOCKS\n"
+        "0\nBLOCK\n2\n*D1\n10\n0\n20\n0\n0\nLINE\n10\n0\n20\n0\n11\n1\n21\n0\n0\nENDBLK\n"
+        "0\nBLOCK\n2\nB\n0\nLINE\n10\n0\n20\n0\n11\n1\n21\n0\n0\nENDBLK\n0\nENDSEC\n"
+        "0\nSECTION\n2\nENTITIES\n"
+        "0\nDIMENSION\n2\n*D1\n10\n50\n20\n50\n"
+        // No block: drawn from its points, 10 wide at y = 5, the text above.
+        "0\nDIMENSION\n70\n1\n10\n0\n20\n5\n11\n5\n21\n6\n13\n0\n23\n0\n14\n10\n24\n0\n"
+        "0\nMINSERT\n2\nB\n10\n100\n20\n0\n50\n90\n70\n3\n71\n2\n44\n10\n45\n5\n"
+        "0\nLEADER\n10\n0\n20\n0\n10\n1\n20\n1\n10\n3\n20\n1\n"
+        "0\nENDSEC\n0\nEOF\n";
+    std::span<const uint8_t> bytes(reinterpret_cast<const uint8_t*>(text.data()), text.size());
+    SKPModel m = CADImporter::parseBytes(bytes, SKPFileInfo{});
+    ASSERT_EQ(m.root.children.size(), 7u);
+    EXPECT_EQ(m.definitions.at(size_t(m.root.children[0].definition)).name, "*D1");
+    EXPECT_EQ(m.root.children[0].transform, Float4x4::identity());
+    // Columns run along the turned X (world Y), rows along world -X.
+    auto at = [&](size_t i) { return m.root.children.at(i).transform.transformPoint({}); };
+    for (auto [i, x, y] : {std::tuple{1, 100.f, 0.f}, {3, 100.f, 20.f}, {4, 95.f, 0.f}}) {
+        EXPECT_NEAR(at(size_t(i)).x, x, 1e-5);
+        EXPECT_NEAR(at(size_t(i)).y, y, 1e-5);
+    }
+    // The leader's two segments, each block's line once, the dimension's three lines and text.
+    EXPECT_GT(m.stats.edges, 2 + 2 + 3);
+    EXPECT_GT(m.boundsMax.y, 6);
 }

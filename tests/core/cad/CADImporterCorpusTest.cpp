@@ -1,5 +1,5 @@
 // The shared corpus through the CAD importer: every DXF loads or fails cleanly, and where the
-// manifest counts text entities the drawing shows text strokes.
+// manifest counts text entities or dimensions the drawing shows them.
 #include <gtest/gtest.h>
 
 #include <fstream>
@@ -28,7 +28,7 @@ int manifestCount(const std::string& counts, const std::string& kind) {
 
 }  // namespace
 
-TEST(CADImporterCorpus, textIsDrawnWhereTheManifestListsIt) {
+TEST(CADImporterCorpus, textAndDimensionsAreDrawnWhereTheManifestListsThem) {
     auto dir = corpusDir();
     if (!dir || !std::filesystem::exists(*dir / "MANIFEST.tsv")) GTEST_SKIP() << "no corpus";
     std::ifstream manifest(*dir / "MANIFEST.tsv");
@@ -47,21 +47,25 @@ TEST(CADImporterCorpus, textIsDrawnWhereTheManifestListsIt) {
         try {
             CADImporter::parse(path, info, {}, {});
         } catch (const SKPError&) {
+            continue;
         }
-        int texts = manifestCount(cells[7], "TEXT") + manifestCount(cells[7], "MTEXT") +
-                    manifestCount(cells[7], "ATTRIB");
-        if (texts == 0) continue;
-        ++withText;
-        // The text records alone, drawn where they stand.
+        // The records of one kind alone, with the blocks they may name, must draw something.
         MappedFile file(path);
-        CADDrawing drawing = DXFFrontEnd(file.bytes(), {}, {}, nullptr).read();
-        std::vector<CADEntity> only;
-        for (const CADEntity& e : drawing.entities)
-            if (e.kind == CADEntity::Kind::text) only.push_back(e);
-        EXPECT_FALSE(only.empty());
-        drawing.entities = std::move(only);
-        drawing.blocks.clear();
-        EXPECT_GT(CADConverter::convert(std::move(drawing), info).stats.edges, 0);
+        auto drawsAlone = [&](CADEntity::Kind kind) {
+            CADDrawing drawing = DXFFrontEnd(file.bytes(), {}, {}, nullptr).read();
+            std::erase_if(drawing.entities, [&](const CADEntity& e) { return e.kind != kind; });
+            EXPECT_FALSE(drawing.entities.empty());
+            return CADConverter::convert(std::move(drawing), info).stats.edges > 0;
+        };
+        if (manifestCount(cells[7], "TEXT") + manifestCount(cells[7], "MTEXT") +
+                manifestCount(cells[7], "ATTRIB") >
+            0) {
+            ++withText;
+            EXPECT_TRUE(drawsAlone(CADEntity::Kind::text));
+        }
+        if (manifestCount(cells[7], "DIMENSION") > 0) {
+            EXPECT_TRUE(drawsAlone(CADEntity::Kind::dimension));
+        }
     }
     EXPECT_GT(withText, 0);
 }
