@@ -9,6 +9,7 @@
 #include "cad/CADTextLayout.h"
 #include "cad/CurveTessellation.h"
 #include "cad/OCS.h"
+#include "cad/PolygonFill.h"
 #include "dxf/DXFDefinitionBuilder.h"
 #include "dxf/RawGeometry.h"
 #include "model/BoundingBox.h"
@@ -18,6 +19,9 @@ namespace vistrel::CADConverter {
 namespace {
 
 constexpr double turn = 2 * std::numbers::pi;
+// Triangles of one solid hatch, and segments of one pattern hatch: a pathological pattern
+// cannot explode memory.
+constexpr size_t maxHatchSegments = 200'000;
 
 Float3 toFloat(const CADPoint& p) {
     return {float(p.x), float(p.y), float(p.z)};
@@ -89,6 +93,9 @@ class Drawer {
                 } else if (e.detail < d_.dimensions.size()) {
                     drawDimension(d_.dimensions[e.detail], e.layer, into);
                 }
+                break;
+            case CADEntity::Kind::hatch:
+                if (e.detail < d_.hatches.size()) drawHatch(d_.hatches[e.detail], e, into);
                 break;
             case CADEntity::Kind::face:
                 drawFace(e, into);
@@ -250,6 +257,162 @@ class Drawer {
         addPath(points_, e.layer, into);
     }
 
+    // Points of an arc from a0 over sweep (negative: clockwise), the first excluded.
+    void appendArc(const CADPoint& c, double rx, double ry, const CADPoint& major, double a0,
+                   double sweep, std::vector<CADPoint>& out) const {
+        double a = std::hypot(major.x, major.y);
+        int n = CurveTessellation::arcSegments(std::max(a, rx), sweep, tolerance_);
+        double ux = a > 0 ? major.x / a : 1, uy = a > 0 ? major.y / a : 0;
+        for (int k = 1; k <= n; ++k) {
+            double t = a0 + sweep * k / n, x = rx * std::cos(t), y = ry * std::sin(t);
+            out.push_back({c.x + x * ux - y * uy, c.y + x * uy + y * ux, 0});
+        }
+    }
+
+    // The loop's boundary as segments: each edge on its own, for files give them in any
+    // order and direction.
+    void hatchLoop(const CADHatchLoop& loop, std::vector<PolygonFill::Segment>& out) {
+        auto chain = [&](const std::vector<CADPoint>& pts) {
+            for (size_t i = 1; i < pts.size(); ++i) out.push_back({pts[i - 1], pts[i]});
+        };
+        std::vector<CADPoint>& pts = chain_;
+        if (!loop.polyline.empty()) {
+            const size_t n = loop.polyline.size();
+            for (size_t i = 0; i < n; ++i) {
+                const CADVertex &a = loop.polyline[i], &b = loop.polyline[(i + 1) % n];
+                points_.clear();
+                points_.push_back(a.position);
+                if (std::abs(a.bulge) > 1e-9 && std::isfinite(a.bulge))
+                    addBulge(a.position, b.position, a.bulge);
+                else
+                    points_.push_back(b.position);
+                chain(points_);
+            }
+            return;
+        }
+        constexpr double deg = std::numbers::pi / 180;
+        for (const CADHatchEdge& edge : loop.edges) {
+            pts.clear();
+            switch (edge.kind) {
+                case CADHatchEdge::Kind::line:
+                    pts = {edge.a, edge.b};
+                    break;
+                case CADHatchEdge::Kind::arc:
+                case CADHatchEdge::Kind::ellipse: {
+                    bool arc = edge.kind == CADHatchEdge::Kind::arc;
+                    CADPoint major = arc ? CADPoint{1, 0, 0} : edge.b;
+                    double rx = arc ? edge.radius : std::hypot(major.x, major.y);
+                    double ry = arc ? edge.radius : rx * edge.radius;
+                    if (!(rx > 0) || !std::isfinite(rx) || !std::isfinite(ry)) break;
+                    // Clockwise edges give their angles measured clockwise.
+                    double s = edge.startDeg * deg, t = edge.endDeg * deg;
+                    double a0 = edge.counterClockwise ? s : -s;
+                    double sweep =
+                        edge.counterClockwise ? sweepBetween(s, t) : -sweepBetween(-t, -s);
+                    if (sweep == 0) break;
+                    a0 = std::fmod(a0, turn);
+                    pts.push_back(pointAt(edge.a, rx, ry, major, a0));
+                    appendArc(edge.a, rx, ry, major, a0, sweep, pts);
+                    break;
+                }
+                case CADHatchEdge::Kind::spline:
+                    CurveTessellation::spline(edge.spline, tolerance_, pts);
+                    break;
+            }
+            chain(pts);
+        }
+    }
+
+    static CADPoint pointAt(const CADPoint& c, double rx, double ry, const CADPoint& major,
+                            double t) {
+        double a = std::hypot(major.x, major.y);
+        double ux = a > 0 ? major.x / a : 1, uy = a > 0 ? major.y / a : 0;
+        double x = rx * std::cos(t), y = ry * std::sin(t);
+        return {c.x + x * ux - y * uy, c.y + x * uy + y * ux, 0};
+    }
+
+    // Solid: faces by the even-odd rule. Pattern: each family of parallel lines clipped to the
+    // boundary and cut into its dashes, at most maxHatchSegments in all.
+    void drawHatch(const CADHatch& h, const CADEntity& e, RawGeometry& into) {
+        boundary_.clear();
+        for (const CADHatchLoop& loop : h.loops) hatchLoop(loop, boundary_);
+        double lo[2] = {HUGE_VAL, HUGE_VAL}, hi[2] = {-HUGE_VAL, -HUGE_VAL};
+        for (const auto& segment : boundary_)
+            for (const CADPoint& p : segment) {
+                lo[0] = std::min(lo[0], p.x), hi[0] = std::max(hi[0], p.x);
+                lo[1] = std::min(lo[1], p.y), hi[1] = std::max(hi[1], p.y);
+            }
+        if (!(hi[0] >= lo[0]) || !(hi[1] >= lo[1])) return;
+        const OCS ocs(e.extrusion);
+        auto world = [&](double x, double y) { return toFloat(ocs.toWorld({x, y, h.elevation})); };
+        if (h.solid) {
+            triangles_.clear();
+            PolygonFill::fill(boundary_, maxHatchSegments, triangles_);
+            for (const auto& t : triangles_)
+                into.addQuadOrTri(world(t[0].x, t[0].y), world(t[1].x, t[1].y),
+                                  world(t[2].x, t[2].y), std::nullopt, e.layer);
+            return;
+        }
+        size_t budget = maxHatchSegments;
+        for (const CADHatchPatternLine& line : h.pattern) {
+            double a = line.angleDeg * std::numbers::pi / 180;
+            CADPoint dir{std::cos(a), std::sin(a), 0};
+            // Lines of the family sit `spacing` apart across the direction, shifted along it.
+            double spacing = -line.offset.x * dir.y + line.offset.y * dir.x;
+            double shift = line.offset.x * dir.x + line.offset.y * dir.y;
+            if (!(std::abs(spacing) > 1e-12) || !std::isfinite(spacing) || !std::isfinite(shift))
+                continue;
+            // The range of families that can meet the boundary's box.
+            double across[4], k0 = HUGE_VAL, k1 = -HUGE_VAL;
+            int i = 0;
+            for (double x : {lo[0], hi[0]})
+                for (double y : {lo[1], hi[1]})
+                    across[i++] =
+                        (-(x - line.base.x) * dir.y + (y - line.base.y) * dir.x) / spacing;
+            for (double v : across) k0 = std::min(k0, v), k1 = std::max(k1, v);
+            double period = 0;
+            for (double d : line.dashes) period += std::abs(d);
+            // Lines that miss every loop cost a try too, so the walk ends whatever the spacing.
+            size_t tries = maxHatchSegments;
+            for (double k = std::ceil(k0); k <= k1 && budget > 0 && tries > 0; ++k, --tries) {
+                CADPoint origin{line.base.x + k * line.offset.x, line.base.y + k * line.offset.y,
+                                0};
+                PolygonFill::clipLine(boundary_, origin, dir, spans_);
+                for (size_t s = 0; s + 1 < spans_.size() && budget > 0; s += 2)
+                    addDashes(origin, dir, spans_[s], spans_[s + 1], line.dashes, period, budget,
+                              world, e.layer, into);
+            }
+        }
+    }
+
+    template <typename World>
+    void addDashes(const CADPoint& o, const CADPoint& dir, double t0, double t1,
+                   const std::vector<double>& dashes, double period, size_t& budget,
+                   const World& world, int layer, RawGeometry& into) const {
+        auto segment = [&](double a, double b) {
+            if (budget == 0) return;
+            --budget;
+            into.addSegment(world(o.x + dir.x * a, o.y + dir.y * a),
+                            world(o.x + dir.x * b, o.y + dir.y * b), layer);
+        };
+        if (dashes.empty() || !(period > 1e-9) || !std::isfinite(period)) {
+            segment(t0, t1);
+            return;
+        }
+        // Dots are drawn as short dashes, a hundredth of the period.
+        double dot = period / 100;
+        for (double start = std::floor(t0 / period) * period; start < t1 && budget > 0;
+             start += period) {
+            double at = start;
+            for (double d : dashes) {
+                double len = std::abs(d), a = std::max(at, t0),
+                       b = std::min(at + (d == 0 ? dot : len), t1);
+                if (d >= 0 && b > a) segment(a, b);
+                at += len;
+            }
+        }
+    }
+
     // A linear dimension from its points: extension lines from the measured points to the
     // dimension line, the line itself and the measurement above its middle; a diameter or
     // radius as its line. Other kinds need their block.
@@ -313,6 +476,10 @@ class Drawer {
     double tolerance_;
     std::vector<bool> drawnBlocks_;  // defined and not empty, by block
     std::vector<CADPoint> points_;   // scratch
+    std::vector<PolygonFill::Segment> boundary_;
+    std::vector<CADPoint> chain_;
+    std::vector<std::array<CADPoint, 3>> triangles_;
+    std::vector<double> spans_;
     std::vector<std::vector<CADPoint>> strokes_;
 };
 

@@ -9,6 +9,7 @@
 
 #include "cad/CADDimension.h"
 #include "cad/CADEntity.h"
+#include "cad/CADHatch.h"
 #include "cad/CADSpline.h"
 #include "cad/CADText.h"
 
@@ -38,6 +39,7 @@ struct CADDrawing {
     std::vector<CADSpline> splines;
     std::vector<CADText> texts;
     std::vector<CADDimension> dimensions;
+    std::vector<CADHatch> hatches;
 };
 
 }  // namespace vistrel

@@ -29,6 +29,7 @@ struct CADEntity {
                     // start to end as parameters in radians
         spline,     // CADDrawing::splines[detail]
         text,       // CADDrawing::texts[detail], in the plane of the extrusion
+        hatch,      // CADDrawing::hatches[detail], in the plane of the extrusion
         dimension,  // the block `block` as an insert at the origin when it is defined, else
                     // the lines of CADDrawing::dimensions[detail]
         face,       // corners [first, first + 4) in drawing order; the fourth may repeat the third;

@@ -35,6 +35,7 @@ enum class EntityKind {
     mtext,
     minsert,
     dimension,
+    hatch,
     leader,
     other
 };
@@ -50,6 +51,7 @@ EntityKind classify(const DXFTag& t) {
             break;
         case 5:
             if (t.is("SOLID")) return EntityKind::solid;
+            if (t.is("HATCH")) return EntityKind::hatch;
             if (t.is("TRACE")) return EntityKind::trace;
             if (t.is("POINT")) return EntityKind::point;
             if (t.is("MTEXT")) return EntityKind::mtext;
@@ -296,6 +298,9 @@ DXFFrontEnd::Stop DXFFrontEnd::readEntities(std::vector<CADEntity>& into, bool s
                 break;
             case EntityKind::leader:
                 readLeader(into);
+                break;
+            case EntityKind::hatch:
+                readHatch(into);
                 break;
             case EntityKind::ellipse:
                 readEllipse(into);
@@ -775,6 +780,141 @@ void DXFFrontEnd::readMText(std::vector<CADEntity>& into) {
         }
     });
     t.contents += last;
+}
+
+namespace {
+
+// The groups of one HATCH, walked in order: its meaning hangs on position, not on codes alone.
+class TagCursor {
+  public:
+    explicit TagCursor(const std::vector<DXFTag>& tags) : tags_(tags) {}
+    bool done() const { return i_ >= tags_.size(); }
+    int code() const { return done() ? -1 : tags_[i_].code; }
+    const DXFTag& take() { return tags_[i_++]; }
+    // The next group's number if it has `code` (consumed), else `fallback` (left).
+    double number(int code, double fallback) {
+        return this->code() == code ? take().asDouble(fallback) : fallback;
+    }
+    int integer(int code, int fallback) {
+        return this->code() == code ? take().asInt(fallback) : fallback;
+    }
+    // Moves to the next group with `code`; false at the end.
+    bool seek(int code) {
+        while (!done() && tags_[i_].code != code) ++i_;
+        return !done();
+    }
+    CADPoint point2(int code) {
+        CADPoint p;
+        p.x = number(code, 0);
+        p.y = number(code + 10, 0);
+        return p;
+    }
+
+  private:
+    const std::vector<DXFTag>& tags_;
+    size_t i_ = 0;
+};
+
+// Counts read from the file are trusted only as far as the tags go.
+int boundedCount(int n, size_t limit) {
+    return std::clamp(n, 0, int(std::min<size_t>(limit, 1 << 20)));
+}
+
+void readHatchEdge(TagCursor& c, CADHatchEdge& edge, size_t limit) {
+    int type = c.integer(72, 1);
+    switch (type) {
+        case 2:
+            edge.kind = CADHatchEdge::Kind::arc;
+            edge.a = c.point2(10);
+            edge.radius = c.number(40, 0);
+            edge.startDeg = c.number(50, 0);
+            edge.endDeg = c.number(51, 360);
+            edge.counterClockwise = c.integer(73, 1) != 0;
+            break;
+        case 3:
+            edge.kind = CADHatchEdge::Kind::ellipse;
+            edge.a = c.point2(10);
+            edge.b = c.point2(11);
+            edge.radius = c.number(40, 1);
+            edge.startDeg = c.number(50, 0);
+            edge.endDeg = c.number(51, 360);
+            edge.counterClockwise = c.integer(73, 1) != 0;
+            break;
+        case 4: {
+            edge.kind = CADHatchEdge::Kind::spline;
+            CADSpline& s = edge.spline;
+            s.degree = c.integer(94, 3);
+            bool rational = c.integer(73, 0) != 0;
+            c.integer(74, 0);
+            int knots = boundedCount(c.integer(95, 0), limit);
+            int control = boundedCount(c.integer(96, 0), limit);
+            for (int k = 0; k < knots && c.code() == 40; ++k)
+                s.knots.push_back(c.take().asDouble(0));
+            for (int k = 0; k < control && c.code() == 10; ++k) {
+                s.control.push_back(c.point2(10));
+                if (rational && c.code() == 42) s.weights.push_back(c.take().asDouble(1));
+            }
+            int fit = c.code() == 97 ? boundedCount(c.take().asInt(0), limit) : 0;
+            for (int k = 0; k < fit && c.code() == 11; ++k) s.fit.push_back(c.point2(11));
+            break;
+        }
+        default:
+            edge.a = c.point2(10);
+            edge.b = c.point2(11);
+            break;
+    }
+}
+
+}  // namespace
+
+// HATCH: boundary paths (polylines with bulges, or chains of lines, arcs, ellipses and
+// splines), then solid fill or the pattern's lines.
+void DXFFrontEnd::readHatch(std::vector<CADEntity>& into) {
+    CADEntity& e = into.emplace_back();
+    e.kind = CADEntity::Kind::hatch;
+    e.detail = uint32_t(drawing_.hatches.size());
+    CADHatch& h = drawing_.hatches.emplace_back();
+    hatchTags_.clear();
+    readFields(e, [&](const DXFTag& t) { hatchTags_.push_back(t); });
+    const size_t limit = hatchTags_.size();
+    TagCursor elevation(hatchTags_);
+    if (elevation.seek(30)) h.elevation = elevation.take().asDouble(0);
+    TagCursor c(hatchTags_);
+    if (!c.seek(70)) return;
+    h.solid = c.take().asInt(0) == 1;
+    if (!c.seek(91)) return;
+    int paths = boundedCount(c.take().asInt(0), limit);
+    for (int p = 0; p < paths && c.seek(92); ++p) {
+        int flags = c.take().asInt(0);
+        CADHatchLoop& loop = h.loops.emplace_back();
+        if (flags & 2) {
+            bool bulges = c.integer(72, 0) != 0;
+            c.integer(73, 1);
+            int n = boundedCount(c.integer(93, 0), limit);
+            for (int k = 0; k < n && c.code() == 10; ++k) {
+                CADVertex v{c.point2(10)};
+                if (bulges && c.code() == 42) v.bulge = c.take().asDouble(0);
+                loop.polyline.push_back(v);
+            }
+        } else {
+            int n = boundedCount(c.integer(93, 0), limit);
+            for (int k = 0; k < n && c.code() == 72; ++k)
+                readHatchEdge(c, loop.edges.emplace_back(), limit);
+        }
+    }
+    if (h.solid || !c.seek(78)) return;
+    int lines = boundedCount(c.take().asInt(0), limit);
+    for (int k = 0; k < lines && c.code() == 53; ++k) {
+        CADHatchPatternLine& line = h.pattern.emplace_back();
+        line.angleDeg = c.take().asDouble(0);
+        line.base.x = c.number(43, 0);
+        line.base.y = c.number(44, 0);
+        line.offset.x = c.number(45, 0);
+        line.offset.y = c.number(46, 0);
+        int dashes = boundedCount(c.integer(79, 0), limit);
+        for (int d = 0; d < dashes && c.code() == 49; ++d)
+            line.dashes.push_back(c.take().asDouble(0));
+    }
 }
 
 // ---- names -----------------------------------------------------------------------------

@@ -52,6 +52,7 @@ class DXFFrontEnd {
     void readInsert(std::vector<CADEntity>& into, bool array);
     void readDimension(std::vector<CADEntity>& into);
     void readLeader(std::vector<CADEntity>& into);
+    void readHatch(std::vector<CADEntity>& into);
     void readEllipse(std::vector<CADEntity>& into);
     void readSpline(std::vector<CADEntity>& into);
     void readText(std::vector<CADEntity>& into, bool attrib);
@@ -79,6 +80,7 @@ class DXFFrontEnd {
     std::vector<std::string_view> blockNames_;
     std::unordered_map<std::string_view, int, DXFText::NameHash> blockIds_;
 
+    std::vector<DXFTag> hatchTags_;  // scratch
     bool fileIsUTF8_ = true;
     size_t checkedUpTo_ = 0;
     bool announcedEntities_ = false;

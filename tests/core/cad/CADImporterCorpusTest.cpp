@@ -1,5 +1,5 @@
 // The shared corpus through the CAD importer: every DXF loads or fails cleanly, and where the
-// manifest counts text entities or dimensions the drawing shows them.
+// manifest counts text, hatches or dimensions the drawing shows them.
 #include <gtest/gtest.h>
 
 #include <fstream>
@@ -28,7 +28,7 @@ int manifestCount(const std::string& counts, const std::string& kind) {
 
 }  // namespace
 
-TEST(CADImporterCorpus, textAndDimensionsAreDrawnWhereTheManifestListsThem) {
+TEST(CADImporterCorpus, textHatchesAndDimensionsAreDrawnWhereTheManifestListsThem) {
     auto dir = corpusDir();
     if (!dir || !std::filesystem::exists(*dir / "MANIFEST.tsv")) GTEST_SKIP() << "no corpus";
     std::ifstream manifest(*dir / "MANIFEST.tsv");
@@ -55,13 +55,17 @@ TEST(CADImporterCorpus, textAndDimensionsAreDrawnWhereTheManifestListsThem) {
             CADDrawing drawing = DXFFrontEnd(file.bytes(), {}, {}, nullptr).read();
             std::erase_if(drawing.entities, [&](const CADEntity& e) { return e.kind != kind; });
             EXPECT_FALSE(drawing.entities.empty());
-            return CADConverter::convert(std::move(drawing), info).stats.edges > 0;
+            Stats stats = CADConverter::convert(std::move(drawing), info).stats;
+            return stats.edges + stats.faces > 0;
         };
         if (manifestCount(cells[7], "TEXT") + manifestCount(cells[7], "MTEXT") +
                 manifestCount(cells[7], "ATTRIB") >
             0) {
             ++withText;
             EXPECT_TRUE(drawsAlone(CADEntity::Kind::text));
+        }
+        if (manifestCount(cells[7], "HATCH") > 0) {
+            EXPECT_TRUE(drawsAlone(CADEntity::Kind::hatch));
         }
         if (manifestCount(cells[7], "DIMENSION") > 0) {
             EXPECT_TRUE(drawsAlone(CADEntity::Kind::dimension));
