@@ -747,8 +747,10 @@ void DXFFrontEnd::readMText(std::vector<CADEntity>& into) {
     CADText& t = drawing_.texts.emplace_back();
     t.mtext = true;
     std::string last;
+    bool embedded = false;  // code 101 opens an embedded object whose groups mean other things
     readFields(e, [&](const DXFTag& f) {
-        if (readXYZ(f, 0, t.insertion)) return;
+        embedded = embedded || f.code == 101;
+        if (embedded || readXYZ(f, 0, t.insertion)) return;
         if (readXYZ(f, 1, t.direction)) {
             t.hasDirection = true;
             return;
