@@ -19,9 +19,12 @@ namespace vistrel::CADConverter {
 namespace {
 
 constexpr double turn = 2 * std::numbers::pi;
-// Triangles of one solid hatch, and segments of one pattern hatch: a pathological pattern
-// cannot explode memory.
+// Triangles of one solid hatch, and segments of one pattern hatch, and of all hatches of a
+// drawing: a pathological pattern, or many, cannot explode memory.
 constexpr size_t maxHatchSegments = 200'000;
+constexpr size_t maxDrawingHatchSegments = 20'000'000;
+// Boundary segments visited for one hatch, in fill or clipping.
+constexpr size_t maxHatchWork = 50'000'000;
 
 Float3 toFloat(const CADPoint& p) {
     return {float(p.x), float(p.y), float(p.z)};
@@ -347,13 +350,16 @@ class Drawer {
         auto world = [&](double x, double y) { return toFloat(ocs.toWorld({x, y, h.elevation})); };
         if (h.solid) {
             triangles_.clear();
-            PolygonFill::fill(boundary_, maxHatchSegments, triangles_);
+            PolygonFill::fill(boundary_, std::min(maxHatchSegments, hatchBudget_), maxHatchWork,
+                              triangles_);
+            hatchBudget_ -= triangles_.size();
             for (const auto& t : triangles_)
                 into.addQuadOrTri(world(t[0].x, t[0].y), world(t[1].x, t[1].y),
                                   world(t[2].x, t[2].y), std::nullopt, e.layer);
             return;
         }
-        size_t budget = maxHatchSegments;
+        const size_t granted = std::min(maxHatchSegments, hatchBudget_);
+        size_t budget = granted;
         for (const CADHatchPatternLine& line : h.pattern) {
             double a = line.angleDeg * std::numbers::pi / 180;
             CADPoint dir{std::cos(a), std::sin(a), 0};
@@ -372,8 +378,9 @@ class Drawer {
             for (double v : across) k0 = std::min(k0, v), k1 = std::max(k1, v);
             double period = 0;
             for (double d : line.dashes) period += std::abs(d);
-            // Lines that miss every loop cost a try too, so the walk ends whatever the spacing.
-            size_t tries = maxHatchSegments;
+            // Lines that miss every loop cost a try too, so the walk ends whatever the spacing,
+            // and each try costs a pass over the boundary.
+            size_t tries = std::min(maxHatchSegments, maxHatchWork / (boundary_.size() + 1));
             for (double k = std::ceil(k0); k <= k1 && budget > 0 && tries > 0; ++k, --tries) {
                 CADPoint origin{line.base.x + k * line.offset.x, line.base.y + k * line.offset.y,
                                 0};
@@ -383,6 +390,7 @@ class Drawer {
                               world, e.layer, into);
             }
         }
+        hatchBudget_ -= granted - budget;
     }
 
     template <typename World>
@@ -395,7 +403,9 @@ class Drawer {
             into.addSegment(world(o.x + dir.x * a, o.y + dir.y * a),
                             world(o.x + dir.x * b, o.y + dir.y * b), layer);
         };
-        if (dashes.empty() || !(period > 1e-9) || !std::isfinite(period)) {
+        // Dashes too fine to see, or too many to walk, draw as one line.
+        if (dashes.empty() || !(period > 1e-9) || !std::isfinite(period) ||
+            (t1 - t0) / period > 1e5) {
             segment(t0, t1);
             return;
         }
@@ -477,6 +487,7 @@ class Drawer {
     std::vector<bool> drawnBlocks_;  // defined and not empty, by block
     std::vector<CADPoint> points_;   // scratch
     std::vector<PolygonFill::Segment> boundary_;
+    size_t hatchBudget_ = maxDrawingHatchSegments;
     std::vector<CADPoint> chain_;
     std::vector<std::array<CADPoint, 3>> triangles_;
     std::vector<double> spans_;

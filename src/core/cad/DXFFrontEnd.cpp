@@ -573,6 +573,9 @@ void DXFFrontEnd::readInsert(std::vector<CADEntity>& into, bool array) {
     }
     columns = std::clamp(columns, 1, maxArrayInserts);
     rows = std::clamp(rows, 1, maxArrayInserts / columns);
+    // And all of them together, however many MINSERTs a file holds.
+    if (int64_t(columns) * rows > arrayInsertsLeft_) columns = rows = 1;
+    arrayInsertsLeft_ -= int64_t(columns) * rows;
     double a = std::isfinite(e.rotation) ? e.rotation * std::numbers::pi / 180 : 0;
     double c = std::cos(a), sn = std::sin(a);
     for (int r = 0; r < rows; ++r)

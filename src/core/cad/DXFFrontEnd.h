@@ -81,6 +81,7 @@ class DXFFrontEnd {
     std::unordered_map<std::string_view, int, DXFText::NameHash> blockIds_;
 
     std::vector<DXFTag> hatchTags_;  // scratch
+    int64_t arrayInsertsLeft_ = 1'000'000;
     bool fileIsUTF8_ = true;
     size_t checkedUpTo_ = 0;
     bool announcedEntities_ = false;

@@ -14,7 +14,7 @@ struct Edge {
 
 }  // namespace
 
-void fill(const std::vector<Segment>& boundary, size_t maxTriangles,
+void fill(const std::vector<Segment>& boundary, size_t maxTriangles, size_t maxWork,
           std::vector<std::array<CADPoint, 3>>& out) {
     std::vector<Edge> edges;
     std::vector<double> ys;
@@ -39,6 +39,8 @@ void fill(const std::vector<Segment>& boundary, size_t maxTriangles,
         double lo = ys[k], hi = ys[k + 1], mid = (lo + hi) / 2;
         while (next < edges.size() && edges[next].y0 <= lo) active.push_back(&edges[next++]);
         std::erase_if(active, [&](const Edge* e) { return e->y1 <= lo; });
+        if (active.size() > maxWork) break;
+        maxWork -= active.size();
         crossing.clear();
         for (const Edge* e : active)
             if (e->y0 <= lo && e->y1 >= hi) crossing.push_back({e->xAt(mid), e});

@@ -15,8 +15,9 @@ namespace vistrel::PolygonFill {
 
 using Segment = std::array<CADPoint, 2>;
 
-// Appends triangles (counter-clockwise) covering the inside; stops after `maxTriangles`.
-void fill(const std::vector<Segment>& boundary, size_t maxTriangles,
+// Appends triangles (counter-clockwise) covering the inside; stops after `maxTriangles`, or
+// once `maxWork` segments have been looked at over all bands.
+void fill(const std::vector<Segment>& boundary, size_t maxTriangles, size_t maxWork,
           std::vector<std::array<CADPoint, 3>>& out);
 
 // The inside stretches of the line through `origin` along `direction` (unit), as parameter

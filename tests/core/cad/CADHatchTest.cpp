@@ -129,6 +129,6 @@ TEST(CADHatch, theDXFFrontEndReadsPathsAndPatterns) {
     SKPModel m = CADImporter::parseBytes(bytes, SKPFileInfo{});
     EXPECT_NEAR(area(m), 8 + 2 * std::numbers::pi, 0.02);
     EXPECT_NEAR(m.boundsMax.y, 9.5, 1e-3);  // the last pattern line
-    EXPECT_EQ(m.stats.edges, 10);  // y = 0.5, 1.5, ... 9.5, each 10 long
+    EXPECT_EQ(m.stats.edges, 10);           // y = 0.5, 1.5, ... 9.5, each 10 long
     EXPECT_NEAR(totalLength(m), 100, 1e-3);
 }
