@@ -37,6 +37,7 @@ enum class EntityKind {
     dimension,
     hatch,
     leader,
+    multiLeader,
     other
 };
 
@@ -73,6 +74,9 @@ EntityKind classify(const DXFTag& t) {
             break;
         case 9:
             if (t.is("DIMENSION")) return EntityKind::dimension;
+            break;
+        case 11:
+            if (t.is("MULTILEADER")) return EntityKind::multiLeader;
             break;
         case 10:
             if (t.is("LWPOLYLINE")) return EntityKind::lwPolyline;
@@ -301,6 +305,9 @@ DXFFrontEnd::Stop DXFFrontEnd::readEntities(std::vector<CADEntity>& into, bool s
                 break;
             case EntityKind::hatch:
                 readHatch(into);
+                break;
+            case EntityKind::multiLeader:
+                readMultiLeader(into);
                 break;
             case EntityKind::ellipse:
                 readEllipse(into);
@@ -919,6 +926,75 @@ void DXFFrontEnd::readHatch(std::vector<CADEntity>& into) {
         int dashes = boundedCount(c.integer(79, 0), limit);
         for (int d = 0; d < dashes && c.code() == 49; ++d)
             line.dashes.push_back(c.take().asDouble(0));
+    }
+}
+
+// MULTILEADER: its leader lines (each vertex list ends at its leader's connection point) and
+// its text, from the context data; a block content is left out.
+void DXFFrontEnd::readMultiLeader(std::vector<CADEntity>& into) {
+    CADEntity e;
+    hatchTags_.clear();
+    readFields(e, [&](const DXFTag& t) { hatchTags_.push_back(t); });
+    bool context = false, leader = false, line = false;
+    CADText text;
+    text.mtext = true;
+    bool hasText = false;
+    CADPoint connection;
+    std::vector<std::vector<CADPoint>> lines;
+    size_t firstOfLeader = 0;
+    auto xyz = [](const DXFTag& t, CADPoint& p) {
+        (t.code % 100 < 20 ? p.x : t.code % 100 < 30 ? p.y : p.z) = t.asDouble(0);
+    };
+    for (const DXFTag& t : hatchTags_) {
+        if (t.code == 300) context = true;
+        if (t.code == 301) context = false;
+        if (t.code == 302) {
+            leader = true;
+            firstOfLeader = lines.size();
+            connection = {};
+        } else if (t.code == 303) {
+            for (size_t i = firstOfLeader; i < lines.size(); ++i) lines[i].push_back(connection);
+            leader = false;
+        } else if (t.code == 304 && t.is("LEADER_LINE{")) {
+            line = true;
+            lines.emplace_back();
+        } else if (t.code == 305) {
+            line = false;
+        } else if (line && (t.code == 10 || t.code == 20 || t.code == 30)) {
+            if (t.code == 10 || lines.back().empty()) lines.back().emplace_back();
+            xyz(t, lines.back().back());
+        } else if (leader && (t.code == 10 || t.code == 20 || t.code == 30)) {
+            xyz(t, connection);
+        } else if (context && !leader && !line) {
+            if (t.code == 304) {
+                text.contents = t.text;
+                hasText = true;
+            } else if (t.code == 41) {
+                text.height = t.asDouble(1);
+            } else if (t.code == 12 || t.code == 22 || t.code == 32) {
+                xyz(t, text.insertion);
+            } else if (t.code == 13 || t.code == 23 || t.code == 33) {
+                xyz(t, text.direction);
+                text.hasDirection = true;
+            } else if (t.code == 43) {
+                text.referenceWidth = t.asDouble(0);
+            }
+        }
+    }
+    auto& pool = drawing_.vertices;
+    for (const auto& points : lines) {
+        CADEntity& path = into.emplace_back(e);
+        path.kind = CADEntity::Kind::polyline;
+        path.is3D = true;
+        path.first = uint32_t(pool.size());
+        path.count = uint32_t(points.size());
+        for (const CADPoint& p : points) pool.push_back({p});
+    }
+    if (hasText) {
+        CADEntity& label = into.emplace_back(e);
+        label.kind = CADEntity::Kind::text;
+        label.detail = uint32_t(drawing_.texts.size());
+        drawing_.texts.push_back(std::move(text));
     }
 }
 

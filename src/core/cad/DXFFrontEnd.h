@@ -53,6 +53,7 @@ class DXFFrontEnd {
     void readDimension(std::vector<CADEntity>& into);
     void readLeader(std::vector<CADEntity>& into);
     void readHatch(std::vector<CADEntity>& into);
+    void readMultiLeader(std::vector<CADEntity>& into);
     void readEllipse(std::vector<CADEntity>& into);
     void readSpline(std::vector<CADEntity>& into);
     void readText(std::vector<CADEntity>& into, bool attrib);

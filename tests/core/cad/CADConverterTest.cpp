@@ -211,7 +211,7 @@ TEST(CADConverter, theDXFFrontEndReadsCurvesAndTheirPlanes) {
     EXPECT_TRUE(mirroredArc);
 }
 
-TEST(CADConverter, dimensionsLeadersAndArraysComeThroughTheFrontEnd) {
+TEST(CADConverter, dimensionsLeadersMultileadersAndArraysComeThroughTheFrontEnd) {
     const std::string text =
         "0\nSECTION\n2\nBLOCKS\n"
         "0\nBLOCK\n2\n*D1\n10\n0\n20\n0\n0\nLINE\n10\n0\n20\n0\n11\n1\n21\n0\n0\nENDBLK\n"
@@ -222,6 +222,10 @@ TEST(CADConverter, dimensionsLeadersAndArraysComeThroughTheFrontEnd) {
         "0\nDIMENSION\n70\n1\n10\n0\n20\n5\n11\n5\n21\n6\n13\n0\n23\n0\n14\n10\n24\n0\n"
         "0\nMINSERT\n2\nB\n10\n100\n20\n0\n50\n90\n70\n3\n71\n2\n44\n10\n45\n5\n"
         "0\nLEADER\n10\n0\n20\n0\n10\n1\n20\n1\n10\n3\n20\n1\n"
+        // A leader line from (0, 20) to its connection at (4, 24), and its text at (5, 25).
+        "0\nMULTILEADER\n300\nCONTEXT_DATA{\n10\n9\n20\n9\n41\n1\n304\nNote\n12\n5\n22\n25\n"
+        "302\nLEADER{\n10\n4\n20\n24\n304\nLEADER_LINE{\n10\n0\n20\n20\n305\n}\n303\n}\n"
+        "301\n}\n"
         "0\nENDSEC\n0\nEOF\n";
     std::span<const uint8_t> bytes(reinterpret_cast<const uint8_t*>(text.data()), text.size());
     SKPModel m = CADImporter::parseBytes(bytes, SKPFileInfo{});
@@ -234,7 +238,14 @@ TEST(CADConverter, dimensionsLeadersAndArraysComeThroughTheFrontEnd) {
         EXPECT_NEAR(at(size_t(i)).x, x, 1e-5);
         EXPECT_NEAR(at(size_t(i)).y, y, 1e-5);
     }
-    // The leader's two segments, each block's line once, the dimension's three lines and text.
-    EXPECT_GT(m.stats.edges, 2 + 2 + 3);
-    EXPECT_GT(m.boundsMax.y, 6);
+    // The leaders' three segments, each block's line once, the dimension's three lines, and
+    // text; the multileader's hangs from its location.
+    EXPECT_GT(m.stats.edges, 3 + 2 + 3);
+    EXPECT_NEAR(m.boundsMax.y, 25, 1e-5);
+    bool leaderLine = false;
+    for (const EdgeSet& e : m.root.edges)
+        for (size_t i = 0; i + 1 < e.positions.size(); i += 2)
+            leaderLine = leaderLine || (e.positions[i] == Float3{0, 20, 0} &&
+                                        e.positions[i + 1] == Float3{4, 24, 0});
+    EXPECT_TRUE(leaderLine);
 }
