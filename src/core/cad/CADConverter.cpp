@@ -157,6 +157,19 @@ class Drawer {
         if (!ocs.isIdentity())
             for (CADPoint& p : points_) p = ocs.toWorld(p);
         addPath(points_, e.layer, into);
+        if (e.arrowhead && points_.size() >= 2) addArrowhead(points_[0], points_[1], e.layer, into);
+    }
+
+    // A filled arrow at `tip` pointing away from `from`, a fifth of their distance long, in
+    // the plan.
+    static void addArrowhead(const CADPoint& tip, const CADPoint& from, int layer,
+                             RawGeometry& into) {
+        double dx = from.x - tip.x, dy = from.y - tip.y, len = std::hypot(dx, dy);
+        if (!(len > 0) || !std::isfinite(len)) return;
+        double l = len / 5, w = l / 6, ux = dx / len, uy = dy / len;
+        CADPoint base{tip.x + ux * l, tip.y + uy * l, tip.z + (from.z - tip.z) / 5};
+        into.addQuadOrTri(toFloat(tip), toFloat({base.x + uy * w, base.y - ux * w, base.z}),
+                          toFloat({base.x - uy * w, base.y + ux * w, base.z}), std::nullopt, layer);
     }
 
     // Points of the arc from a to b with bulge tan(angle / 4), a excluded, b exact.

@@ -40,8 +40,9 @@ struct CADEntity {
 
     Kind kind = Kind::line;
     bool closed = false;
-    bool is3D = false;    // polyline: 3D polyline, vertices in world coordinates
-    bool planar = false;  // face: corners in the OCS
+    bool is3D = false;       // polyline: 3D polyline, vertices in world coordinates
+    bool planar = false;     // face: corners in the OCS
+    bool arrowhead = false;  // polyline: a filled arrow at the first vertex (leaders)
     int layer = 0;
     int block = 0;  // insert: index into CADDrawing::blocks
     uint32_t first = 0, count = 0;

@@ -620,15 +620,18 @@ void DXFFrontEnd::readDimension(std::vector<CADEntity>& into) {
     e.block = name.empty() ? -1 : blockId(name);
 }
 
-// A LEADER's path through its vertices; the arrowhead is left out.
+// A LEADER's path through its vertices, with its arrowhead unless flag 71 is 0.
 void DXFFrontEnd::readLeader(std::vector<CADEntity>& into) {
     CADEntity& e = into.emplace_back();
     e.kind = CADEntity::Kind::polyline;
     e.is3D = true;
+    e.arrowhead = true;
     auto& pool = drawing_.vertices;
     e.first = uint32_t(pool.size());
     readFields(e, [&](const DXFTag& t) {
-        if (t.code == 10)
+        if (t.code == 71)
+            e.arrowhead = t.asInt(1) != 0;
+        else if (t.code == 10)
             pool.push_back({{t.asDouble(0), 0, 0}});
         else if ((t.code == 20 || t.code == 30) && pool.size() > e.first)
             (t.code == 20 ? pool.back().position.y : pool.back().position.z) = t.asDouble(0);
@@ -986,6 +989,7 @@ void DXFFrontEnd::readMultiLeader(std::vector<CADEntity>& into) {
         CADEntity& path = into.emplace_back(e);
         path.kind = CADEntity::Kind::polyline;
         path.is3D = true;
+        path.arrowhead = true;
         path.first = uint32_t(pool.size());
         path.count = uint32_t(points.size());
         for (const CADPoint& p : points) pool.push_back({p});

@@ -248,4 +248,7 @@ TEST(CADConverter, dimensionsLeadersMultileadersAndArraysComeThroughTheFrontEnd)
             leaderLine = leaderLine || (e.positions[i] == Float3{0, 20, 0} &&
                                         e.positions[i + 1] == Float3{4, 24, 0});
     EXPECT_TRUE(leaderLine);
+    // Both leaders end in an arrow: one triangle each.
+    ASSERT_EQ(m.root.meshes.size(), 1u);
+    EXPECT_EQ(m.root.meshes[0].indices.size(), 6u);
 }
