@@ -19,6 +19,7 @@ struct CADText {
     double rotation = 0;  // TEXT: degrees; MTEXT: radians
     int hAlign = 0, vAlign = 0;
     int attachment = 1;
+    bool backward = false, upsideDown = false;  // TEXT generation flags 2 and 4
     double referenceWidth = 0, lineSpacing = 1;
 };
 

@@ -264,6 +264,8 @@ void layout(const CADText& t, const CADPoint& extrusion, std::vector<std::vector
                 poly.reserve(stroke.size());
                 for (Float2 p : stroke) {
                     double x = pen + (p.x + p.y * slant) * s * wf, y = base + p.y * s;
+                    if (t.backward) x = -x;
+                    if (t.upsideDown) y = -y;
                     poly.push_back({origin.x + u.x * x + v.x * y, origin.y + u.y * x + v.y * y,
                                     origin.z + u.z * x + v.z * y});
                 }

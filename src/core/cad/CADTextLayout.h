@@ -1,6 +1,6 @@
 // Lays CAD text out in the stroke font: TEXT justification (left, centre, right, aligned,
 // middle, fit; baseline, bottom, middle, top), MTEXT attachment, paragraphs and wrapping, width
-// factor, obliquing and rotation, in the text's plane.
+// factor, obliquing, rotation and TEXT's backward and upside-down flags, in the text's plane.
 #pragma once
 
 #include <string>

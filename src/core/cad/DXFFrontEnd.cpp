@@ -733,6 +733,12 @@ void DXFFrontEnd::readText(std::vector<CADEntity>& into, bool attrib) {
             case 70:
                 flags = f.asInt(0);
                 break;
+            case 71:
+                if (!attrib) {
+                    t.backward = (f.asInt(0) & 2) != 0;
+                    t.upsideDown = (f.asInt(0) & 4) != 0;
+                }
+                break;
             case 72:
                 t.hAlign = f.asInt(0);
                 break;

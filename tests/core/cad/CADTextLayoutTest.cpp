@@ -85,6 +85,11 @@ TEST(CADTextLayout, textSitsWhereItsJustificationSays) {
     Box r = laidOut(turned);
     EXPECT_NEAR(r.y0, 0.4, 1e-9);
     EXPECT_NEAR(r.x0, -2.1, 1e-9);
+    CADText backward = text("H");
+    backward.backward = backward.upsideDown = true;
+    Box b = laidOut(backward);
+    EXPECT_NEAR(b.x0, -1.8, 1e-9);
+    EXPECT_NEAR(b.y0, -2.1, 1e-9);
     CADText mirrored = text("H");
     mirrored.insertion = {0, 0, 3};
     Box m = laidOut(mirrored, {0, 0, -1});
