@@ -30,14 +30,16 @@ Float3 toFloat(const CADPoint& p) {
     return {float(p.x), float(p.y), float(p.z)};
 }
 
-// Counter-clockwise sweep from a to b in radians: whole turns added to the end until it passes
-// the start, in one step (a loop would never end on huge angles); 0 when not finite.
+// Counter-clockwise sweep from a to b in radians, within one turn: whole turns added to or
+// taken from the end until it lies past the start by at most a turn, in one step (a loop would
+// never end on huge angles); 0 when not finite.
 double sweepBetween(double a, double b) {
     double sweep = b - a;
     if (!std::isfinite(sweep)) return 0;
-    if (sweep <= 0) {
+    if (sweep <= 0 || sweep > turn) {
         sweep = std::fmod(sweep, turn);
-        sweep = sweep < 0 ? sweep + turn : turn;
+        if (sweep < 0) sweep += turn;
+        if (sweep < 1e-9) sweep = turn;  // whole turns, give or take rounding
     }
     return sweep;
 }

@@ -91,6 +91,16 @@ TEST(CADConverter, circlesStayWithinTheChordErrorOfTheDrawingsSize) {
     }
 }
 
+TEST(CADConverter, anArcOfManyTurnsIsOne) {
+    Drawing twice, once;
+    CADEntity& arc = twice.circle({0, 0, 0}, 1);
+    arc.kind = CADEntity::Kind::arc;
+    arc.start = 90;
+    arc.end = 90 + 720 * 1000;
+    once.circle({0, 0, 0}, 1);
+    EXPECT_EQ(twice.convert().stats.edges, once.convert().stats.edges);
+}
+
 TEST(CADConverter, bulgesAreArcsAndWidthsAreStrips) {
     // (0, 0) to (10, 0): bulge 1 turns counter-clockwise below the chord, -1 above it.
     for (double bulge : {1.0, -1.0}) {
