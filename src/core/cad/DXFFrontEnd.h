@@ -1,6 +1,8 @@
 // Reads a DXF file, ASCII or binary, into neutral CAD records (CADDrawing) through the shared
 // tag reader: header units, layers with their on, off and frozen states, blocks with their base
-// points, and the entities CADConverter draws; every other entity is read past.
+// points, and the entities CADConverter draws (LINE, ARC, CIRCLE, ELLIPSE, SPLINE, LWPOLYLINE,
+// POLYLINE, 3DFACE, SOLID, TRACE, POINT, INSERT, MINSERT, TEXT, ATTRIB, MTEXT, HATCH,
+// DIMENSION, LEADER, MULTILEADER); every other entity (ATTDEF included) is read past.
 // Malformed numbers take the field's default; a truncated file yields what was read up to its
 // last whole tag. Names are UTF-8 if the whole file decodes so, else ISO Latin-1.
 #pragma once
