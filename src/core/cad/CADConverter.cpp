@@ -244,13 +244,19 @@ class Drawer {
         }
         const OCS ocs(e.extrusion);
         int segments = CurveTessellation::arcSegments(radius, sweep, tolerance_);
-        points_.clear();
-        for (int i = 0; i <= segments; ++i) {
-            double t = a0 + sweep * i / segments;
-            points_.push_back(
-                ocs.toWorld({e.a.x + radius * std::cos(t), e.a.y + radius * std::sin(t), e.a.z}));
+        // Successive points by one rotation each, in double: no drift worth a float, and no
+        // sine per point.
+        const double step = sweep / segments, c = std::cos(step), sn = std::sin(step);
+        double dx = radius * std::cos(a0), dy = radius * std::sin(a0);
+        Float3 previous = toFloat(ocs.toWorld({e.a.x + dx, e.a.y + dy, e.a.z}));
+        for (int i = 1; i <= segments; ++i) {
+            double nx = dx * c - dy * sn;
+            dy = dx * sn + dy * c;
+            dx = nx;
+            Float3 p = toFloat(ocs.toWorld({e.a.x + dx, e.a.y + dy, e.a.z}));
+            into.addSegment(previous, p, e.layer);
+            previous = p;
         }
-        addPath(points_, e.layer, into);
     }
 
     // Centre and major axis in world coordinates; the minor axis is N x major, scaled.
