@@ -1,5 +1,6 @@
 // The shared corpus through the CAD importer: every DXF loads or fails cleanly, and where the
-// manifest counts text, hatches or dimensions the drawing shows them.
+// manifest counts text, hatches or dimensions the drawing shows them; and CADReader routes a DXF
+// through the importer unless told otherwise.
 #include <gtest/gtest.h>
 
 #include <fstream>
@@ -8,6 +9,7 @@
 #include "TestEnv.h"
 #include "cad/CADConverter.h"
 #include "cad/CADImporter.h"
+#include "cad/CADReader.h"
 #include "cad/DXFFrontEnd.h"
 #include "dxf/MappedFile.h"
 #include "model/SKPError.h"
@@ -72,4 +74,15 @@ TEST(CADImporterCorpus, textHatchesAndDimensionsAreDrawnWhereTheManifestListsThe
         }
     }
     EXPECT_GT(withText, 0);
+}
+
+TEST(CADReaderRouting, aDXFGoesThroughTheImporterUnlessForcedNative) {
+    TempDir dir;
+    auto path = dir.path() / "label.dxf";
+    std::ofstream(path) << "0\nSECTION\n2\nENTITIES\n0\nTEXT\n1\nA\n40\n1\n0\nENDSEC\n0\nEOF\n";
+    SKPFileInfo info = SKPFileInfo::read(path);
+    ScopedEnv unset("VISTREL_FORCE_NATIVE_DXF", nullptr);
+    EXPECT_GT(CADReader::load(path, info, {}, {}).stats.edges, 0);  // the letter's strokes
+    ScopedEnv force("VISTREL_FORCE_NATIVE_DXF", "1");
+    EXPECT_EQ(CADReader::load(path, info, {}, {}).stats.edges, 0);  // the narrow parser skips it
 }
