@@ -1,8 +1,8 @@
 #include "cad/CADConverter.h"
 
 #include <algorithm>
+#include <charconv>
 #include <cmath>
-#include <cstdio>
 #include <numbers>
 #include <utility>
 
@@ -477,9 +477,12 @@ class Drawer {
         double measured = d.measurement > 0 ? d.measurement : std::hypot(b.x - a.x, b.y - a.y);
         if (!(measured > 0) || !std::isfinite(measured)) return;
         CADText t;
-        char digits[32];
-        std::snprintf(digits, sizeof digits, "%.2f", measured);
-        t.contents = digits;
+        // Whatever the process's locale: a drawing reads the same everywhere.
+        char digits[64];
+        auto [end, error] =
+            std::to_chars(digits, digits + sizeof digits, measured, std::chars_format::fixed, 2);
+        if (error != std::errc()) return;  // too long to be a measurement
+        t.contents.assign(digits, end);
         t.height = std::hypot(b.x - a.x, b.y - a.y) / 12;
         t.insertion = t.alignment = d.textMiddle;
         t.hasAlignment = true;
