@@ -2,9 +2,11 @@
 // default; other sizes in MB as arguments). For each file it prints:
 //   - the floor: a bare pass over the mapped file that splits lines and parses every numeric
 //     value, the least any DXF reader pays;
-//   - the reader (DXFNativeParser::parse) and the whole load (SKPReader::load, normalisation
-//     included), in MB/s, and the reader's ratio to the floor;
-//   - the peak resident memory of a process that does one load, divided by the file size.
+//   - the narrow reader (DXFNativeParser::parse), the importer (CADImporter::parse) and the whole
+//     load (SKPReader::load through the narrow reader, normalisation included), in MB/s, the
+//     narrow reader's ratio to the floor and the importer's to the narrow reader;
+//   - the peak resident memory of a process that does one load (narrow, then importer), divided
+//     by the file size.
 // Files are generated into a temporary folder and removed at the end.
 #include <fast_float/fast_float.h>
 #include <sys/resource.h>
@@ -20,6 +22,7 @@
 #include <vector>
 
 #include "DXFPlanGenerator.h"
+#include "cad/CADImporter.h"
 #include "dxf/DXFNativeParser.h"
 #include "dxf/MappedFile.h"
 #include "sketchup/SKPReader.h"
@@ -70,10 +73,14 @@ double floorPass(const fs::path& path, double& checksum) {
     return seconds(start);
 }
 
-double readerPass(const fs::path& path, int64_t& edges) {
+using ReaderFunction = SKPModel (*)(const fs::path&, const SKPFileInfo&,
+                                    const SKPReader::ProgressCallback&,
+                                    const SKPReader::CancelCheck&);
+
+double readerPass(ReaderFunction reader, const fs::path& path, int64_t& edges) {
     auto start = std::chrono::steady_clock::now();
     SKPFileInfo info = SKPFileInfo::read(path);
-    SKPModel m = DXFNativeParser::parse(path, info, {}, {});
+    SKPModel m = reader(path, info, {}, {});
     edges = m.stats.edges;
     return seconds(start);
 }
@@ -85,11 +92,11 @@ double loadPass(const fs::path& path) {
 }
 
 // Peak resident memory (bytes) of a fresh process that loads the file once: this program run
-// again with --load-once, so that nothing of this process's heap is counted.
-long peakRSSOfOneLoad(const fs::path& path) {
+// again with --load-once (or --import-once), so that nothing of this process's heap is counted.
+long peakRSSOfOneLoad(const fs::path& path, const char* mode = "--load-once") {
     pid_t pid = fork();
     if (pid == 0) {
-        execl("/proc/self/exe", "dxf_reader_bench", "--load-once", path.c_str(), nullptr);
+        execl("/proc/self/exe", "dxf_reader_bench", mode, path.c_str(), nullptr);
         _exit(127);
     }
     int status = 0;
@@ -105,6 +112,14 @@ int main(int argc, char** argv) {
     if (argc == 3 && std::strcmp(argv[1], "--load-once") == 0) {
         try {
             SKPReader::load(argv[2]);
+        } catch (...) {
+            return 1;
+        }
+        return 0;
+    }
+    if (argc == 3 && std::strcmp(argv[1], "--import-once") == 0) {
+        try {
+            CADImporter::parse(argv[2], SKPFileInfo::read(argv[2]), {}, {});
         } catch (...) {
             return 1;
         }
@@ -141,25 +156,33 @@ int main(int argc, char** argv) {
         // should not land on one side of the ratio only.
         const int runs = mb <= 20 ? 9 : 3;
         double checksum = 0;
-        int64_t edges = 0;
+        int64_t edges = 0, importerEdges = 0;
         floorPass(path, checksum);  // warms the page cache
-        double floorS = 1e300, readerS = 1e300, loadS = 1e300;
+        double floorS = 1e300, readerS = 1e300, importerS = 1e300, loadS = 1e300;
         for (int i = 0; i < runs; ++i) {
             floorS = std::min(floorS, floorPass(path, checksum));
-            readerS = std::min(readerS, readerPass(path, edges));
+            readerS = std::min(readerS, readerPass(DXFNativeParser::parse, path, edges));
+            importerS = std::min(importerS, readerPass(CADImporter::parse, path, importerEdges));
             loadS = std::min(loadS, loadPass(path));
         }
         long peak = peakRSSOfOneLoad(path);
+        long importerPeak = peakRSSOfOneLoad(path, "--import-once");
         std::printf("  floor (split + parse numbers): %8.1f MB/s  (%.3f s, checksum %.6g)\n",
                     sizeMB / floorS, floorS, checksum);
         std::printf("  DXFNativeParser::parse:        %8.1f MB/s  (%.3f s, %lld edges)\n",
                     sizeMB / readerS, readerS, (long long)edges);
+        std::printf("  CADImporter::parse:            %8.1f MB/s  (%.3f s, %lld edges)\n",
+                    sizeMB / importerS, importerS, (long long)importerEdges);
         std::printf("  SKPReader::load (normalised):  %8.1f MB/s  (%.3f s)\n", sizeMB / loadS,
                     loadS);
         std::printf("  reader / floor:                %8.2f   (target >= 0.35)\n",
                     floorS / readerS);
+        std::printf("  importer / narrow reader:      %8.2f   (target >= 0.5)\n",
+                    readerS / importerS);
         std::printf("  peak RSS / file size:          %8.2f   (%.1f MB peak; target <= 2.5)\n",
                     double(peak) / size, double(peak) / 1e6);
+        std::printf("  importer peak RSS / file size: %8.2f   (%.1f MB peak)\n",
+                    double(importerPeak) / size, double(importerPeak) / 1e6);
         fs::remove(path);
     }
     fs::remove_all(dir);

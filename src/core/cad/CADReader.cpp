@@ -1,7 +1,9 @@
 #include "cad/CADReader.h"
 
 #include <cstdlib>
+#include <exception>
 
+#include "cad/CADImporter.h"
 #include "cad/CADNormalization.h"
 #include "cad/DWGImporterPlugin.h"
 #include "dxf/DXFNativeParser.h"
@@ -23,6 +25,15 @@ SKPModel load(const std::filesystem::path& url, const SKPFileInfo& fileInfo,
             } catch (const SKPError& e) {
                 if (e.kind() == SKPError::Kind::cancelled) throw;
                 pluginError = e;
+            }
+        }
+        if (fileInfo.isDXF()) {
+            try {
+                return normalizeCADModel(CADImporter::parse(url, fileInfo, progress, isCancelled));
+            } catch (const SKPError& e) {
+                if (e.kind() == SKPError::Kind::cancelled) throw;
+            } catch (const std::exception&) {
+                // Refused (out of memory on a hostile file, say): the narrow parser takes over.
             }
         }
     }

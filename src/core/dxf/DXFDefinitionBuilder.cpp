@@ -108,8 +108,26 @@ Definition DXFDefinitionBuilder::buildDefinition(std::string name, RawGeometry& 
     return def;
 }
 
-// position x rotation about Z x scale, the position in metres.
+// position x OCS x rotation about Z x scale, the position in metres.
 Float4x4 DXFDefinitionBuilder::insertMatrix(const RawInsert& in) const {
+    Float4x4 m = planarInsertMatrix(in);
+    if (in.extrusion == Float3{0, 0, 1}) return m;
+    Float3 n = in.extrusion;
+    // The arbitrary-axis rule.
+    Float3 ax = std::abs(n.x) < 1.0f / 64 && std::abs(n.y) < 1.0f / 64 ? cross({0, 1, 0}, n)
+                                                                       : cross({0, 0, 1}, n);
+    ax = normalize(ax);
+    Float3 ay = cross(n, ax);
+    Float4x4 ocs;
+    ocs.m = {ax.x, ax.y, ax.z, 0, ay.x, ay.y, ay.z, 0, n.x, n.y, n.z, 0, 0, 0, 0, 1};
+    Float4x4 r = ocs * m;
+    r.m[12] = m.m[12];
+    r.m[13] = m.m[13];
+    r.m[14] = m.m[14];
+    return r;
+}
+
+Float4x4 DXFDefinitionBuilder::planarInsertMatrix(const RawInsert& in) const {
     double a = double(in.rotationDeg) * std::numbers::pi / 180;
     auto c = float(std::cos(a)), sn = float(std::sin(a));
     Float4x4 m;

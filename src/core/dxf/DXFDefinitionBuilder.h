@@ -1,6 +1,6 @@
 // Turns what the DXF parser read, in file units, into Definitions in metres: the ENTITIES
 // section becomes the root, each inserted block one shared definition (converted once, in
-// completion order), each insert an Instance (position x rotation about Z x scale). Inserts
+// completion order), each insert an Instance (position x OCS x rotation about Z x scale). Inserts
 // deeper than 16 levels are dropped, so a block that inserts itself ends there. Points become
 // 3 cm marks, thinned to about 60,000. Stats count each definition once.
 #pragma once
@@ -42,6 +42,7 @@ class DXFDefinitionBuilder {
     Definition buildDefinition(std::string name, RawGeometry& raw, int depth, bool consume,
                                BoundingBox& box);
     Float4x4 insertMatrix(const RawInsert& in) const;
+    Float4x4 planarInsertMatrix(const RawInsert& in) const;
 
     float unitScale_;
     std::vector<RawBlock>& blocks_;

@@ -23,6 +23,9 @@ struct RawInsert {
     Float3 position;
     Float3 scale{1, 1, 1};
     float rotationDeg = 0;
+    // The OCS normal the rotation and scale are taken in (the position is in world coordinates
+    // already); world Z for the narrow parser.
+    Float3 extrusion{0, 0, 1};
 };
 
 struct RawGeometry {

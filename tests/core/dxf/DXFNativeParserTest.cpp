@@ -1,3 +1,5 @@
+// Built twice: as is for DXFNativeParser, and with DXF_THROUGH_IMPORTER for CADImporter, which
+// must keep every rule the narrow parser keeps.
 #include "dxf/DXFNativeParser.h"
 
 #include <gtest/gtest.h>
@@ -9,6 +11,15 @@
 #include "ThrownError.h"
 #include "ViewportTestModels.h"
 #include "model/SKPError.h"
+
+#ifdef DXF_THROUGH_IMPORTER
+#include "cad/CADImporter.h"
+#define DXF_SUITE CADImporter
+namespace Reader = vistrel::CADImporter;
+#else
+#define DXF_SUITE DXFNativeParser
+namespace Reader = vistrel::DXFNativeParser;
+#endif
 
 using namespace vistrel;
 using namespace vistrel::test;
@@ -45,7 +56,7 @@ SKPModel parseDXF(const std::string& text, const SKPReader::CancelCheck& isCance
     info.url = "test.dxf";
     info.version = "DXF";
     std::span<const uint8_t> bytes(reinterpret_cast<const uint8_t*>(text.data()), text.size());
-    return DXFNativeParser::parseBytes(bytes, info, {}, isCancelled);
+    return Reader::parseBytes(bytes, info, {}, isCancelled);
 }
 
 size_t edgeCount(const Definition& d) {
@@ -114,7 +125,7 @@ std::string binaryDXF(const Tags& tags, bool wideCodes, const std::string& tail)
 
 }  // namespace
 
-TEST(DXFNativeParser, entitiesDrawTheirSegmentsAndTriangles) {
+TEST(DXF_SUITE, entitiesDrawTheirSegmentsAndTriangles) {
     auto poly = [](std::vector<std::pair<double, double>> vs, int flags) {
         Tags t{{0, "LWPOLYLINE"}, {8, "0"}, {70, n(flags)}};
         for (auto [x, y] : vs) t = t + Tags{{10, n(x)}, {20, n(y)}};
@@ -141,11 +152,14 @@ TEST(DXFNativeParser, entitiesDrawTheirSegmentsAndTriangles) {
         size_t segments, triangles = 0;
     };
     const Case cases[] = {
+    // The importer tessellates by chord error instead (CADConverterTest).
+#ifndef DXF_THROUGH_IMPORTER
         {"arc of 10 degrees: eight segments at least", arc(-5, 5), 8},
         {"arc backwards goes on round", arc(100, 0), 17},
         {"arc ending where it starts is a full turn", arc(10, 10), 24},
         {"arc without an end is a full turn", arc(0, std::nullopt), 24},
         {"arc of many turns is capped", arc(0, 1e12), 96},
+#endif
         {"arc of no radius", arc(0, 90, 0), 0},
         {"arc of a tiny radius", arc(0, 90, 1e-7), 0},
         {"closed, two vertices: no closing segment", poly({{0, 0}, {1, 0}}, 1), 1},
@@ -175,10 +189,12 @@ TEST(DXFNativeParser, entitiesDrawTheirSegmentsAndTriangles) {
     // Regression: adding turns one by one to reach a huge start angle never ended.
     size_t huge = edgeCount(parseDXF(entitiesText(arc(1e300, 0))).root);
     EXPECT_GE(huge, 8u);
+#ifndef DXF_THROUGH_IMPORTER
     EXPECT_LE(huge, 24u);
+#endif
 }
 
-TEST(DXFNativeParser, curvesAndOutlinesLieWhereTheFileSays) {
+TEST(DXF_SUITE, curvesAndOutlinesLieWhereTheFileSays) {
     SKPModel m = parseDXF(entitiesText(arc(350, 10)));
     const auto& p = m.root.edges.at(0).positions;
     for (Float3 q : p) EXPECT_GT(q.x, 0.98f);  // the short way, never the far side
@@ -192,14 +208,19 @@ TEST(DXFNativeParser, curvesAndOutlinesLieWhereTheFileSays) {
         EXPECT_NEAR(std::hypot(q.x - 5, q.y + 5), 3, 1e-4);
         EXPECT_EQ(q.z, 2);
     }
-    // Elevation lifts the whole outline; a bulge leaves a straight chord.
+    // Elevation lifts the whole outline; a bulge leaves a straight chord (the importer's arcs:
+    // CADConverterTest).
     Tags bulged{{0, "LWPOLYLINE"}, {38, "2.5"}, {10, "0"}, {20, "0"},
                 {42, "1"},         {10, "10"},  {20, "0"}};
-    EXPECT_EQ(parseDXF(entitiesText(bulged)).root.edges.at(0).positions,
-              (std::vector<Float3>{{0, 0, 2.5f}, {10, 0, 2.5f}}));
+    const SKPModel bulgedModel = parseDXF(entitiesText(bulged));
+    const auto& outline = bulgedModel.root.edges.at(0).positions;
+    for (Float3 q : outline) EXPECT_EQ(q.z, 2.5f);
+#ifndef DXF_THROUGH_IMPORTER
+    EXPECT_EQ(outline, (std::vector<Float3>{{0, 0, 2.5f}, {10, 0, 2.5f}}));
+#endif
 }
 
-TEST(DXFNativeParser, solidsAreStoredCrosswiseAnd3DFacesInFileOrder) {
+TEST(DXF_SUITE, solidsAreStoredCrosswiseAnd3DFacesInFileOrder) {
     auto corners = [](const char* kind, std::vector<Float3> c) {
         Tags t{{0, kind}};
         for (size_t i = 0; i < c.size(); ++i) t = t + xyz(10 + int(i), c[i]);
@@ -220,7 +241,7 @@ TEST(DXFNativeParser, solidsAreStoredCrosswiseAnd3DFacesInFileOrder) {
     EXPECT_EQ(flat.root.meshes.at(0).normals[0], (Float3{0, 0, 1}));  // collinear: straight up
 }
 
-TEST(DXFNativeParser, frozenAndNegativeColourLayersAreHidden) {
+TEST(DXF_SUITE, frozenAndNegativeColourLayersAreHidden) {
     auto layer = [](const char* name, int color, int flags) {
         return Tags{{0, "LAYER"}, {2, name}, {62, n(color)}, {70, n(flags)}};
     };
@@ -239,7 +260,7 @@ TEST(DXFNativeParser, frozenAndNegativeColourLayersAreHidden) {
 }
 
 // Everything is scaled to metres, but for the mark of a POINT, which stays 3 cm wide.
-TEST(DXFNativeParser, insUnitsScaleEverythingToMetresButPointMarks) {
+TEST(DXF_SUITE, insUnitsScaleEverythingToMetresButPointMarks) {
     const std::pair<int, float> cases[] = {{1, 0.0254f}, {4, 0.001f}, {7, 1000}, {99, 1}};
     for (auto [units, scale] : cases) {
         SCOPED_TRACE(units);
@@ -251,7 +272,7 @@ TEST(DXFNativeParser, insUnitsScaleEverythingToMetresButPointMarks) {
     }
 }
 
-TEST(DXFNativeParser, nestedBlocksAreSharedDefinitionsInCompletionOrder) {
+TEST(DXF_SUITE, nestedBlocksAreSharedDefinitionsInCompletionOrder) {
     Tags blocks = block("DOOR", {10, 0, 0}, line({10, 0, 0}, {11, 0, 0})) +
                   block("ROOM", {}, line({}, {2, 0, 0}) + insert("DOOR", {5, 0, 0}));
     SKPModel m = parseDXF(withBlocks(
@@ -278,7 +299,7 @@ TEST(DXFNativeParser, nestedBlocksAreSharedDefinitionsInCompletionOrder) {
     EXPECT_EQ(pair.definitions.size(), 16u);
 }
 
-TEST(DXFNativeParser, mirroredAndRotatedInsertsKeepTheirMatrix) {
+TEST(DXF_SUITE, mirroredAndRotatedInsertsKeepTheirMatrix) {
     Tags arrow = line({}, {1, 0, 0}) + line({}, {0, 2, 0});
     SKPModel m = parseDXF(
         withBlocks(block("ARROW", {}, arrow), insert("ARROW", {10, 0, 0}, {-1, 1, 1}, 90)));
@@ -297,7 +318,7 @@ TEST(DXFNativeParser, mirroredAndRotatedInsertsKeepTheirMatrix) {
     EXPECT_FLOAT_EQ(s.m[0], 2);  // scale stays a pure factor
 }
 
-TEST(DXFNativeParser, truncatedFileKeepsWhatWasRead) {
+TEST(DXF_SUITE, truncatedFileKeepsWhatWasRead) {
     std::string whole = entitiesText(line({}, {1, 0, 0}) + line({5, 0, 0}, {6, 0, 0}));
     // Cut inside the second LINE, just after its start x and the next code line.
     size_t cut = whole.find("5.000000");
@@ -309,7 +330,7 @@ TEST(DXFNativeParser, truncatedFileKeepsWhatWasRead) {
     for (size_t n = 0; n < whole.size(); n += 7) EXPECT_NO_THROW(parseDXF(whole.substr(0, n)));
 }
 
-TEST(DXFNativeParser, textIsReadTolerantlyWhateverItsEncoding) {
+TEST(DXF_SUITE, textIsReadTolerantlyWhateverItsEncoding) {
     // Lower-case "section", a code line that is not a number (pair skipped), malformed numbers
     // taking their defaults.
     std::string text =
@@ -325,7 +346,9 @@ TEST(DXFNativeParser, textIsReadTolerantlyWhateverItsEncoding) {
         cr += c == '\n' ? '\r' : c;
     }
     SKPModel a = parseDXF(lf);
+#ifndef DXF_THROUGH_IMPORTER
     EXPECT_EQ(edgeCount(a.root), 9u);
+#endif
     for (const std::string& variant : {crlf, cr, "\xEF\xBB\xBF" + lf})
         EXPECT_EQ(parseDXF(variant).root, a.root);
 
@@ -339,7 +362,7 @@ TEST(DXFNativeParser, textIsReadTolerantlyWhateverItsEncoding) {
     EXPECT_EQ(parseDXF(named("\u00C9tage", "caf\xE9")).layers[1].name, "\u00C3\u0089tage");
 }
 
-TEST(DXFNativeParser, cancellationStopsTheRead) {
+TEST(DXF_SUITE, cancellationStopsTheRead) {
     std::string body;
     for (int i = 0; i < 12500; ++i) body += "0\nLINE\n11\n1\n21\n" + n(i) + "\n";
     const std::string text = "0\nSECTION\n2\nENTITIES\n" + body + "0\nENDSEC\n0\nEOF\n";
@@ -348,7 +371,7 @@ TEST(DXFNativeParser, cancellationStopsTheRead) {
               SKPError::cancelled());
 }
 
-TEST(DXFNativeParser, binaryDXFReadsLikeItsASCIICopy) {
+TEST(DXF_SUITE, binaryDXFReadsLikeItsASCIICopy) {
     const Tags hiddenLayer{{0, "SECTION"}, {2, "TABLES"}, {0, "LAYER"}, {2, "Off"}, {62, "-3"}};
     const Tags text{{0, "TEXT"}, {8, "Notes"}, {1, "skipped"}};
     const Tags tags = hiddenLayer + Tags{{0, "ENDSEC"}, {0, "SECTION"}, {2, "ENTITIES"}} +
@@ -372,7 +395,7 @@ TEST(DXFNativeParser, binaryDXFReadsLikeItsASCIICopy) {
     }
 }
 
-TEST(DXFNativeParser, fileTruncatedWhileReadEndsUnreadableInsteadOfCrashing) {
+TEST(DXF_SUITE, fileTruncatedWhileReadEndsUnreadableInsteadOfCrashing) {
     test::TempDir dir;
     auto path = dir / "shrinking.dxf";
     {
@@ -385,8 +408,8 @@ TEST(DXFNativeParser, fileTruncatedWhileReadEndsUnreadableInsteadOfCrashing) {
     EXPECT_EXIT(
         {
             try {
-                DXFNativeParser::parse(
-                    path, info, [&](const auto&) { std::filesystem::resize_file(path, 100); }, {});
+                Reader::parse(path, info,
+                              [&](const auto&) { std::filesystem::resize_file(path, 100); }, {});
             } catch (const SKPError& e) {
                 std::exit(e.kind() == SKPError::Kind::unreadable ? 0 : 2);
             }
