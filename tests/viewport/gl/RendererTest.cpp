@@ -542,6 +542,19 @@ TEST_F(RendererTest, everyFixtureOfTheModelLightsTheFloorUnderIt) {
     }
 }
 
+// Plans through the CAD importer as the viewer first shows them, large enough to read their
+// text, dimensions and hatches.
+TEST_F(RendererTest, importedPlansShowTheirTextDimensionsAndHatches) {
+    const auto corpus = test::corpusDir();
+    if (!corpus) GTEST_SKIP() << "corpus absent";
+    for (const std::string name :
+         {"bnortierdxf__floorplan", "netdxf__sample", "bnortierdxf__Ceco.NET-Architecture-Tm-53"}) {
+        ViewportScene scene(SKPReader::load(*corpus / "dxf" / (name + ".dxf")));
+        RenderFrame frame = frameOf(scene, 1200, 800);
+        EXPECT_TRUE(test::matchesBaseline(renderer_->snapshot(frame, 1200, 800), "png_" + name));
+    }
+}
+
 // Real models read and assembled, large enough to judge by eye, under a low sun: a curved body
 // in the four styles and under point light, a tray under a grazing sun, a plan from the top.
 TEST_F(RendererTest, corpusModelsMatchTheirBaselines) {
