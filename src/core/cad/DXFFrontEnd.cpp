@@ -5,6 +5,7 @@
 #include <limits>
 #include <numbers>
 
+#include "dxf/DXFUnits.h"
 #include "dxf/MappedFile.h"
 #include "model/SKPError.h"
 #include "settings/Localization.h"
@@ -85,23 +86,6 @@ EntityKind classify(const DXFTag& t) {
             break;
     }
     return EntityKind::other;
-}
-
-float unitScaleFor(int insUnits) {
-    switch (insUnits) {
-        case 1:
-            return 0.0254f;
-        case 2:
-            return 0.3048f;
-        case 4:
-            return 0.001f;
-        case 5:
-            return 0.01f;
-        case 7:
-            return 1000.0f;
-        default:
-            return 1.0f;  // 3 (miles) is deliberately left at 1
-    }
 }
 
 // Codes 10/20/30 + offset into p; the extrusion from 210/220/230. False for any other code.
@@ -186,7 +170,7 @@ void DXFFrontEnd::readHeader() {
         DXFTag u;
         while (reader_.read(u)) {
             if (u.code == 70) {
-                drawing_.unitScale = unitScaleFor(u.asInt(0));
+                drawing_.unitScale = DXFUnits::metresPerUnit(u.asInt(0));
                 break;
             }
             if (u.code == 0 || u.code == 9) {

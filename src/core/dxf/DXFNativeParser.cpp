@@ -12,6 +12,7 @@
 #include "dxf/DXFDefinitionBuilder.h"
 #include "dxf/DXFTagReader.h"
 #include "dxf/DXFText.h"
+#include "dxf/DXFUnits.h"
 #include "dxf/MappedFile.h"
 #include "dxf/RawGeometry.h"
 #include "model/BoundingBox.h"
@@ -69,23 +70,6 @@ EntityKind classify(const DXFTag& t) {
             break;
     }
     return EntityKind::other;
-}
-
-float unitScaleFor(int insUnits) {
-    switch (insUnits) {
-        case 1:
-            return 0.0254f;
-        case 2:
-            return 0.3048f;
-        case 4:
-            return 0.001f;
-        case 5:
-            return 0.01f;
-        case 7:
-            return 1000.0f;
-        default:
-            return 1.0f;  // 3 (miles) is deliberately left at 1
-    }
 }
 
 class Parser {
@@ -168,7 +152,7 @@ class Parser {
             DXFTag u;
             while (reader_.read(u)) {
                 if (u.code == 70) {
-                    unitScale_ = unitScaleFor(u.asInt(0));
+                    unitScale_ = DXFUnits::metresPerUnit(u.asInt(0));
                     break;
                 }
                 if (u.code == 0 || u.code == 9) {
