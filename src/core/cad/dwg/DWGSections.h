@@ -7,11 +7,18 @@
 #include <cstdint>
 #include <optional>
 #include <span>
+#include <stdexcept>
 #include <vector>
 
 #include "cad/dwg/DWGVersion.h"
 
 namespace vistrel {
+
+// Bytes that break the format: thrown by containers and the object reader, with a developer's
+// English text for the log; the front end turns it into the error people see.
+struct DWGFormatError : std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
 
 struct DWGSections {
     DWGVersion version = DWGVersion::r2000;
