@@ -13,7 +13,10 @@
 #include <string>
 #include <vector>
 
+#include "ScopedLanguage.h"
+#include "cad/CADImporter.h"
 #include "cad/DXFFrontEnd.h"
+#include "identify/SKPFileInfo.h"
 #include "model/SKPError.h"
 
 namespace vistrel {
@@ -160,6 +163,54 @@ TEST(DWGFrontEnd, drawingsMatchTheirDXFTwins) {
             }
         }
     }
+}
+
+// Every DWG of the corpus loads, or fails naming its release when it is one not read yet.
+TEST(DWGFrontEnd, corpusFilesLoadOrNameTheirRelease) {
+    test::ScopedLanguage english(AppLanguage::en);
+    if (!std::filesystem::exists(corpus() / "dwg")) GTEST_SKIP() << "no corpus";
+    int loaded = 0, refused = 0;
+    for (const auto& entry : std::filesystem::directory_iterator(corpus() / "dwg")) {
+        SCOPED_TRACE(entry.path().filename().string());
+        const std::vector<uint8_t> bytes = bytesOf(entry.path());
+        const std::string code(bytes.begin(), bytes.begin() + std::min<size_t>(6, bytes.size()));
+        const bool readable = code == "AC1012" || code == "AC1014" || code == "AC1015";
+        try {
+            const SKPModel model =
+                CADImporter::parseBytes(bytes, SKPFileInfo::parse(bytes, entry.path(), 0));
+            EXPECT_TRUE(readable);
+            ++loaded;
+        } catch (const SKPError& e) {
+            EXPECT_FALSE(readable) << e.errorDescription();
+            EXPECT_EQ(e.kind(), SKPError::Kind::unreadable);
+            EXPECT_NE(e.errorDescription().find("(" + code), std::string::npos)
+                << e.errorDescription();
+            EXPECT_NE(e.errorDescription().find("is not read yet"), std::string::npos)
+                << e.errorDescription();
+            ++refused;
+        }
+    }
+    EXPECT_EQ(loaded, 10);
+    EXPECT_GT(refused, 0);
+}
+
+// A file cut anywhere fails with an error or yields part of its drawing, never more.
+TEST(DWGFrontEnd, cutFilesFailCleanly) {
+    const std::filesystem::path path = corpus() / "dwg/libredwg__example_2000.dwg";
+    if (!std::filesystem::exists(path)) GTEST_SKIP() << "no corpus";
+    const std::vector<uint8_t> whole = bytesOf(path);
+    const size_t full = readDWG(whole).entities.size();
+    int failed = 0;
+    for (size_t cut = 0; cut < whole.size(); cut += whole.size() / 97 + 1) {
+        const std::vector<uint8_t> part(whole.begin(), whole.begin() + cut);
+        try {
+            EXPECT_LE(readDWG(part).entities.size(), full) << cut;
+        } catch (const SKPError& e) {
+            EXPECT_EQ(e.kind(), SKPError::Kind::unreadable) << cut;
+            ++failed;
+        }
+    }
+    EXPECT_GT(failed, 0);
 }
 
 }  // namespace

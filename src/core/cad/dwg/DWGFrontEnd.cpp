@@ -49,6 +49,11 @@ CADDrawing DWGFrontEnd::read() {
     } catch (const DWGFormatError& e) {
         throw SKPError::unreadable(url_, "DWG " + release + " endommagé (" + e.what() + ")",
                                    "Damaged DWG " + release + " (" + e.what() + ")");
+    } catch (const SKPError&) {
+        throw;
+    } catch (const std::exception& e) {  // out of memory on a hostile count, say
+        throw SKPError::unreadable(url_, "DWG " + release + " illisible (" + e.what() + ")",
+                                   "DWG " + release + " could not be read (" + e.what() + ")");
     }
 }
 
