@@ -27,6 +27,9 @@ SKPModel load(const std::filesystem::path& url, const SKPFileInfo& fileInfo,
                 pluginError = e;
             }
         }
+        // A DWG has no other reader here: the importer's error is the answer.
+        if (fileInfo.isDWG())
+            return normalizeCADModel(CADImporter::parse(url, fileInfo, progress, isCancelled));
         if (fileInfo.isDXF()) {
             try {
                 return normalizeCADModel(CADImporter::parse(url, fileInfo, progress, isCancelled));
