@@ -5,6 +5,8 @@
 // the bits left could hold them; an entity whose bytes run out makes nothing.
 #pragma once
 
+#include <string_view>
+
 #include "cad/dwg/DWGEntityReaders.h"
 
 namespace vistrel::DWGEntityReaders {
@@ -16,6 +18,21 @@ void readSpline(DWGEntityInput& in);
 void readDimension(DWGEntityInput& in);
 // DWGEntityReadersHatch.cpp: HATCH, its boundary paths and pattern lines.
 void readHatch(DWGEntityInput& in);
+
+// Decodes the entity when it is one of these (`dxfName` its class's name, for types from 500);
+// false when it is another.
+inline bool readComplex(DWGEntityInput& in, std::string_view dxfName) {
+    const uint16_t type = in.object.type();
+    if (type == DWGType::spline)
+        readSpline(in);
+    else if (type >= DWGType::dimOrdinate && type <= DWGType::dimDiameter)
+        readDimension(in);
+    else if (type == DWGType::hatch || dxfName == "HATCH")
+        readHatch(in);
+    else
+        return false;
+    return true;
+}
 
 // Whether `count` items of at least `bitsEach` bits each can still be in `r`.
 inline bool fits(const DWGBitReader& r, int64_t count, size_t bitsEach) {

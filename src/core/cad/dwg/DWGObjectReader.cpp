@@ -3,6 +3,7 @@
 #include <cctype>
 #include <string_view>
 
+#include "cad/dwg/DWGComplexEntityReaders.h"
 #include "cad/dwg/DWGEntityReaders.h"
 #include "model/SKPError.h"
 #include "settings/Localization.h"
@@ -201,6 +202,7 @@ void DWGObjectReader::decode(DWGObject& o, std::vector<CADEntity>& into) {
     base.layer = layerIndex(o.readEntityHandles());
     if (o.broken()) return;
     DWGEntityInput in{o, base, drawing_, into, *this};
+    if (DWGEntityReaders::readComplex(in, classes_.dxfName(o.type()))) return;
     switch (o.type()) {
         case DWGType::line:
         case DWGType::arc:
