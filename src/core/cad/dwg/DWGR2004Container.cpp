@@ -45,6 +45,7 @@ std::span<const uint8_t> slice(std::span<const uint8_t> b, uint64_t offset, uint
 struct FileHeader {
     uint64_t pageMapAddress = 0;
     uint32_t sectionMapId = 0;
+    uint64_t copyAddress = 0;  // where the closing copy of the encrypted block starts
 };
 
 // The 0x6C bytes at 0x80 are XOR-ed with a linear-congruential byte sequence seeded with 1.
@@ -62,6 +63,7 @@ FileHeader readFileHeader(std::span<const uint8_t> file) {
     FileHeader h;
     h.pageMapAddress = le64(plain, 0x54) + 0x100;
     h.sectionMapId = le32(plain, 0x5C);
+    h.copyAddress = le64(plain, 0x34);
     return h;
 }
 
@@ -233,6 +235,8 @@ DWGSections DWGR2004Container::read(std::span<const uint8_t> file) {
     out.codePage = uint16_t(file[0x13] | file[0x14] << 8);
 
     const FileHeader header = readFileHeader(file);
+    // The file closes with a copy of the encrypted block: a file without it was cut.
+    slice(file, header.copyAddress, 0x6C, "the closing file header");
     const auto pageMap = readPageMap(
         readSystemPage(file, header.pageMapAddress, pageMapType, "page map"), file.size());
     const Page& mapPage = findPage(pageMap, header.sectionMapId);
