@@ -196,7 +196,8 @@ std::vector<uint8_t> assemble(std::span<const uint8_t> file, const SectionEntry&
     std::vector<uint8_t> out(size_t(s.size));
     std::vector<uint8_t> scratch;
     for (const auto& ref : s.pages) {
-        if (ref.size > maxDataPageBytes || ref.offset >= out.size()) {
+        if (ref.size > maxDataPageBytes || ref.compressed > maxDataPageBytes ||
+            ref.offset >= out.size()) {
             throw DWGFormatError("DWG: a page outside its section");
         }
         const Page& page = findPage(pageMap, int64_t(ref.id));
