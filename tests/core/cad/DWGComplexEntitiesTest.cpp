@@ -2,14 +2,18 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <numbers>
 #include <string>
 #include <vector>
 
 #include "cad/DXFFrontEnd.h"
+#include "cad/dwg/DWGComplexEntityReaders.h"
 #include "cad/dwg/DWGFrontEnd.h"
+#include "cad/dwg/DWGObjectReader.h"
 
 namespace vistrel {
 namespace {
@@ -185,6 +189,125 @@ TEST(DWGComplexEntities, matchTheirDXFTwins) {
     EXPECT_GT(texts, 0u);
     EXPECT_GT(dimensions, 0u);
     EXPECT_GT(hatches, 0u);
+}
+
+// Packs values most significant bit first, in the bit codes of an R2000 object.
+struct Bits {
+    std::vector<uint8_t> bytes;
+    size_t count = 0;
+
+    Bits& put(uint64_t value, unsigned width) {
+        for (unsigned i = width; i-- > 0; ++count) {
+            if (count % 8 == 0) bytes.push_back(0);
+            if ((value >> i) & 1) bytes.back() |= uint8_t(0x80 >> (count % 8));
+        }
+        return *this;
+    }
+    Bits& le(uint64_t value, unsigned byteCount) {
+        for (unsigned i = 0; i < byteCount; ++i) put((value >> (8 * i)) & 0xFF, 8);
+        return *this;
+    }
+    Bits& rd(double d) {
+        uint64_t v;
+        std::memcpy(&v, &d, 8);
+        return le(v, 8);
+    }
+    Bits& bd(double d) { return put(0, 2).rd(d); }
+    Bits& bs(int v) { return put(0, 2).le(uint16_t(v), 2); }
+    Bits& bl(int v) { return put(0, 2).le(uint32_t(v), 4); }
+    Bits& point(double x, double y) { return rd(x).rd(y); }
+};
+
+// An R2000 HATCH object around `data` (what follows the common entity data), with a null
+// extension dictionary and layer handle.
+std::vector<uint8_t> hatchObject(const Bits& data) {
+    auto body = [&](uint32_t handlesAt) {
+        Bits b;
+        b.bs(78).le(handlesAt, 4).put(0x01, 8).put(0x40, 8).bs(0);  // type, size, handle, EED
+        b.put(0, 1).put(2, 2).bl(0).put(1, 1).bs(256).bd(1).put(0, 4).bs(0).put(0, 8);
+        for (size_t i = 0; i < data.count; ++i) b.put((data.bytes[i / 8] >> (7 - i % 8)) & 1, 1);
+        return b;
+    };
+    Bits b = body(0);
+    b = body(uint32_t(b.count));
+    b.put(0x30, 8).put(0x50, 8);  // extension dictionary, layer
+    Bits object;
+    object.le(b.bytes.size(), 2);
+    object.bytes.insert(object.bytes.end(), b.bytes.begin(), b.bytes.end());
+    return object.bytes;
+}
+
+CADDrawing decodeHatch(const std::vector<uint8_t>& bytes) {
+    CADDrawing drawing;
+    DWGSections sections;
+    DWGObjectReader reader(sections, {}, {});
+    DWGObject o;
+    EXPECT_TRUE(o.open(bytes, 0, DWGVersion::r2000, 30));
+    o.readEntityCommon();
+    o.readEntityHandles();
+    DWGEntityInput in{o, CADEntity{}, drawing, drawing.entities, reader};
+    DWGEntityReaders::readHatch(in);
+    return drawing;
+}
+
+// Every edge kind, bulges and a pattern line, with angles turned to degrees; then the same
+// hatch cut before its seed point, which makes nothing.
+TEST(DWGComplexEntities, hatchEdgesAndPatternFromTheirBits) {
+    const double pi = std::numbers::pi;
+    Bits d;
+    d.bd(2.5).bd(0).bd(0).bd(1);                    // elevation, extrusion
+    d.bs(1).put('N', 8).put(0, 1).put(1, 1).bl(2);  // name "N", pattern, associative, 2 paths
+    d.bl(1 | 4).bl(3);                              // edges, pixel size follows
+    d.put(2, 8).point(1, 2).bd(3).bd(0).bd(pi / 2).put(1, 1);                 // arc
+    d.put(3, 8).point(0, 0).point(2, 0).bd(0.5).bd(pi).bd(2 * pi).put(0, 1);  // ellipse
+    d.put(4, 8).bl(2).put(1, 1).put(0, 1).bl(6).bl(3);                        // rational spline
+    for (double k : {0., 0., 0., 1., 1., 1.}) d.bd(k);
+    d.point(0, 0).bd(1).point(1, 1).bd(0.5).point(2, 0).bd(1);
+    d.bl(0);  // boundary objects
+    d.bl(2).put(1, 1).put(1, 1).bl(2).point(0, 0).bd(1).point(4, 0).bd(0).bl(0);  // polyline
+    d.bs(0).bs(1).bd(pi / 4).bd(2).put(0, 1).bs(1);  // style, type, angle, scale, 1 line
+    d.bd(pi / 4).bd(0).bd(0).bd(-0.5).bd(0.5).bs(2).bd(1.5).bd(-0.5);
+    d.bd(0.1).bl(1);  // pixel size, one seed
+    Bits whole = d;
+    whole.point(1, 1);
+
+    CADDrawing drawing = decodeHatch(hatchObject(whole));
+    ASSERT_EQ(drawing.hatches.size(), 1u);
+    ASSERT_EQ(drawing.entities.size(), 1u);
+    EXPECT_EQ(drawing.entities[0].kind, CADEntity::Kind::hatch);
+    const CADHatch& h = drawing.hatches[0];
+    EXPECT_FALSE(h.solid);
+    EXPECT_EQ(h.elevation, 2.5);
+    ASSERT_EQ(h.loops.size(), 2u);
+    ASSERT_EQ(h.loops[0].edges.size(), 3u);
+    const CADHatchEdge &arc = h.loops[0].edges[0], &ellipse = h.loops[0].edges[1],
+                       &spline = h.loops[0].edges[2];
+    EXPECT_EQ(arc.kind, CADHatchEdge::Kind::arc);
+    near(arc.a, {1, 2, 0}, "arc centre");
+    EXPECT_EQ(arc.radius, 3);
+    near(arc.endDeg, 90, "arc end");
+    EXPECT_TRUE(arc.counterClockwise);
+    EXPECT_EQ(ellipse.kind, CADHatchEdge::Kind::ellipse);
+    near(ellipse.b, {2, 0, 0}, "major axis");
+    EXPECT_EQ(ellipse.radius, 0.5);
+    near(ellipse.startDeg, 180, "ellipse start");
+    near(ellipse.endDeg, 360, "ellipse end");
+    EXPECT_FALSE(ellipse.counterClockwise);
+    EXPECT_EQ(spline.kind, CADHatchEdge::Kind::spline);
+    EXPECT_EQ(spline.spline.degree, 2);
+    EXPECT_EQ(spline.spline.knots.size(), 6u);
+    ASSERT_EQ(spline.spline.control.size(), 3u);
+    near(spline.spline.control[1], {1, 1, 0}, "control point");
+    EXPECT_EQ(spline.spline.weights, (std::vector<double>{1, 0.5, 1}));
+    ASSERT_EQ(h.loops[1].polyline.size(), 2u);
+    EXPECT_EQ(h.loops[1].polyline[0].bulge, 1);
+    near(h.loops[1].polyline[1].position, {4, 0, 0}, "polyline vertex");
+    ASSERT_EQ(h.pattern.size(), 1u);
+    near(h.pattern[0].angleDeg, 45, "pattern angle");
+    near(h.pattern[0].offset, {-0.5, 0.5, 0}, "pattern offset");
+    EXPECT_EQ(h.pattern[0].dashes, (std::vector<double>{1.5, -0.5}));
+
+    EXPECT_TRUE(decodeHatch(hatchObject(d)).hatches.empty());
 }
 
 }  // namespace
