@@ -42,6 +42,10 @@ void readMText(DWGEntityInput& in);
 // DWGEntityReadersInserts.cpp: INSERT and MINSERT (an array of inserts, at most
 // `arrayInsertsLeft` over the file), each followed by its attributes' texts.
 void readInsert(DWGEntityInput& in, int64_t& arrayInsertsLeft);
+// DWGEntityReadersDimensions.cpp: the seven DIMENSION kinds, with the block that draws each.
+void readDimension(DWGEntityInput& in);
+// DWGEntityReadersSplines.cpp: SPLINE.
+void readSpline(DWGEntityInput& in);
 
 }  // namespace DWGEntityReaders
 

@@ -230,12 +230,19 @@ void DWGObjectReader::decode(DWGObject& o, std::vector<CADEntity>& into) {
         case DWGType::mtext:
             DWGEntityReaders::readMText(in);
             return;
+        case DWGType::spline:
+            DWGEntityReaders::readSpline(in);
+            return;
         case DWGType::insert:
         case DWGType::minsert:
             DWGEntityReaders::readInsert(in, arrayInsertsLeft_);
             return;
         default:
             break;
+    }
+    if (o.type() >= DWGType::dimOrdinate && o.type() <= DWGType::dimDiameter) {
+        DWGEntityReaders::readDimension(in);
+        return;
     }
     std::string_view name = classes_.dxfName(o.type());
     if (name == "LWPOLYLINE" || name == "LWPLINE") DWGEntityReaders::readLwPolyline(in);
