@@ -44,6 +44,8 @@ void readMText(DWGEntityInput& in);
 void readInsert(DWGEntityInput& in, int64_t& arrayInsertsLeft);
 // DWGEntityReadersDimensions.cpp: the seven DIMENSION kinds, with the block that draws each.
 void readDimension(DWGEntityInput& in);
+// DWGEntityReadersHatches.cpp: HATCH.
+void readHatch(DWGEntityInput& in);
 // DWGEntityReadersSplines.cpp: SPLINE.
 void readSpline(DWGEntityInput& in);
 

@@ -233,6 +233,9 @@ void DWGObjectReader::decode(DWGObject& o, std::vector<CADEntity>& into) {
         case DWGType::spline:
             DWGEntityReaders::readSpline(in);
             return;
+        case DWGType::hatch:
+            DWGEntityReaders::readHatch(in);
+            return;
         case DWGType::insert:
         case DWGType::minsert:
             DWGEntityReaders::readInsert(in, arrayInsertsLeft_);
@@ -245,7 +248,10 @@ void DWGObjectReader::decode(DWGObject& o, std::vector<CADEntity>& into) {
         return;
     }
     std::string_view name = classes_.dxfName(o.type());
-    if (name == "LWPOLYLINE" || name == "LWPLINE") DWGEntityReaders::readLwPolyline(in);
+    if (name == "LWPOLYLINE" || name == "LWPLINE")
+        DWGEntityReaders::readLwPolyline(in);
+    else if (name == "HATCH")
+        DWGEntityReaders::readHatch(in);
 }
 
 void DWGObjectReader::poll(size_t done) {
