@@ -33,9 +33,10 @@ void readCurve(DWGEntityInput& in);
 // DWGEntityReadersFaces.cpp: 3DFACE, SOLID, TRACE.
 void readFace(DWGEntityInput& in);
 // DWGEntityReadersPolylines.cpp: LWPOLYLINE; POLYLINE 2D, 3D, polyface and mesh with their
-// VERTEX objects.
+// VERTEX objects; LEADER as the DXF front end draws it.
 void readLwPolyline(DWGEntityInput& in);
 void readPolyline(DWGEntityInput& in);
+void readLeader(DWGEntityInput& in);
 // DWGEntityReadersText.cpp: TEXT and ATTRIB (an invisible ATTRIB makes nothing), MTEXT.
 void readText(DWGEntityInput& in);
 void readMText(DWGEntityInput& in);

@@ -233,6 +233,9 @@ void DWGObjectReader::decode(DWGObject& o, std::vector<CADEntity>& into) {
         case DWGType::spline:
             DWGEntityReaders::readSpline(in);
             return;
+        case DWGType::leader:
+            DWGEntityReaders::readLeader(in);
+            return;
         case DWGType::hatch:
             DWGEntityReaders::readHatch(in);
             return;
