@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "cad/DXFFrontEnd.h"
-#include "cad/dwg/DWGComplexEntityReaders.h"
+#include "cad/dwg/DWGEntityReaders.h"
 #include "cad/dwg/DWGFrontEnd.h"
 #include "cad/dwg/DWGObjectReader.h"
 

@@ -33,15 +33,22 @@ void readCurve(DWGEntityInput& in);
 // DWGEntityReadersFaces.cpp: 3DFACE, SOLID, TRACE.
 void readFace(DWGEntityInput& in);
 // DWGEntityReadersPolylines.cpp: LWPOLYLINE; POLYLINE 2D, 3D, polyface and mesh with their
-// VERTEX objects.
+// VERTEX objects; LEADER as the DXF front end draws it.
 void readLwPolyline(DWGEntityInput& in);
 void readPolyline(DWGEntityInput& in);
+void readLeader(DWGEntityInput& in);
 // DWGEntityReadersText.cpp: TEXT and ATTRIB (an invisible ATTRIB makes nothing), MTEXT.
 void readText(DWGEntityInput& in);
 void readMText(DWGEntityInput& in);
 // DWGEntityReadersInserts.cpp: INSERT and MINSERT (an array of inserts, at most
 // `arrayInsertsLeft` over the file), each followed by its attributes' texts.
 void readInsert(DWGEntityInput& in, int64_t& arrayInsertsLeft);
+// DWGEntityReadersDimensions.cpp: the seven DIMENSION kinds, with the block that draws each.
+void readDimension(DWGEntityInput& in);
+// DWGEntityReadersHatches.cpp: HATCH.
+void readHatch(DWGEntityInput& in);
+// DWGEntityReadersSplines.cpp: SPLINE.
+void readSpline(DWGEntityInput& in);
 
 }  // namespace DWGEntityReaders
 

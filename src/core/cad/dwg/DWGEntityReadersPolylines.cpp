@@ -149,3 +149,37 @@ void readPolyline(DWGEntityInput& in) {
 }
 
 }  // namespace vistrel::DWGEntityReaders
+
+namespace vistrel::DWGEntityReaders {
+
+// A LEADER's path through its points, in world coordinates, with its arrowhead when on.
+void readLeader(DWGEntityInput& in) {
+    DWGBitReader& r = in.object.data;
+    const DWGVersion v = in.object.version();
+    CADEntity e = in.base;
+    e.kind = CADEntity::Kind::polyline;
+    e.is3D = true;
+    r.readB();
+    r.readBS();  // annotation type
+    r.readBS();  // path type
+    const uint32_t points = uint32_t(r.readBL());
+    if (points > r.bitsLeft() / 6) return;
+    auto& pool = in.drawing.vertices;
+    e.first = uint32_t(pool.size());
+    for (uint32_t i = 0; i < points; ++i) pool.push_back({toCAD(r.read3BD())});
+    for (int i = 0; i < 4; ++i) r.read3BD();  // origin, extrusion, x direction, block offset
+    if (v >= DWGVersion::r14) r.read3BD();    // end point projection
+    if (v <= DWGVersion::r14) r.readBD();     // the dimension gap
+    r.readBD();                               // box height and width
+    r.readBD();
+    r.readB();  // hook line on the x direction
+    e.arrowhead = r.readB();
+    if (in.object.broken()) {
+        pool.resize(e.first);
+        return;
+    }
+    e.count = points;
+    in.into.push_back(e);
+}
+
+}  // namespace vistrel::DWGEntityReaders

@@ -44,6 +44,7 @@ enum : uint16_t {
     ellipse = 35,
     spline = 36,
     mtext = 44,
+    leader = 45,
     blockHeader = 49,
     layer = 51,
     ltype = 57,

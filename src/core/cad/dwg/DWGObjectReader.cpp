@@ -3,7 +3,6 @@
 #include <cctype>
 #include <string_view>
 
-#include "cad/dwg/DWGComplexEntityReaders.h"
 #include "cad/dwg/DWGEntityReaders.h"
 #include "model/SKPError.h"
 #include "settings/Localization.h"
@@ -202,7 +201,6 @@ void DWGObjectReader::decode(DWGObject& o, std::vector<CADEntity>& into) {
     base.layer = layerIndex(o.readEntityHandles());
     if (o.broken()) return;
     DWGEntityInput in{o, base, drawing_, into, *this};
-    if (DWGEntityReaders::readComplex(in, classes_.dxfName(o.type()))) return;
     switch (o.type()) {
         case DWGType::line:
         case DWGType::arc:
@@ -232,6 +230,15 @@ void DWGObjectReader::decode(DWGObject& o, std::vector<CADEntity>& into) {
         case DWGType::mtext:
             DWGEntityReaders::readMText(in);
             return;
+        case DWGType::spline:
+            DWGEntityReaders::readSpline(in);
+            return;
+        case DWGType::leader:
+            DWGEntityReaders::readLeader(in);
+            return;
+        case DWGType::hatch:
+            DWGEntityReaders::readHatch(in);
+            return;
         case DWGType::insert:
         case DWGType::minsert:
             DWGEntityReaders::readInsert(in, arrayInsertsLeft_);
@@ -239,8 +246,15 @@ void DWGObjectReader::decode(DWGObject& o, std::vector<CADEntity>& into) {
         default:
             break;
     }
+    if (o.type() >= DWGType::dimOrdinate && o.type() <= DWGType::dimDiameter) {
+        DWGEntityReaders::readDimension(in);
+        return;
+    }
     std::string_view name = classes_.dxfName(o.type());
-    if (name == "LWPOLYLINE" || name == "LWPLINE") DWGEntityReaders::readLwPolyline(in);
+    if (name == "LWPOLYLINE" || name == "LWPLINE")
+        DWGEntityReaders::readLwPolyline(in);
+    else if (name == "HATCH")
+        DWGEntityReaders::readHatch(in);
 }
 
 void DWGObjectReader::poll(size_t done) {
