@@ -143,6 +143,9 @@ void readHatch(DWGEntityInput& in) {
         }
     }
     if (pixelSize) r.readBD();
+    // The seed points end the data: reading them tells a whole hatch from a cut one.
+    const uint32_t seeds = uint32_t(r.readBL());
+    for (uint32_t k = 0; k < seeds && !r.overrun(); ++k) r.read2RD();
     if (o.broken()) return;
     e.detail = uint32_t(in.drawing.hatches.size());
     in.drawing.hatches.push_back(std::move(h));

@@ -12,7 +12,7 @@ void readSpline(DWGEntityInput& in) {
     CADSpline s;
     uint32_t scenario = uint32_t(r.readBL());
     if (v >= DWGVersion::r2013) {
-        r.readBL();                                     // flags
+        s.closed = (r.readBL() & 4) != 0;               // flags; scenario 1 says it again
         scenario = uint32_t(r.readBL()) == 15 ? 1 : 2;  // a custom knot parameter has knots
     }
     s.degree = r.readBL();
