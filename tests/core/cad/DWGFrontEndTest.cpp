@@ -207,6 +207,35 @@ TEST(DWGFrontEnd, corpusFilesLoadOrNameTheirRelease) {
     }
     EXPECT_EQ(loaded, 10);
     EXPECT_GT(refused, 0);
+
+    test::ScopedLanguage french(AppLanguage::fr);
+    const std::vector<uint8_t> r12 = bytesOf(corpus() / "dwg/libredwg__r11_entities-3d.dwg");
+    try {
+        readDWG(r12);
+        ADD_FAILURE() << "an R12 drawing was read";
+    } catch (const SKPError& e) {
+        EXPECT_EQ(
+            e.errorDescription(),
+            "Fichier illisible : Cette version de DWG (AC1009, R11/R12) n'est pas encore lue");
+    }
+}
+
+TEST(DWGFrontEnd, cancellationStopsTheRead) {
+    const std::filesystem::path path = corpus() / "dwg/libredwg__example_2000.dwg";
+    if (!std::filesystem::exists(path)) GTEST_SKIP() << "no corpus";
+    const std::vector<uint8_t> bytes = bytesOf(path);
+    double reached = 0;
+    const SKPReader::ProgressCallback progress = [&](const SKPReader::Progress& p) {
+        reached = std::max(reached, p.fraction.value_or(0));
+    };
+    const SKPReader::CancelCheck cancel = [] { return true; };
+    try {
+        DWGFrontEnd(bytes, progress, cancel).read();
+        ADD_FAILURE() << "not cancelled";
+    } catch (const SKPError& e) {
+        EXPECT_EQ(e.kind(), SKPError::Kind::cancelled);
+    }
+    EXPECT_GT(reached, 0.1);
 }
 
 // A file cut anywhere fails with an error or yields part of its drawing, never more.

@@ -70,6 +70,14 @@ void DWGBitReader::seekBit(size_t bit) {
     pos_ = bit;
 }
 
+void DWGBitReader::limitTo(size_t bit) {
+    if (bit < bitSize_) bitSize_ = bit;
+    if (pos_ > bitSize_) {
+        pos_ = bitSize_;
+        overrun_ = true;
+    }
+}
+
 bool DWGBitReader::need(size_t count) {
     if (count <= bitSize_ - pos_) return true;
     overrun_ = true;

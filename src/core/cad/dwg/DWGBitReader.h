@@ -71,8 +71,8 @@ class DWGBitReader {
     // Moves to the next whole byte (no move when already on one).
     void alignByte() { seekBit((pos_ + 7) & ~size_t(7)); }
     // Narrows the readable end to `bit` (no further than the current end), so that an object's
-    // data cannot run into its handles.
-    void limitTo(size_t bit) { bitSize_ = bit < bitSize_ ? bit : bitSize_; }
+    // data cannot run into its handles. A position already past it counts as an overrun.
+    void limitTo(size_t bit);
     bool overrun() const { return overrun_; }
     void clearOverrun() { overrun_ = false; }
     std::span<const uint8_t> bytes() const { return bytes_; }

@@ -1,5 +1,7 @@
 #include "cad/dwg/DWGClasses.h"
 
+#include <algorithm>
+
 #include "cad/dwg/DWGBitReader.h"
 
 namespace vistrel {
@@ -29,7 +31,7 @@ DWGBitReader stringStream(const DWGBitReader& data, size_t endBit) {
     }
     if (size > at) return DWGBitReader();
     s.seekBit(at - size);
-    s.limitTo(at);
+    s.limitTo(at);  // after the seek: the size just read lies past it
     return s;
 }
 

@@ -13,15 +13,18 @@ namespace vistrel {
 
 namespace {
 
-// The six-byte code, printable, and its release for messages: "AC1009, R11/R12".
+// The six-byte code, printable, and its release for messages: "AC1009, R11/R12", "AC1018,
+// R2004".
 std::string releaseText(std::span<const uint8_t> bytes) {
     std::string code;
     for (size_t i = 0; i < 6 && i < bytes.size(); ++i)
         code += (bytes[i] >= 0x20 && bytes[i] < 0x7F) ? char(bytes[i]) : '?';
     const std::string label = SKPFileInfo::dwgLabel(code, false);
     static constexpr std::string_view prefix = "AutoCAD ";
-    if (label.size() > prefix.size() && label != "AutoCAD DWG")
-        return code + ", R" + label.substr(prefix.size());
+    if (label.size() > prefix.size() && label != "AutoCAD DWG") {
+        const std::string release = label.substr(prefix.size());
+        return code + ", " + (release[0] == 'R' ? "" : "R") + release;
+    }
     return code;
 }
 

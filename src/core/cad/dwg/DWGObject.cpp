@@ -73,8 +73,8 @@ void DWGObject::startHandles(size_t bit) {
     }
     if (size > at - start_) return;
     strings = s;
-    strings.limitTo(at);
     strings.seekBit(at - size);
+    strings.limitTo(at);  // after the seek: the size just read lies past it
 }
 
 void DWGObject::readEntityCommon() {

@@ -33,8 +33,8 @@ class DWGObjectReader {
     // block header handle (-1 when unknown).
     int layerIndex(uint64_t handle) const;
     int blockIndex(uint64_t handle) const;
-    // Calls f(DWGObject&) for each entity `owner` owns, in handle order, with its common data
-    // and common handles read; `layer` receives each one's layer.
+    // Calls f(DWGObject&, int layer) for each entity `owner` owns (vertices, attributes), in
+    // handle order, with its common data and common handles read.
     template <typename F>
     void forEachChild(uint64_t owner, F&& f);
     DWGVersion version() const { return sections_.version; }
@@ -70,7 +70,6 @@ class DWGObjectReader {
     std::vector<std::pair<uint64_t, int>> blocks_;         // handle, block; sorted
     uint64_t modelSpace_ = 0, paperSpace_ = 0;
     int64_t arrayInsertsLeft_ = 1'000'000;
-    friend struct DWGEntityDecoding;
 };
 
 template <typename F>
