@@ -1,6 +1,7 @@
-// DWG and DXF. The importer plug-in, where one is installed, goes first; then a DWG goes through
-// the program's CADImporter, and a DXF too, the narrow DXFNativeParser taking over when the
-// importer refuses it. Every CAD model is normalised (units, far-off origins) before return.
+// DWG and DXF. The importer plug-in, where one is installed, goes first (its failure is final
+// for a DWG); then a DWG goes through the program's CADImporter, and a DXF too, the narrow
+// DXFNativeParser taking over when the importer refuses it. Every CAD model is normalised (units,
+// far-off origins) before return.
 #pragma once
 
 #include <filesystem>

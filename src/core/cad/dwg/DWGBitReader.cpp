@@ -1,6 +1,5 @@
 #include "cad/dwg/DWGBitReader.h"
 
-#include <bit>
 #include <cstring>
 
 namespace vistrel {
@@ -76,31 +75,6 @@ void DWGBitReader::limitTo(size_t bit) {
         pos_ = bitSize_;
         overrun_ = true;
     }
-}
-
-bool DWGBitReader::need(size_t count) {
-    if (count <= bitSize_ - pos_) return true;
-    overrun_ = true;
-    pos_ = bitSize_;
-    return false;
-}
-
-uint32_t DWGBitReader::bits(unsigned count) {
-    if (!need(count)) return 0;
-    const size_t byte = pos_ >> 3;
-    const unsigned shift = pos_ & 7;
-    uint64_t window = 0;
-    if (byte + 8 <= bytes_.size()) {
-        std::memcpy(&window, bytes_.data() + byte, 8);
-        if constexpr (std::endian::native == std::endian::little)
-            window = __builtin_bswap64(window);
-    } else {
-        for (size_t i = 0; i < 8; ++i)
-            window = (window << 8) | (byte + i < bytes_.size() ? bytes_[byte + i] : 0);
-    }
-    pos_ += count;
-    if (count == 0) return 0;
-    return uint32_t((window << shift) >> (64 - count));
 }
 
 uint8_t DWGBitReader::read3B() {
@@ -200,14 +174,12 @@ DWGPoint3 DWGBitReader::read3RD() {
 
 int16_t DWGBitReader::readRS() {
     if (!need(16)) return 0;
-    const uint32_t lo = bits(8);
-    return int16_t(lo | (bits(8) << 8));
+    return int16_t(__builtin_bswap16(uint16_t(bits(16))));
 }
 
 int32_t DWGBitReader::readRL() {
     if (!need(32)) return 0;
-    const uint32_t lo = uint16_t(readRS());
-    return int32_t(lo | (uint32_t(uint16_t(readRS())) << 16));
+    return int32_t(__builtin_bswap32(bits(32)));
 }
 
 double DWGBitReader::readRD() {

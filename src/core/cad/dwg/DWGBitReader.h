@@ -6,6 +6,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <span>
 #include <string>
 
@@ -123,9 +124,28 @@ class DWGBitReader {
 
   private:
     // False, marking the overrun, when fewer than `count` bits are left.
-    bool need(size_t count);
-    // Up to 32 bits, most significant first.
-    uint32_t bits(unsigned count);
+    bool need(size_t count) {
+        if (count <= bitSize_ - pos_) return true;
+        overrun_ = true;
+        pos_ = bitSize_;
+        return false;
+    }
+    // Up to 32 bits, most significant first. Inline: every code goes through it.
+    uint32_t bits(unsigned count) {
+        if (count == 0 || !need(count)) return 0;
+        const size_t byte = pos_ >> 3;
+        const unsigned shift = pos_ & 7;
+        uint64_t window = 0;
+        if (byte + 8 <= bytes_.size()) {
+            std::memcpy(&window, bytes_.data() + byte, 8);
+            window = __builtin_bswap64(window);
+        } else {
+            for (size_t i = 0; i < 8; ++i)
+                window = (window << 8) | (byte + i < bytes_.size() ? bytes_[byte + i] : 0);
+        }
+        pos_ += count;
+        return uint32_t((window << shift) >> (64 - count));
+    }
 
     std::span<const uint8_t> bytes_;
     size_t bitSize_ = 0;
