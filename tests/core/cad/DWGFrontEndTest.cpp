@@ -146,6 +146,13 @@ TEST(DWGFrontEnd, drawingsMatchTheirDXFTwins) {
         {"dwg/acadsharp__sample_AC1015.dwg", "dxf/acadsharp__sample_AC1015_ascii.dxf", true},
         {"dwg/libredwg__example_r14.dwg", "dxf/libredwg__example_r14.dxf", false},
         {"dwg/libredwg__example_r13.dwg", "dxf/libredwg__example_r13.dxf", false},
+        {"dwg/libredwg__example_2007.dwg", "dxf/libredwg__example_2007.dxf", true},
+        {"dwg/libredwg__example_2018.dwg", "dxf/libredwg__example_2018.dxf", true},
+        {"dwg/acadsharp__sample_AC1018.dwg", "dxf/acadsharp__sample_AC1018_ascii.dxf", true},
+        {"dwg/acadsharp__sample_AC1021.dwg", "dxf/acadsharp__sample_AC1021_ascii.dxf", true},
+        {"dwg/acadsharp__sample_AC1024.dwg", "dxf/acadsharp__sample_AC1024_ascii.dxf", true},
+        {"dwg/acadsharp__sample_AC1027.dwg", "dxf/acadsharp__sample_AC1027_ascii.dxf", true},
+        {"dwg/acadsharp__sample_AC1032.dwg", "dxf/acadsharp__sample_AC1032_ascii.dxf", true},
     };
     for (const Pair& pair : pairs) {
         SCOPED_TRACE(pair.dwg);

@@ -4,6 +4,8 @@
 
 #include "cad/dwg/DWGObjectReader.h"
 #include "cad/dwg/DWGR2000Container.h"
+#include "cad/dwg/DWGR2004Container.h"
+#include "cad/dwg/DWGR2007Container.h"
 #include "cad/dwg/DWGSections.h"
 #include "cad/dwg/DWGVersion.h"
 #include "identify/SKPFileInfo.h"
@@ -45,9 +47,12 @@ CADDrawing DWGFrontEnd::read() {
     std::string_view code(reinterpret_cast<const char*>(bytes_.data()),
                           std::min<size_t>(6, bytes_.size()));
     const std::optional<DWGVersion> version = dwgVersion(code);
-    if (!version || *version > DWGVersion::r2000) throw notRead();
+    if (!version) throw notRead();
     try {
-        DWGSections sections = DWGR2000Container::read(bytes_, *version);
+        DWGSections sections = *version <= DWGVersion::r2000
+                                   ? DWGR2000Container::read(bytes_, *version)
+                               : *version == DWGVersion::r2007 ? DWGR2007Container::read(bytes_)
+                                                               : DWGR2004Container::read(bytes_);
         return DWGObjectReader(sections, progress_, isCancelled_).read();
     } catch (const DWGFormatError& e) {
         throw SKPError::unreadable(url_, "DWG " + release + " endommagé (" + e.what() + ")",

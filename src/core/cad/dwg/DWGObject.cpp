@@ -93,7 +93,7 @@ void DWGObject::readEntityCommon() {
     if (version_ >= DWGVersion::r2004) c.xdictionaryMissing = data.readB();
     if (version_ >= DWGVersion::r2013) data.readB();  // binary data in the data store
     if (version_ <= DWGVersion::r14) c.byLayerLinetype = data.readB();
-    c.noLinks = data.readB();
+    if (version_ <= DWGVersion::r2000) c.noLinks = data.readB();  // links are gone from R2004
     c.color = data.readENC(version_);
     data.readBD();  // linetype scale
     if (version_ >= DWGVersion::r2000) {
