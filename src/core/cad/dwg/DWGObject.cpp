@@ -18,7 +18,11 @@ bool DWGObject::open(std::span<const uint8_t> objects, uint64_t offset, DWGVersi
     handlesAt_ = 0;
     if (version >= DWGVersion::r2010) {
         handleBits_ = data.readUMC();
-        if (handleBits_ > size_t(size) * 8) return false;
+        // The size counts from here, after the handle stream's size.
+        start_ = data.bitPosition();
+        end_ = start_ + size_t(size) * 8;
+        if (end_ > objects.size() * 8 || handleBits_ > size_t(size) * 8) return false;
+        data.limitTo(end_);
         handlesAt_ = end_ - size_t(handleBits_);
     }
     type_ = data.readOT(version);
