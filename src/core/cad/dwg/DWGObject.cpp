@@ -13,18 +13,18 @@ bool DWGObject::open(std::span<const uint8_t> objects, uint64_t offset, DWGVersi
     const uint32_t size = data.readMS();
     start_ = data.bitPosition();
     if (data.overrun() || size == 0 || size > (objects.size() - start_ / 8)) return false;
-    end_ = start_ + size_t(size) * 8;
-    data.limitTo(end_);
     handlesAt_ = 0;
     if (version >= DWGVersion::r2010) {
         handleBits_ = data.readUMC();
         // The size counts from here, after the handle stream's size.
         start_ = data.bitPosition();
-        end_ = start_ + size_t(size) * 8;
-        if (end_ > objects.size() * 8 || handleBits_ > size_t(size) * 8) return false;
-        data.limitTo(end_);
-        handlesAt_ = end_ - size_t(handleBits_);
+        if (data.overrun() || size > (objects.size() - start_ / 8) ||
+            handleBits_ > size_t(size) * 8)
+            return false;
     }
+    end_ = start_ + size_t(size) * 8;
+    data.limitTo(end_);
+    if (version >= DWGVersion::r2010) handlesAt_ = end_ - size_t(handleBits_);
     type_ = data.readOT(version);
     if (version >= DWGVersion::r2000 && version <= DWGVersion::r2007) {
         const uint32_t bits = uint32_t(data.readRL());
