@@ -4,6 +4,7 @@
 
 #include "cad/CADConverter.h"
 #include "cad/DXFFrontEnd.h"
+#include "cad/dwg/DWGFrontEnd.h"
 #include "dxf/MappedFile.h"
 #include "model/SKPError.h"
 
@@ -15,7 +16,9 @@ SKPModel parseImpl(std::span<const uint8_t> bytes, const SKPFileInfo& fileInfo,
                    const SKPReader::ProgressCallback& progress,
                    const SKPReader::CancelCheck& isCancelled, const MappedFile* file) {
     auto start = std::chrono::steady_clock::now();
-    CADDrawing drawing = DXFFrontEnd(bytes, progress, isCancelled, file).read();
+    CADDrawing drawing = fileInfo.isDWG()
+                             ? DWGFrontEnd(bytes, progress, isCancelled, fileInfo.url).read()
+                             : DXFFrontEnd(bytes, progress, isCancelled, file).read();
     SKPModel model = CADConverter::convert(std::move(drawing), fileInfo);
     model.stats.loadSeconds =
         std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();

@@ -27,6 +27,11 @@ SKPModel load(const std::filesystem::path& url, const SKPFileInfo& fileInfo,
                 pluginError = e;
             }
         }
+        // The plug-in's failure is final for a DWG; without a plug-in, the importer's answer is.
+        if (fileInfo.isDWG()) {
+            if (pluginError) throw *pluginError;
+            return normalizeCADModel(CADImporter::parse(url, fileInfo, progress, isCancelled));
+        }
         if (fileInfo.isDXF()) {
             try {
                 return normalizeCADModel(CADImporter::parse(url, fileInfo, progress, isCancelled));

@@ -1,6 +1,7 @@
-// DWG and DXF. A DXF goes through the program's CADImporter first; when it refuses the file,
-// through the importer plug-in if one is installed, and last through the narrow DXFNativeParser. A
-// DWG needs the plug-in. Every CAD model is normalised (units, far-off origins) before return.
+// DWG and DXF. The importer plug-in, where one is installed, goes first (its failure is final
+// for a DWG); then a DWG goes through the program's CADImporter, and a DXF too, the narrow
+// DXFNativeParser taking over when the importer refuses it. Every CAD model is normalised (units,
+// far-off origins) before return.
 #pragma once
 
 #include <filesystem>
@@ -9,8 +10,9 @@
 
 namespace vistrel::CADReader {
 
-// Throws SKPError: sketchUpNotFound for a DWG with no plug-in, the parser's errors for DXF.
-// VISTREL_FORCE_NATIVE_DXF keeps the importer and the plug-in out of it.
+// Throws SKPError: the importer's errors for a DWG (unreadable with a reason for a release not
+// read), the parser's for DXF. VISTREL_FORCE_NATIVE_DXF keeps the importer and the plug-in out
+// of it (a DWG then fails with sketchUpNotFound).
 SKPModel load(const std::filesystem::path& url, const SKPFileInfo& fileInfo,
               const SKPReader::ProgressCallback& progress,
               const SKPReader::CancelCheck& isCancelled);

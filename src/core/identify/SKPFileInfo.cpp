@@ -10,6 +10,7 @@
 #include <functional>
 #include <string_view>
 
+#include "identify/DWGPreview.h"
 #include "model/SKPError.h"
 
 namespace vistrel {
@@ -137,7 +138,9 @@ SKPFileInfo SKPFileInfo::parse(std::span<const uint8_t> header, const std::files
     } else if (auto code = parseDWGVersion(header)) {
         info.version = code;
         info.versionLabel = dwgLabel(*code, false);
-        info.thumbnailPNG = thumbnail(header);
+        // The preview the header points to first: it may be a bitmap, which no carve finds.
+        info.thumbnailPNG = DWGPreview::png(header);
+        if (!info.thumbnailPNG) info.thumbnailPNG = thumbnail(header);
     } else if (auto dxf = parseDXFVersion(header, url)) {
         info.version = dxf->first;
         info.versionLabel = dxf->second;

@@ -23,6 +23,19 @@ SKPError SKPError::unreadable(std::filesystem::path url) {
     return e;
 }
 
+SKPError SKPError::unreadable(std::filesystem::path url, std::string reasonFr,
+                              std::string reasonEn) {
+    SKPError e(Kind::unreadable);
+    e.url_ = std::move(url);
+    e.reasonFr_ = std::move(reasonFr);
+    e.reasonEn_ = std::move(reasonEn);
+    return e;
+}
+
+std::string SKPError::reason() const {
+    return reasonFr_.empty() && reasonEn_.empty() ? std::string() : L(reasonFr_, reasonEn_);
+}
+
 SKPError SKPError::cancelled() {
     return SKPError(Kind::cancelled);
 }
@@ -33,7 +46,10 @@ std::string SKPError::errorDescription() const {
             return L("Chargement annulé.", "Loading cancelled.");
         case Kind::unreadable: {
             std::string name = url_.filename().string();
-            return L("Fichier illisible : ", "Unreadable file: ") + name;
+            std::string text = L("Fichier illisible : ", "Unreadable file: ") + name;
+            if (std::string why = reason(); !why.empty())
+                text += (name.empty() ? "" : " \u2014 ") + why;
+            return text;
         }
         case Kind::api: {
             std::string tail = " \u2192 " + std::to_string(code_) + ").";

@@ -18,6 +18,9 @@ class SKPError : public std::exception {
     // code -1 marks a failure of the binding itself rather than of a library call.
     static SKPError api(std::string function, int32_t code);
     static SKPError unreadable(std::filesystem::path url);
+    // The same with the reason, in French and English, added after the file name.
+    static SKPError unreadable(std::filesystem::path url, std::string reasonFr,
+                               std::string reasonEn);
     static SKPError cancelled();
 
     Kind kind() const { return kind_; }
@@ -25,6 +28,8 @@ class SKPError : public std::exception {
     const std::string& function() const { return function_; }
     int32_t code() const { return code_; }
     const std::filesystem::path& url() const { return url_; }
+    // The reason in the language in force; empty when none was given.
+    std::string reason() const;
 
     // Text for people, French or English after Localization.
     std::string errorDescription() const;
@@ -33,7 +38,8 @@ class SKPError : public std::exception {
 
     friend bool operator==(const SKPError& a, const SKPError& b) {
         return a.kind_ == b.kind_ && a.searched_ == b.searched_ && a.function_ == b.function_ &&
-               a.code_ == b.code_ && a.url_ == b.url_;
+               a.code_ == b.code_ && a.url_ == b.url_ && a.reasonFr_ == b.reasonFr_ &&
+               a.reasonEn_ == b.reasonEn_;
     }
 
   private:
@@ -43,6 +49,7 @@ class SKPError : public std::exception {
     std::string function_;
     int32_t code_ = 0;
     std::filesystem::path url_;
+    std::string reasonFr_, reasonEn_;
     mutable std::string what_;
 };
 

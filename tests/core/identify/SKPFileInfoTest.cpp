@@ -8,6 +8,7 @@
 
 #include "TestEnv.h"
 #include "ThrownError.h"
+#include "identify/DWGPreview.h"
 #include "model/SKPError.h"
 
 using namespace vistrel;
@@ -184,4 +185,60 @@ TEST(SKPFileInfo, corpusFilesIdentifyAsTheirHeadersImply) {
     }
     EXPECT_GT(checked, 150);
     EXPECT_GT(thumbnails, 10);
+}
+
+namespace {
+
+// The size and pixels of a PNG, or nothing when it does not decode.
+std::optional<std::pair<png_uint_32, std::vector<uint8_t>>> decodeRGB(
+    const std::vector<uint8_t>& data) {
+    png_image image{};
+    image.version = PNG_IMAGE_VERSION;
+    if (!png_image_begin_read_from_memory(&image, data.data(), data.size())) return std::nullopt;
+    image.format = PNG_FORMAT_RGB;
+    std::vector<uint8_t> pixels(PNG_IMAGE_SIZE(image));
+    bool ok = png_image_finish_read(&image, nullptr, pixels.data(), 0, nullptr);
+    png_image_free(&image);
+    if (!ok) return std::nullopt;
+    return std::pair{image.width << 16 | image.height, pixels};
+}
+
+}  // namespace
+
+TEST(SKPFileInfo, dwgBitmapPreviewBecomesPNG) {
+    // A 3x2 palette bitmap, rows bottom-up and padded to 4 bytes.
+    std::vector<uint8_t> dib(40, 0);
+    dib[0] = 40, dib[4] = 3, dib[8] = 2, dib[12] = 1, dib[14] = 8, dib[32] = 3;
+    for (uint8_t c : {0, 0, 255, 0, /**/ 0, 255, 0, 0, /**/ 255, 0, 0, 0}) dib.push_back(c);
+    for (uint8_t i : {2, 2, 2, 0, /**/ 0, 1, 2, 0}) dib.push_back(i);
+    auto png = DWGPreview::pngFromDIB(dib);
+    ASSERT_TRUE(png);
+    auto rgb = decodeRGB(*png);
+    ASSERT_TRUE(rgb);
+    EXPECT_EQ(rgb->first, png_uint_32(3 << 16 | 2));
+    const std::vector<uint8_t> expected{255, 0, 0,   0, 255, 0,   0, 0, 255,  // top: red green blue
+                                        0,   0, 255, 0, 0,   255, 0, 0, 255};
+    EXPECT_EQ(rgb->second, expected);
+    dib[52] = 7;  // an index past the palette
+    EXPECT_FALSE(DWGPreview::pngFromDIB(dib));
+    EXPECT_FALSE(DWGPreview::pngFromDIB(std::span(dib).first(50)));
+
+    // Through the header of real files: a bitmap (2000, 2004, 2007) or a stored PNG (2018).
+    auto corpus = test::corpusDir();
+    if (!corpus) GTEST_SKIP() << "corpus not present";
+    for (const char* name :
+         {"dwg/libredwg__example_2000.dwg", "dwg/acadsharp__sample_AC1018.dwg",
+          "dwg/libredwg__example_2007.dwg", "dwg/acadsharp__sample_AC1032.dwg"}) {
+        SCOPED_TRACE(name);
+        auto info = SKPFileInfo::read(*corpus / name);
+        ASSERT_TRUE(info.thumbnailPNG);
+        auto image = decodeRGB(*info.thumbnailPNG);
+        ASSERT_TRUE(image);
+        EXPECT_GT(image->first >> 16, 32u);
+        // A drawing, not a blank: more than one colour.
+        const auto& p = image->second;
+        bool varied = false;
+        for (size_t i = 3; i < p.size() && !varied; ++i) varied = p[i] != p[i % 3];
+        EXPECT_TRUE(varied);
+    }
 }
