@@ -255,6 +255,20 @@ TEST(DWGFrontEnd, cutFilesFailCleanly) {
         }
     }
     EXPECT_GT(failed, 0);
+
+    // A byte changed in the object map fails its section's CRC.
+    std::vector<uint8_t> garbled = whole;
+    const uint32_t mapAt =
+        uint32_t(whole[0x19 + 2 * 9 + 1]) | uint32_t(whole[0x19 + 2 * 9 + 2]) << 8 |
+        uint32_t(whole[0x19 + 2 * 9 + 3]) << 16 | uint32_t(whole[0x19 + 2 * 9 + 4]) << 24;
+    ASSERT_EQ(whole[0x19 + 2 * 9], 2);  // the third locator is the object map's
+    garbled[mapAt + 10] ^= 0x10;
+    try {
+        readDWG(garbled);
+        ADD_FAILURE() << "a garbled object map was read";
+    } catch (const SKPError& e) {
+        EXPECT_NE(e.errorDescription().find("CRC"), std::string::npos) << e.errorDescription();
+    }
 }
 
 }  // namespace
