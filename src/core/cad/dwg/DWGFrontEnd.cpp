@@ -45,9 +45,18 @@ CADDrawing DWGFrontEnd::read() {
     std::string_view code(reinterpret_cast<const char*>(bytes_.data()),
                           std::min<size_t>(6, bytes_.size()));
     const std::optional<DWGVersion> version = dwgVersion(code);
-    if (!version || *version > DWGVersion::r2000) throw notRead();
+    if (!version) throw notRead();
     try {
-        DWGSections sections = DWGR2000Container::read(bytes_, *version);
+        DWGSections sections;
+        switch (*version) {
+            case DWGVersion::r13:
+            case DWGVersion::r14:
+            case DWGVersion::r2000:
+                sections = DWGR2000Container::read(bytes_, *version);
+                break;
+            default:  // R2004 on: their containers are not in yet
+                throw notRead();
+        }
         return DWGObjectReader(sections, progress_, isCancelled_).read();
     } catch (const DWGFormatError& e) {
         throw SKPError::unreadable(url_, "DWG " + release + " endommagé (" + e.what() + ")",
