@@ -36,11 +36,12 @@ namespace vistrel::viewport {
 
 class ViewportScene {
   public:
+    // Millions in a large plan: the layers are an index into a table of the few distinct keys.
     struct Placement {
         int definition = -1;  // -1: the model's root
-        Float4x4 transform;   // full world transform
+        int layerKey = 0;     // layers(): the layers it inherits
         std::optional<int> material;
-        std::vector<int> layers;  // ascending
+        Float4x4 transform;  // full world transform
     };
 
     struct LayerSet {
@@ -92,6 +93,10 @@ class ViewportScene {
     const std::shared_ptr<SceneNode>& modelRoot() const { return modelRoot_; }
 
     const std::vector<Placement>& placements() const { return placements_; }
+    // A placement's inherited layers, ascending.
+    const std::vector<int>& layers(const Placement& p) const {
+        return layerKeys_[size_t(p.layerKey)];
+    }
     // Layer sets in order of creation.
     const std::vector<std::unique_ptr<LayerSet>>& layerSets() const { return layerSetList_; }
     LayerSet* findLayerSet(const std::vector<int>& layers) const;
@@ -233,8 +238,9 @@ class ViewportScene {
     void buildUnbuilt(const std::vector<LayerSet*>& sets);
     bool hasHiddenLayer(const LayerSet& set) const;
     Float3 highlightEdgeBase(bool& light) const;
-    void place(int definition, const Float4x4& transform, std::optional<int> material,
-               const std::vector<int>& layers);
+    void place(int definition, const Float4x4& transform, std::optional<int> material, int key);
+    int internKey(std::vector<int> layers);
+    int keyWithLayer(int key, int layer);
     LayerSet* layerSet(const std::vector<int>& layers);
     const Definition& definition(int index) const;
     std::shared_ptr<Geometry> mergeFaces(const Chunk& chunk) const;
@@ -261,6 +267,10 @@ class ViewportScene {
     std::shared_ptr<Material> edgeMaterial_;
 
     std::vector<Placement> placements_;
+    std::vector<std::vector<int>> layerKeys_;
+    std::map<std::vector<int>, int> layerKeyIndex_;
+    std::unordered_map<uint64_t, int> keyWithLayer_;               // key << 32 | layer
+    std::unordered_map<uint64_t, std::vector<LayerSet*>> setsOf_;  // key << 32 | definition
     std::map<std::vector<int>, LayerSet*> layerSets_;
     std::vector<std::unique_ptr<LayerSet>> layerSetList_;
     std::unordered_map<int, std::vector<LayerSet*>> setsByLayer_;

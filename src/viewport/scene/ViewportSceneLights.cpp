@@ -295,13 +295,14 @@ std::vector<ViewportPointLight> ViewportScene::extractSceneLights() const {
         layerNamed[i] = matchesLightName(model_.layers[i].name);
     for (const Placement& p : placements_) {
         if (p.definition < 0) continue;
-        if (std::any_of(p.layers.begin(), p.layers.end(),
+        const std::vector<int>& placed = layers(p);
+        if (std::any_of(placed.begin(), placed.end(),
                         [&](int l) { return hiddenLayers_.contains(l); }))
             continue;
         const Definition& d = model_.definitions[size_t(p.definition)];
         bool named = definitionNamed[size_t(p.definition)];
-        for (size_t k = 0; !named && k < p.layers.size(); ++k) {
-            int l = p.layers[k];
+        for (size_t k = 0; !named && k < placed.size(); ++k) {
+            int l = placed[k];
             if (l >= 0 && size_t(l) < model_.layers.size()) named = layerNamed[size_t(l)];
         }
         if (!named) continue;
