@@ -81,6 +81,8 @@ struct GpuGeometry : GpuResource {
 
 // Line chunks of fewer segments are always drawn whole: thinning them saves little.
 constexpr size_t kThinFromSegments = 256;
+// Primitives drawn by a software rasteriser between waits for it.
+constexpr size_t kQueuedPrimitiveLimit = 500000;
 // Segments below a cell of at most this many device pixels are merged per cell.
 constexpr float kThinCellPixels = 0.5f;
 
@@ -260,6 +262,11 @@ struct Renderer::Impl {
 
     Statistics* stats = nullptr;
 
+    // Mesa's software rasterisers bin whole draws ahead of their threads without bound: a frame
+    // of millions of primitives queued 2 GB. Waiting every few hundred thousand keeps it small.
+    bool softwareQueue = false;
+    size_t queuedPrimitives = 0;
+
     ~Impl();
     bool initialize(std::string& error);
     void flushDeletions();
@@ -273,6 +280,7 @@ struct Renderer::Impl {
     void updateBackdrop(const Image* image);
     void updateEnvironment(const Image* image);
     void drawGeometry(const Geometry& g, const DrawItem* item = nullptr);
+    void waitForSoftwareQueue(size_t primitives);
     void render(const RenderFrame& frame, GLuint target, int w, int h);
 };
 
@@ -455,6 +463,10 @@ bool Renderer::Impl::initialize(std::string& error) {
         error = "the renderer could not create its resources";
         return false;
     }
+    const GLubyte* name = glGetString(GL_RENDERER);
+    const std::string renderer = name ? reinterpret_cast<const char*>(name) : "";
+    softwareQueue = renderer.find("llvmpipe") != std::string::npos ||
+                    renderer.find("softpipe") != std::string::npos;
     ready = true;
     return true;
 }
@@ -693,6 +705,7 @@ void Renderer::Impl::drawGeometry(const Geometry& g, const DrawItem* item) {
         glBindVertexArray(l->vertexArray);
         glDrawArrays(GL_LINES, 0, l->count);
         stats->drawCalls++;
+        waitForSoftwareQueue(size_t(l->count / 2));
         return;
     }
     if (!gpu.vertexArray) uploadVertices(g, gpu);
@@ -703,6 +716,15 @@ void Renderer::Impl::drawGeometry(const Geometry& g, const DrawItem* item) {
         glDrawArrays(GL_LINES, 0, gpu.count);
     stats->drawCalls++;
     if (g.primitive == Geometry::Primitive::triangles) stats->triangles += gpu.count / 3;
+    waitForSoftwareQueue(g.primitiveCount());
+}
+
+void Renderer::Impl::waitForSoftwareQueue(size_t primitives) {
+    if (!softwareQueue) return;
+    queuedPrimitives += primitives;
+    if (queuedPrimitives < kQueuedPrimitiveLimit) return;
+    glFinish();
+    queuedPrimitives = 0;
 }
 
 namespace {
