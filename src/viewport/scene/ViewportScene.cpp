@@ -1,6 +1,7 @@
 #include "scene/ViewportScene.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cassert>
 #include <chrono>
 #include <cmath>
@@ -50,6 +51,11 @@ Float4x4 rotationX(float radians) {
 
 constexpr float kInf = std::numeric_limits<float>::infinity();
 
+// Shares of the assembly: placing every instance, then grouping pieces into chunks; merging
+// takes the rest, in proportion to the vertices merged.
+constexpr double kPlacedFraction = 0.15;
+constexpr double kChunkedFraction = 0.35;
+
 // How many placements a definition makes, itself included; memoised in `counts` (-1: unknown).
 int64_t placementCount(const SKPModel& model, const Definition& d, std::vector<int64_t>& counts) {
     int64_t n = 1;
@@ -88,10 +94,11 @@ int ViewportScene::LayerSet::primary() const {
     return layers.empty() ? 0 : layers.front();
 }
 
-ViewportScene::ViewportScene(SKPModel model)
+ViewportScene::ViewportScene(SKPModel model, Progress progress)
     : model_(std::move(model)),
       root_(SceneNode::make("root")),
       modelRoot_(SceneNode::make("model")) {
+    progress_ = std::move(progress);
     background_ = Rendering::backdropImage(backdropStyle_, customBackdropColor_);
     lightingEnvironment_ = Rendering::skyImage(false);
     lightingEnvironmentIntensity_ = 1.05f;
@@ -119,6 +126,7 @@ ViewportScene::ViewportScene(SKPModel model)
     place(-1, Float4x4::identity(), std::nullopt, internKey({}));
     keyWithLayer_ = {};
     setsOf_ = {};
+    report(kPlacedFraction);
 
     std::vector<LayerSet*> visible;
     for (auto& s : layerSetList_)
@@ -126,6 +134,8 @@ ViewportScene::ViewportScene(SKPModel model)
                          [&](int l) { return hiddenLayers_.contains(l); }))
             visible.push_back(s.get());
     build(visible);
+    report(1);
+    progress_ = {};
 
     if (timingEnabled()) {
         double seconds =
@@ -139,6 +149,14 @@ ViewportScene::ViewportScene(SKPModel model)
         std::fflush(stdout);
     }
     createLights();
+}
+
+void ViewportScene::report(double fraction) {
+    if (!progress_) return;
+    std::lock_guard lock(progressMutex_);
+    if (fraction < 1 && fraction - reported_ < 0.01) return;
+    reported_ = fraction;
+    progress_(fraction);
 }
 
 ViewportScene::~ViewportScene() {
@@ -343,9 +361,16 @@ void ViewportScene::build(const std::vector<LayerSet*>& sets) {
         std::fflush(stdout);
     }
 
+    report(kChunkedFraction);
+    int64_t total = 0;
+    for (const Chunk& c : chunks) total += c.vertices;
+    std::atomic<int64_t> done{0};
     std::vector<std::shared_ptr<Geometry>> merged(chunks.size());
     parallelFor(chunks.size(), [&](size_t i) {
         merged[i] = chunks[i].material ? mergeFaces(chunks[i]) : mergeEdges(chunks[i]);
+        const int64_t now = done += chunks[i].vertices;
+        if (total > 0)
+            report(kChunkedFraction + (1 - kChunkedFraction) * double(now) / double(total));
     });
 
     for (LayerSet* set : sets) {

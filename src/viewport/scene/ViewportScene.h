@@ -14,6 +14,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <set>
 #include <string_view>
@@ -82,8 +83,12 @@ class ViewportScene {
     // 2 model units of an inherited material (divided by its textureScale).
     enum class UVs { none = 0, own = 1, inherited = 2 };
 
+    // The fraction of the assembly done, from 0 to 1, in steps of at least a hundredth; called
+    // on the assembling thread or its helpers, one call at a time.
+    using Progress = std::function<void(double)>;
+
     // Builds everything visible. Slow: run it away from the main thread.
-    explicit ViewportScene(SKPModel model);
+    explicit ViewportScene(SKPModel model, Progress progress = {});
     ~ViewportScene();
     ViewportScene(const ViewportScene&) = delete;
     ViewportScene& operator=(const ViewportScene&) = delete;
@@ -265,6 +270,11 @@ class ViewportScene {
     std::shared_ptr<Material> defaultMaterial_;
     std::shared_ptr<Material> clayMaterial_;
     std::shared_ptr<Material> edgeMaterial_;
+
+    Progress progress_;  // during construction only
+    std::mutex progressMutex_;
+    double reported_ = 0;
+    void report(double fraction);
 
     std::vector<Placement> placements_;
     std::vector<std::vector<int>> layerKeys_;
