@@ -9,6 +9,7 @@
 #include <cstring>
 #include <limits>
 #include <numbers>
+#include <utility>
 #include <vector>
 
 #include "gl/FrameLights.h"
@@ -52,7 +53,11 @@ struct LineLevel {
     bool thinned = false;
     GLuint vertexArray = 0, buffer = 0;
     GLsizei count = 0;
+    uint64_t usedInFrame = 0;
 };
+
+// Levels kept per chunk: zooming through many would otherwise keep a copy for each.
+constexpr size_t kLineLevelsKept = 3;
 
 struct GpuGeometry : GpuResource {
     std::weak_ptr<DeletionQueue> owner;
@@ -64,6 +69,20 @@ struct GpuGeometry : GpuResource {
         for (const LineLevel& x : levels)
             if (x.level == l) return &x;
         return nullptr;
+    }
+    LineLevel* level(int l) { return const_cast<LineLevel*>(std::as_const(*this).level(l)); }
+    // Makes room for one more level, dropping the least recently used one not used in `frame`.
+    void makeRoom(uint64_t frame) {
+        if (levels.size() < kLineLevelsKept) return;
+        auto oldest = std::min_element(levels.begin(), levels.end(), [](auto& a, auto& b) {
+            return a.usedInFrame < b.usedInFrame;
+        });
+        if (oldest->usedInFrame == frame) return;
+        if (auto q = owner.lock(); q && oldest->thinned) {
+            q->vertexArrays.push_back(oldest->vertexArray);
+            q->buffers.push_back(oldest->buffer);
+        }
+        levels.erase(oldest);
     }
     ~GpuGeometry() override {
         if (auto q = owner.lock()) {
@@ -258,6 +277,7 @@ struct Renderer::Impl {
         std::vector<Float3> points;
     };
     std::vector<ThinJob> thinJobs;
+    uint64_t frameNumber = 0;
     uint32_t sequence = 0;
 
     Statistics* stats = nullptr;
@@ -586,6 +606,7 @@ void Renderer::Impl::uploadVertices(const Geometry& g, GpuGeometry& gpu) {
 void Renderer::Impl::thinLines(const RenderCamera& camera, const Float3& eye,
                                float pixelAtUnitDistance, float orthoPixel) {
     const bool ortho = camera.settings.usesOrthographicProjection;
+    ++frameNumber;
     thinJobs.clear();
     for (DrawItem& item : items) {
         item.thin = false;
@@ -602,7 +623,8 @@ void Renderer::Impl::thinLines(const RenderCamera& camera, const Float3& eye,
         if (!(cell > 0) || !std::isfinite(cell)) continue;
         item.thinLevel = int(std::floor(std::log2(cell)));
         auto& gpu = static_cast<GpuGeometry&>(*g.gpu);
-        if (const LineLevel* l = gpu.level(item.thinLevel)) {
+        if (LineLevel* l = gpu.level(item.thinLevel)) {
+            l->usedInFrame = frameNumber;
             item.thin = l->thinned;
             continue;
         }
@@ -634,6 +656,8 @@ void Renderer::Impl::thinLines(const RenderCamera& camera, const Float3& eye,
             glVertexAttribPointer(0, 3, GL_FLOAT, GL_FALSE, 0, nullptr);
             l.count = GLsizei(j.points.size());
         }
+        l.usedInFrame = frameNumber;
+        j.gpu->makeRoom(frameNumber);
         j.gpu->levels.push_back(l);
         j.points = {};
     }
