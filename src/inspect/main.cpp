@@ -2,13 +2,16 @@
 // Status 0 when every file loaded, 1 when one failed, 2 for a bad command line.
 #include <chrono>
 #include <iostream>
+#include <memory>
 
 #include "InspectOptions.h"
 #include "ModelSummary.h"
 #include "gl/HeadlessSnapshot.h"
 #include "identify/SKPFileInfo.h"
+#include "image/PNGFile.h"
 #include "model/SKPError.h"
 #include "pdf/VectorPDFExporter.h"
+#include "scene/ViewportScene.h"
 #include "settings/Localization.h"
 #include "sketchup/SKPReader.h"
 
@@ -26,17 +29,21 @@ bool summarize(const std::filesystem::path& path, const InspectOptions& options)
         double seconds =
             std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
         std::cout << modelSummary(model, seconds).dump(2) << std::endl;
+        // The scene takes the model rather than a copy of it: a large plan would be held twice.
+        std::unique_ptr<viewport::ViewportScene> scene;
         if (options.png) {
+            scene = std::make_unique<viewport::ViewportScene>(std::move(model));
             std::string error;
-            if (!viewport::HeadlessSnapshot::writePNG(
-                    model, {options.width, options.height, options.style}, *options.png, error)) {
+            auto image = viewport::HeadlessSnapshot::render(
+                *scene, {options.width, options.height, options.style}, error);
+            if (!image || !viewport::PNGFile::write(*image, *options.png, error)) {
                 std::cerr << "vistrel-inspect: " << error << "\n";
                 return false;
             }
         }
         if (options.pdf) {
-            if (auto failure =
-                    viewport::VectorPDFExporter::exportInitialView(model, *options.pdf)) {
+            if (auto failure = viewport::VectorPDFExporter::exportInitialView(
+                    scene ? scene->model() : model, *options.pdf)) {
                 std::cerr << "vistrel-inspect: " << *failure << "\n";
                 return false;
             }

@@ -131,7 +131,16 @@ void SKPDocument::startLoading() {
                     L("Assemblage de la géométrie GPU…", "Assembling GPU geometry…"), faces,
                     0.94}});
             });
-            scene = std::make_shared<viewport::ViewportScene>(std::move(loaded));
+            // The bar keeps moving through the assembly, from where the load left it.
+            auto assembly = [model, faces](double fraction) {
+                onMainThread(model, [faces, fraction](DocumentModel& m) {
+                    if (!isLoading(m)) return;
+                    m.setState(DocumentModel::Loading{SKPReader::Progress{
+                        L("Assemblage de la géométrie GPU…", "Assembling GPU geometry…"), faces,
+                        0.94 + 0.06 * fraction}});
+                });
+            };
+            scene = std::make_shared<viewport::ViewportScene>(std::move(loaded), assembly);
         } catch (const SKPError& error) {
             fail(error.errorDescription());
             return;

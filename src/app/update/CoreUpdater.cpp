@@ -10,14 +10,6 @@ namespace vistrel::app {
 
 namespace {
 
-Updater::ReleaseInfo toApp(const vistrel::ReleaseInfo& r) {
-    return {r.version, r.build, r.downloadURL, r.sha256, r.notesFR, r.notesEN, r.htmlURL};
-}
-
-vistrel::ReleaseInfo toCore(const Updater::ReleaseInfo& r) {
-    return {r.version, r.build, r.downloadURL, r.sha256, r.notesFR, r.notesEN, r.htmlURL};
-}
-
 std::optional<int> buildNumber() {
     const auto& build = AppVersion::current().build;
     if (!build) return std::nullopt;
@@ -55,7 +47,7 @@ void CoreUpdater::checkForUpdates(bool silent) {
 }
 
 void CoreUpdater::downloadAndInstall(const ReleaseInfo& release) {
-    core_->downloadAndInstall(toCore(release));
+    core_->downloadAndInstall(release);
 }
 
 std::optional<std::string> CoreUpdater::systemManagedNote() const {
@@ -64,25 +56,7 @@ std::optional<std::string> CoreUpdater::systemManagedNote() const {
 }
 
 void CoreUpdater::publish() {
-    std::visit(
-        [this](const auto& s) {
-            using S = std::decay_t<decltype(s)>;
-            if constexpr (std::is_same_v<S, VistrelUpdater::Idle>)
-                setState(Idle{});
-            else if constexpr (std::is_same_v<S, VistrelUpdater::Checking>)
-                setState(Checking{});
-            else if constexpr (std::is_same_v<S, VistrelUpdater::UpToDate>)
-                setState(UpToDate{s.version});
-            else if constexpr (std::is_same_v<S, VistrelUpdater::UpdateAvailable>)
-                setState(UpdateAvailable{toApp(s.release)});
-            else if constexpr (std::is_same_v<S, VistrelUpdater::Downloading>)
-                setState(Downloading{s.fraction});
-            else if constexpr (std::is_same_v<S, VistrelUpdater::Installing>)
-                setState(Installing{});
-            else
-                setState(Failed{s.message});
-        },
-        core_->state());
+    setState(core_->state());
 }
 
 }  // namespace vistrel::app

@@ -13,10 +13,10 @@ Updater* sharedUpdater = nullptr;
 
 }  // namespace
 
-std::string Updater::ReleaseInfo::localizedNotes() const {
+std::string Updater::localizedNotes(const ReleaseInfo& release) {
     auto present = [](const std::optional<std::string>& notes) { return notes && !notes->empty(); };
-    const auto& first = Localization::isEnglish() ? notesEN : notesFR;
-    const auto& second = Localization::isEnglish() ? notesFR : notesEN;
+    const auto& first = Localization::isEnglish() ? release.notesEN : release.notesFR;
+    const auto& second = Localization::isEnglish() ? release.notesFR : release.notesEN;
     if (present(first)) return *first;
     if (present(second)) return *second;
     return L("Mise à jour de maintenance et d'améliorations.", "Maintenance and feature update.");

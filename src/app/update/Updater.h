@@ -6,7 +6,8 @@
 
 #include <optional>
 #include <string>
-#include <variant>
+
+#include "update/VistrelUpdater.h"
 
 namespace vistrel::app {
 
@@ -14,33 +15,18 @@ class Updater : public QObject {
     Q_OBJECT
 
   public:
-    struct ReleaseInfo {
-        std::string version;  // without a leading "v"
-        std::optional<int> build;
-        std::string downloadURL;
-        std::optional<std::string> sha256, notesFR, notesEN, htmlURL;
+    using ReleaseInfo = vistrel::ReleaseInfo;
+    using Idle = VistrelUpdater::Idle;
+    using Checking = VistrelUpdater::Checking;
+    using UpToDate = VistrelUpdater::UpToDate;
+    using UpdateAvailable = VistrelUpdater::UpdateAvailable;
+    using Downloading = VistrelUpdater::Downloading;
+    using Installing = VistrelUpdater::Installing;
+    using Failed = VistrelUpdater::Failed;
+    using State = VistrelUpdater::State;
 
-        // The notes in the interface's language, else the other's, else a stock sentence.
-        std::string localizedNotes() const;
-    };
-
-    struct Idle {};
-    struct Checking {};
-    struct UpToDate {
-        std::string version;
-    };
-    struct UpdateAvailable {
-        ReleaseInfo release;
-    };
-    struct Downloading {
-        double fraction = 0;
-    };
-    struct Installing {};
-    struct Failed {
-        std::string message;
-    };
-    using State =
-        std::variant<Idle, Checking, UpToDate, UpdateAvailable, Downloading, Installing, Failed>;
+    // The notes in the interface's language, else the other's, else a stock sentence.
+    static std::string localizedNotes(const ReleaseInfo& release);
 
     using QObject::QObject;
 

@@ -6,13 +6,13 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <cctype>
 #include <charconv>
 #include <chrono>
 #include <condition_variable>
 #include <cstdlib>
 #include <fstream>
 #include <mutex>
-#include <regex>
 #include <thread>
 
 #include <nlohmann/json.hpp>
@@ -136,6 +136,24 @@ std::string quoted(const std::string& argument) {
     std::string out = "'";
     for (char c : argument) out += c == '\'' ? std::string("'\\''") : std::string(1, c);
     return out + "'";
+}
+
+// "sha256", then ':' or '=' between optional spaces, then 64 hexadecimal digits, in any case.
+std::optional<std::string> sha256InNotes(const std::string& notes) {
+    const std::string text = lower(notes);
+    auto isSpace = [](char c) { return std::isspace(static_cast<unsigned char>(c)) != 0; };
+    for (size_t at = text.find("sha256"); at != std::string::npos;
+         at = text.find("sha256", at + 1)) {
+        size_t i = at + 6;
+        while (i < text.size() && isSpace(text[i])) ++i;
+        if (i == text.size() || (text[i] != ':' && text[i] != '=')) continue;
+        ++i;
+        while (i < text.size() && isSpace(text[i])) ++i;
+        if (text.size() - i < 64) continue;
+        const std::string digits = text.substr(i, 64);
+        if (digits.find_first_not_of("0123456789abcdef") == std::string::npos) return digits;
+    }
+    return std::nullopt;
 }
 
 }  // namespace
@@ -293,9 +311,7 @@ ReleaseInfo VistrelUpdater::parseRelease(const std::string& bytes, const std::st
         throw UpdateError(UpdateError::noArchive, L("Aucune archive .zip de mise à jour trouvée.",
                                                     "No update .zip archive found."));
     release.downloadURL = *download;
-    static const std::regex hash(R"(sha256\s*[:=]\s*([0-9a-f]{64}))", std::regex::icase);
-    if (std::smatch match; body && std::regex_search(*body, match, hash))
-        release.sha256 = lower(match[1].str());
+    if (body) release.sha256 = sha256InNotes(*body);
     release.notesFR = body;
     release.notesEN = body;
     return release;

@@ -32,17 +32,31 @@ CameraNode initialCamera(ViewportScene& scene, int width, int height) {
     return node;
 }
 
-std::optional<Image> render(const SKPModel& model, const Options& options, std::string& error) {
+namespace {
+
+bool validSize(const Options& options, std::string& error) {
     if (options.width <= 0 || options.height <= 0 || options.width > 16384 ||
         options.height > 16384) {
         error =
             "invalid size " + std::to_string(options.width) + "x" + std::to_string(options.height);
-        return std::nullopt;
+        return false;
     }
+    return true;
+}
+
+}  // namespace
+
+std::optional<Image> render(const SKPModel& model, const Options& options, std::string& error) {
+    if (!validSize(options, error)) return std::nullopt;
+    ViewportScene scene(model);
+    return render(scene, options, error);
+}
+
+std::optional<Image> render(ViewportScene& scene, const Options& options, std::string& error) {
+    if (!validSize(options, error)) return std::nullopt;
     auto context = OffscreenContext::create(error);
     if (!context) return std::nullopt;
-    ViewportScene scene(model);
-    if (options.style != ShadingStyle::textured) scene.setShadingStyle(options.style);
+    if (options.style != scene.shadingStyle()) scene.setShadingStyle(options.style);
 
     Renderer renderer;
     if (!renderer.initialize(error)) return std::nullopt;

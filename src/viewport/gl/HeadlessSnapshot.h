@@ -26,6 +26,8 @@ struct Options {
 
 // The picture, or absent with the reason in `error` (no GL context, bad size).
 std::optional<Image> render(const SKPModel& model, const Options& options, std::string& error);
+// The same picture of a scene already assembled (its shading style is set to the options').
+std::optional<Image> render(ViewportScene& scene, const Options& options, std::string& error);
 // render() written as a PNG file; false with the reason in `error`.
 bool writePNG(const SKPModel& model, const Options& options, const std::filesystem::path& path,
               std::string& error);

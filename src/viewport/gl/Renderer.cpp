@@ -9,6 +9,7 @@
 #include <cstring>
 #include <limits>
 #include <numbers>
+#include <utility>
 #include <vector>
 
 #include "gl/FrameLights.h"
@@ -17,6 +18,8 @@
 #include "gl/RenderMath.h"
 #include "gl/Shaders.h"
 #include "gl/ShadowCascades.h"
+#include "scene/LineThinning.h"
+#include "scene/ParallelFor.h"
 #include "vocabulary/Rendering.h"
 
 namespace vistrel::viewport {
@@ -43,19 +46,64 @@ struct DeletionQueue {
     std::vector<GLuint> buffers, vertexArrays, textures;
 };
 
+// Lines thinned for one zoom level (cells of 2^level model units); none built when thinning
+// would keep more than half of them, and the full buffer is drawn.
+struct LineLevel {
+    int level = 0;
+    bool thinned = false;
+    GLuint vertexArray = 0, buffer = 0;
+    GLsizei count = 0;
+    uint64_t usedInFrame = 0;
+};
+
+// Levels kept per chunk: zooming through many would otherwise keep a copy for each.
+constexpr size_t kLineLevelsKept = 3;
+
 struct GpuGeometry : GpuResource {
     std::weak_ptr<DeletionQueue> owner;
-    GLuint vertexArray = 0;
+    GLuint vertexArray = 0;           // lines: made on first full draw
     std::array<GLuint, 4> buffers{};  // positions, normals, uvs, indices
     GLsizei count = 0;                // indices or vertices
+    std::vector<LineLevel> levels;
+    const LineLevel* level(int l) const {
+        for (const LineLevel& x : levels)
+            if (x.level == l) return &x;
+        return nullptr;
+    }
+    LineLevel* level(int l) { return const_cast<LineLevel*>(std::as_const(*this).level(l)); }
+    // Makes room for one more level, dropping the least recently used one not used in `frame`.
+    void makeRoom(uint64_t frame) {
+        if (levels.size() < kLineLevelsKept) return;
+        auto oldest = std::min_element(levels.begin(), levels.end(), [](auto& a, auto& b) {
+            return a.usedInFrame < b.usedInFrame;
+        });
+        if (oldest->usedInFrame == frame) return;
+        if (auto q = owner.lock(); q && oldest->thinned) {
+            q->vertexArrays.push_back(oldest->vertexArray);
+            q->buffers.push_back(oldest->buffer);
+        }
+        levels.erase(oldest);
+    }
     ~GpuGeometry() override {
         if (auto q = owner.lock()) {
-            q->vertexArrays.push_back(vertexArray);
+            if (vertexArray) q->vertexArrays.push_back(vertexArray);
             for (GLuint b : buffers)
                 if (b) q->buffers.push_back(b);
+            for (const LineLevel& l : levels)
+                if (l.thinned) {
+                    q->vertexArrays.push_back(l.vertexArray);
+                    q->buffers.push_back(l.buffer);
+                }
         }
     }
 };
+
+// Line chunks of fewer segments are always drawn whole: thinning them saves little.
+constexpr size_t kThinFromSegments = 256;
+// Primitives drawn by a software rasteriser between waits for it.
+constexpr size_t kQueuedPrimitiveLimit = 500000;
+// Segments below a cell of at most this many device pixels are merged per cell.
+constexpr float kThinCellPixels = 0.5f;
 
 struct GpuTexture : GpuResource {
     std::weak_ptr<DeletionQueue> owner;
@@ -146,6 +194,8 @@ struct DrawItem {
     bool seeThrough = false;
     bool castsShadow = false;
     bool visible = true;
+    bool thin = false;  // lines drawn at `thinLevel`
+    int thinLevel = 0;
     float depth = 0;  // of the box centre along the view axis
     uint32_t sequence = 0;
 };
@@ -174,8 +224,10 @@ struct Renderer::Impl {
     bool ready = false;
     std::shared_ptr<DeletionQueue> deletions = std::make_shared<DeletionQueue>();
 
-    GLProgram surface, depth, normals, occlusion, blur, composite;
+    GLProgram surface, line, depth, normals, occlusion, blur, composite;
     SurfaceUniforms su{};
+    int lineModel = -1, lineView = -1, lineProjection = -1, lineEdgeBias = -1, lineColor = -1,
+        lineAlphaMultiply = -1, lineAlphaMax = -1, lineTransparency = -1;
     int depthModel = -1, depthViewProjection = -1;
     int normalsModel = -1, normalsNormalMatrix = -1, normalsView = -1, normalsProjection = -1,
         normalsEdgeBias = -1, normalsUV = -1;
@@ -217,9 +269,23 @@ struct Renderer::Impl {
     std::vector<DrawItem> items;
     std::vector<LightItem> lights;
     FrameLights frameLights;
+    struct ThinJob {
+        GpuGeometry* gpu = nullptr;
+        const Geometry* geometry = nullptr;
+        int level = 0;
+        bool thinned = false;
+        std::vector<Float3> points;
+    };
+    std::vector<ThinJob> thinJobs;
+    uint64_t frameNumber = 0;
     uint32_t sequence = 0;
 
     Statistics* stats = nullptr;
+
+    // Mesa's software rasterisers bin whole draws ahead of their threads without bound: a frame
+    // of millions of primitives queued 2 GB. Waiting every few hundred thousand keeps it small.
+    bool softwareQueue = false;
+    size_t queuedPrimitives = 0;
 
     ~Impl();
     bool initialize(std::string& error);
@@ -227,10 +293,14 @@ struct Renderer::Impl {
     void resize(int w, int h);
     void collect(const SceneNode& node, const Float4x4& parent);
     void upload(const Geometry& g);
+    void uploadVertices(const Geometry& g, GpuGeometry& gpu);
+    void thinLines(const RenderCamera& camera, const Float3& eye, float pixelAtUnitDistance,
+                   float orthoPixel);
     GLuint texture(const Material& m);
     void updateBackdrop(const Image* image);
     void updateEnvironment(const Image* image);
-    void drawGeometry(const Geometry& g);
+    void drawGeometry(const Geometry& g, const DrawItem* item = nullptr);
+    void waitForSoftwareQueue(size_t primitives);
     void render(const RenderFrame& frame, GLuint target, int w, int h);
 };
 
@@ -301,6 +371,7 @@ bool Renderer::Impl::initialize(std::string& error) {
         return false;
     }
     if (!surface.build(Shaders::surfaceVertex, Shaders::surfaceFragment, error) ||
+        !line.build(Shaders::lineVertex, Shaders::lineFragment, error) ||
         !depth.build(Shaders::depthVertex, Shaders::depthFragment, error) ||
         !normals.build(Shaders::surfaceVertex, Shaders::normalFragment, error) ||
         !occlusion.build(Shaders::fullscreenVertex, Shaders::ambientOcclusionFragment, error) ||
@@ -351,6 +422,14 @@ bool Renderer::Impl::initialize(std::string& error) {
           s.location("uOcclusion"),
           s.location("uOcclusionIntensity"),
           s.location("uViewportSize")};
+    lineModel = line.location("uModel");
+    lineView = line.location("uView");
+    lineProjection = line.location("uProjection");
+    lineEdgeBias = line.location("uEdgeBias");
+    lineColor = line.location("uBaseColor");
+    lineAlphaMultiply = line.location("uAlphaMultiply");
+    lineAlphaMax = line.location("uAlphaMax");
+    lineTransparency = line.location("uTransparency");
     depthModel = depth.location("uModel");
     depthViewProjection = depth.location("uViewProjection");
     normalsModel = normals.location("uModel");
@@ -404,6 +483,10 @@ bool Renderer::Impl::initialize(std::string& error) {
         error = "the renderer could not create its resources";
         return false;
     }
+    const GLubyte* name = glGetString(GL_RENDERER);
+    const std::string renderer = name ? reinterpret_cast<const char*>(name) : "";
+    softwareQueue = renderer.find("llvmpipe") != std::string::npos ||
+                    renderer.find("softpipe") != std::string::npos;
     ready = true;
     return true;
 }
@@ -483,11 +566,22 @@ void Renderer::Impl::upload(const Geometry& g) {
     if (ownedBy<GpuGeometry>(g.gpu, deletions)) return;
     auto gpu = std::make_shared<GpuGeometry>();
     gpu->owner = deletions;
-    glGenVertexArrays(1, &gpu->vertexArray);
-    glBindVertexArray(gpu->vertexArray);
+    if (g.primitive == Geometry::Primitive::lines) {
+        // Uploaded when first drawn whole: far away, only thinned copies may ever be drawn.
+        gpu->count = GLsizei(g.positions.size() / 2 * 2);
+        g.gpu = std::move(gpu);
+        return;
+    }
+    uploadVertices(g, *gpu);
+    g.gpu = std::move(gpu);
+}
+
+void Renderer::Impl::uploadVertices(const Geometry& g, GpuGeometry& gpu) {
+    glGenVertexArrays(1, &gpu.vertexArray);
+    glBindVertexArray(gpu.vertexArray);
     auto attribute = [&](int slot, const void* data, size_t bytes, int components) {
-        glGenBuffers(1, &gpu->buffers[size_t(slot)]);
-        glBindBuffer(GL_ARRAY_BUFFER, gpu->buffers[size_t(slot)]);
+        glGenBuffers(1, &gpu.buffers[size_t(slot)]);
+        glBindBuffer(GL_ARRAY_BUFFER, gpu.buffers[size_t(slot)]);
         glBufferData(GL_ARRAY_BUFFER, GLsizeiptr(bytes), data, GL_STATIC_DRAW);
         glEnableVertexAttribArray(GLuint(slot));
         glVertexAttribPointer(GLuint(slot), components, GL_FLOAT, GL_FALSE, 0, nullptr);
@@ -498,16 +592,80 @@ void Renderer::Impl::upload(const Geometry& g) {
     if (g.uvs.size() == g.positions.size())
         attribute(2, g.uvs.data(), g.uvs.size() * sizeof(Float2), 2);
     if (g.primitive == Geometry::Primitive::triangles) {
-        glGenBuffers(1, &gpu->buffers[3]);
-        glBindBuffer(GL_ELEMENT_ARRAY_BUFFER, gpu->buffers[3]);
+        glGenBuffers(1, &gpu.buffers[3]);
+        glBindBuffer(GL_ELEMENT_ARRAY_BUFFER, gpu.buffers[3]);
         glBufferData(GL_ELEMENT_ARRAY_BUFFER, GLsizeiptr(g.indices.size() * sizeof(uint32_t)),
                      g.indices.data(), GL_STATIC_DRAW);
-        gpu->count = GLsizei(g.indices.size());
+        gpu.count = GLsizei(g.indices.size());
     } else {
-        gpu->count = GLsizei(g.positions.size() / 2 * 2);
+        gpu.count = GLsizei(g.positions.size() / 2 * 2);
     }
     glBindVertexArray(0);
-    g.gpu = std::move(gpu);
+}
+
+void Renderer::Impl::thinLines(const RenderCamera& camera, const Float3& eye,
+                               float pixelAtUnitDistance, float orthoPixel) {
+    const bool ortho = camera.settings.usesOrthographicProjection;
+    ++frameNumber;
+    thinJobs.clear();
+    for (DrawItem& item : items) {
+        item.thin = false;
+        const Geometry& g = *item.geometry;
+        if (!item.visible || g.primitive != Geometry::Primitive::lines ||
+            g.positions.size() / 2 < kThinFromSegments)
+            continue;
+        // World units per device pixel where the chunk is nearest, in the chunk's own units.
+        const Float3 nearest = min(max(eye, item.bounds.min), item.bounds.max);
+        const float pixel = ortho ? orthoPixel : length(eye - nearest) * pixelAtUnitDistance;
+        const float scale = std::max({length(item.world.column3(0)), length(item.world.column3(1)),
+                                      length(item.world.column3(2))});
+        const float cell = pixel * kThinCellPixels / scale;
+        if (!(cell > 0) || !std::isfinite(cell)) continue;
+        item.thinLevel = int(std::floor(std::log2(cell)));
+        auto& gpu = static_cast<GpuGeometry&>(*g.gpu);
+        if (LineLevel* l = gpu.level(item.thinLevel)) {
+            l->usedInFrame = frameNumber;
+            item.thin = l->thinned;
+            continue;
+        }
+        item.thin = true;  // settled below
+        if (std::none_of(thinJobs.begin(), thinJobs.end(), [&](const ThinJob& j) {
+                return j.gpu == &gpu && j.level == item.thinLevel;
+            }))
+            thinJobs.push_back({&gpu, &g, item.thinLevel, false, {}});
+    }
+    if (thinJobs.empty()) return;
+    parallelFor(thinJobs.size(), [&](size_t i) {
+        ThinJob& j = thinJobs[i];
+        const Geometry& g = *j.geometry;
+        j.thinned = LineThinning::thin(g.positions.data(), g.positions.size(), g.boundsMin,
+                                       std::ldexp(1.0f, j.level), g.positions.size() / 4, j.points);
+    });
+    for (ThinJob& j : thinJobs) {
+        LineLevel l;
+        l.level = j.level;
+        l.thinned = j.thinned;
+        if (j.thinned) {
+            glGenVertexArrays(1, &l.vertexArray);
+            glBindVertexArray(l.vertexArray);
+            glGenBuffers(1, &l.buffer);
+            glBindBuffer(GL_ARRAY_BUFFER, l.buffer);
+            glBufferData(GL_ARRAY_BUFFER, GLsizeiptr(j.points.size() * sizeof(Float3)),
+                         j.points.data(), GL_STATIC_DRAW);
+            glEnableVertexAttribArray(0);
+            glVertexAttribPointer(0, 3, GL_FLOAT, GL_FALSE, 0, nullptr);
+            l.count = GLsizei(j.points.size());
+        }
+        l.usedInFrame = frameNumber;
+        j.gpu->makeRoom(frameNumber);
+        j.gpu->levels.push_back(l);
+        j.points = {};
+    }
+    glBindVertexArray(0);
+    for (DrawItem& item : items)
+        if (item.thin)
+            item.thin =
+                static_cast<const GpuGeometry&>(*item.geometry->gpu).level(item.thinLevel)->thinned;
 }
 
 GLuint Renderer::Impl::texture(const Material& m) {
@@ -564,8 +722,17 @@ void Renderer::Impl::updateEnvironment(const Image* image) {
     irradiance = LightColor::irradianceCoefficients(*image);
 }
 
-void Renderer::Impl::drawGeometry(const Geometry& g) {
-    const auto& gpu = static_cast<const GpuGeometry&>(*g.gpu);
+void Renderer::Impl::drawGeometry(const Geometry& g, const DrawItem* item) {
+    auto& gpu = static_cast<GpuGeometry&>(*g.gpu);
+    if (item && item->thin) {
+        const LineLevel* l = gpu.level(item->thinLevel);
+        glBindVertexArray(l->vertexArray);
+        glDrawArrays(GL_LINES, 0, l->count);
+        stats->drawCalls++;
+        waitForSoftwareQueue(size_t(l->count / 2));
+        return;
+    }
+    if (!gpu.vertexArray) uploadVertices(g, gpu);
     glBindVertexArray(gpu.vertexArray);
     if (g.primitive == Geometry::Primitive::triangles)
         glDrawElements(GL_TRIANGLES, gpu.count, GL_UNSIGNED_INT, nullptr);
@@ -573,6 +740,15 @@ void Renderer::Impl::drawGeometry(const Geometry& g) {
         glDrawArrays(GL_LINES, 0, gpu.count);
     stats->drawCalls++;
     if (g.primitive == Geometry::Primitive::triangles) stats->triangles += gpu.count / 3;
+    waitForSoftwareQueue(g.primitiveCount());
+}
+
+void Renderer::Impl::waitForSoftwareQueue(size_t primitives) {
+    if (!softwareQueue) return;
+    queuedPrimitives += primitives;
+    if (queuedPrimitives < kQueuedPrimitiveLimit) return;
+    glFinish();
+    queuedPrimitives = 0;
 }
 
 namespace {
@@ -650,6 +826,7 @@ void Renderer::Impl::render(const RenderFrame& frame, GLuint target, int w, int 
     }
     const bool ortho = cs.usesOrthographicProjection;
     float nearPlane, farPlane;
+    float pixelAtUnitDistance = 0, orthoPixel = 0;  // world units per device pixel
     Float4x4 projection;
     if (ortho) {
         const float depth = std::max(zNear - zFar, 1e-3f);
@@ -660,12 +837,14 @@ void Renderer::Impl::render(const RenderFrame& frame, GLuint target, int w, int 
         nearPlane = -zNear - depth * 0.05f - 0.01f - edgeBias;
         farPlane = -zFar + depth * 0.05f + 0.01f + edgeBias;
         projection = RenderMath::orthographic(hh * aspect, hh, nearPlane, farPlane);
+        orthoPixel = 2 * hh / float(h);
     } else {
         farPlane = std::max(-zFar * 1.02f, 0.1f);
         nearPlane = std::max(-zNear * 0.98f, farPlane * 1e-4f);
         nearPlane = std::min(nearPlane, farPlane * 0.5f);
         const float fov = float(std::clamp(cs.fieldOfView, 1.0, 179.0) * std::numbers::pi / 180);
         projection = RenderMath::perspective(fov, aspect, nearPlane, farPlane);
+        pixelAtUnitDistance = 2 * std::tan(fov / 2) / float(h);
     }
     const Float4x4 viewProjection = projection * view;
     for (DrawItem& item : items) item.visible = !culled(viewProjection, item.bounds);
@@ -802,6 +981,8 @@ void Renderer::Impl::render(const RenderFrame& frame, GLuint target, int w, int 
         glDrawArrays(GL_TRIANGLES, 0, 3);
     }
 
+    thinLines(camera, eye, pixelAtUnitDistance, orthoPixel);
+
     // Main pass.
     glBindFramebuffer(GL_FRAMEBUFFER, msaaFramebuffer);
     glViewport(0, 0, w, h);
@@ -862,12 +1043,37 @@ void Renderer::Impl::render(const RenderFrame& frame, GLuint target, int w, int 
     glActiveTexture(GL_TEXTURE3);
     glBindTexture(GL_TEXTURE_2D, occlusionIntensity > 0 ? blurTexture : whiteTexture);
 
+    line.use();
+    setMatrix(lineView, view);
+    setMatrix(lineProjection, projection);
+    const GLProgram* current = nullptr;
     for (const DrawItem& item : items) {
         if (!item.visible) continue;
         const Material& m = *item.material;
         const Geometry& g = *item.geometry;
         const bool lines = g.primitive == Geometry::Primitive::lines;
         const bool constant = lines || m.lightingModel == Material::LightingModel::constant;
+        if (m.readsFromDepthBuffer)
+            glEnable(GL_DEPTH_TEST);
+        else
+            glDisable(GL_DEPTH_TEST);
+        glDepthMask(m.writesToDepthBuffer && !item.seeThrough ? GL_TRUE : GL_FALSE);
+        if (lines) {
+            if (current != &line) line.use();
+            current = &line;
+            setMatrix(lineModel, item.world);
+            glUniform1i(lineEdgeBias, m.edgeDepthBias ? 1 : 0);
+            const Float3 base = linearColor(m.diffuseColor);
+            glUniform4f(lineColor, base.x, base.y, base.z, m.diffuseColor.w);
+            glUniform1f(lineAlphaMultiply, m.alphaMultiply.value_or(1.0f));
+            glUniform1f(lineAlphaMax, m.alphaMax.value_or(1.0f));
+            glUniform1f(lineTransparency, std::clamp(m.transparency, 0.0f, 1.0f));
+            glDisable(GL_CULL_FACE);
+            drawGeometry(g, &item);
+            continue;
+        }
+        if (current != &surface) surface.use();
+        current = &surface;
         setMatrix(su.model, item.world);
         const auto nm = normalMatrix(item.world);
         glUniformMatrix3fv(su.normalMatrix, 1, GL_FALSE, nm.data());
@@ -890,11 +1096,6 @@ void Renderer::Impl::render(const RenderFrame& frame, GLuint target, int w, int 
         const Float3 emission = LightColor::srgbToLinear(m.emission);
         glUniform3f(su.emission, emission.x, emission.y, emission.z);
 
-        if (m.readsFromDepthBuffer)
-            glEnable(GL_DEPTH_TEST);
-        else
-            glDisable(GL_DEPTH_TEST);
-        glDepthMask(m.writesToDepthBuffer && !item.seeThrough ? GL_TRUE : GL_FALSE);
         if (item.seeThrough && !lines &&
             m.transparencyMode == Material::TransparencyMode::dualLayer) {
             // Back faces first, then front faces, so a closed see-through body blends in order.
@@ -910,7 +1111,7 @@ void Renderer::Impl::render(const RenderFrame& frame, GLuint target, int w, int 
                 glEnable(GL_CULL_FACE);
                 glCullFace(GL_BACK);
             }
-            drawGeometry(g);
+            drawGeometry(g, &item);
         }
     }
     glBindVertexArray(0);

@@ -235,6 +235,38 @@ void main() {
 }
 )";
 
+// Lines take the constant path of the surface program with nothing to interpolate: a software
+// rasteriser sets up every varying of every segment, and shades every branch.
+const char* const lineVertex = R"(#version 330 core
+layout(location = 0) in vec3 aPosition;
+uniform mat4 uModel;
+uniform mat4 uView;
+uniform mat4 uProjection;
+uniform bool uEdgeBias;
+void main() {
+    vec4 vp = uView * (uModel * vec4(aPosition, 1.0));
+    if (uEdgeBias) {
+        if (uProjection[2][3] != 0.0) vp.xyz *= 0.999;
+        else vp.z += 0.001 / uProjection[1][1];
+    }
+    gl_Position = uProjection * vp;
+}
+)";
+
+const char* const lineFragment = R"(#version 330 core
+out vec4 fragColor;
+uniform vec4 uBaseColor;  // linear rgb, alpha
+uniform float uAlphaMultiply;
+uniform float uAlphaMax;
+uniform float uTransparency;
+void main() {
+    float alpha = uBaseColor.a * uAlphaMultiply;
+    alpha = min(alpha, uAlphaMax);
+    alpha = min(alpha, uTransparency);
+    fragColor = vec4(uBaseColor.rgb * alpha, alpha);
+}
+)";
+
 const char* const depthVertex = R"(#version 330 core
 layout(location = 0) in vec3 aPosition;
 uniform mat4 uModel;

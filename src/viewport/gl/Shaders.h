@@ -5,7 +5,9 @@ namespace vistrel::viewport::Shaders {
 
 extern const char* const surfaceVertex;    // positions, normals, uvs; edge depth bias
 extern const char* const surfaceFragment;  // physically based or constant, premultiplied out
-extern const char* const depthVertex;      // shadow maps
+extern const char* const lineVertex;       // lines: the surface program's constant path
+extern const char* const lineFragment;
+extern const char* const depthVertex;  // shadow maps
 extern const char* const depthFragment;
 extern const char* const normalFragment;  // view-space normals for ambient occlusion
 extern const char* const fullscreenVertex;

@@ -1,6 +1,7 @@
 #include "scene/ViewportScene.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cassert>
 #include <chrono>
 #include <cmath>
@@ -50,6 +51,24 @@ Float4x4 rotationX(float radians) {
 
 constexpr float kInf = std::numeric_limits<float>::infinity();
 
+// Shares of the assembly: placing every instance, then grouping pieces into chunks; merging
+// takes the rest, in proportion to the vertices merged.
+constexpr double kPlacedFraction = 0.15;
+constexpr double kChunkedFraction = 0.35;
+
+// How many placements a definition makes, itself included; memoised in `counts` (-1: unknown).
+int64_t placementCount(const SKPModel& model, const Definition& d, std::vector<int64_t>& counts) {
+    int64_t n = 1;
+    for (const Instance& c : d.children) {
+        if (c.definition < 0 || size_t(c.definition) >= model.definitions.size()) continue;
+        int64_t& known = counts[size_t(c.definition)];
+        if (known < 0)
+            known = placementCount(model, model.definitions[size_t(c.definition)], counts);
+        n += known;
+    }
+    return n;
+}
+
 // Whether layers + layer, as layerKey forms it, equals key; without building the key.
 bool keyMatches(const std::vector<int>& layers, int layer, const std::vector<int>& key) {
     const bool has = std::binary_search(layers.begin(), layers.end(), layer);
@@ -75,10 +94,11 @@ int ViewportScene::LayerSet::primary() const {
     return layers.empty() ? 0 : layers.front();
 }
 
-ViewportScene::ViewportScene(SKPModel model)
+ViewportScene::ViewportScene(SKPModel model, Progress progress)
     : model_(std::move(model)),
       root_(SceneNode::make("root")),
       modelRoot_(SceneNode::make("model")) {
+    progress_ = std::move(progress);
     background_ = Rendering::backdropImage(backdropStyle_, customBackdropColor_);
     lightingEnvironment_ = Rendering::skyImage(false);
     lightingEnvironmentIntensity_ = 1.05f;
@@ -98,7 +118,15 @@ ViewportScene::ViewportScene(SKPModel model)
     modelRoot_->transform = rotationX(-std::numbers::pi_v<float> / 2);
     root_->addChild(modelRoot_);
 
-    place(-1, Float4x4::identity(), std::nullopt, {});
+    {
+        // Sized once: growing millions of placements would copy them and hold both copies.
+        std::vector<int64_t> counts(model_.definitions.size(), -1);
+        placements_.reserve(size_t(placementCount(model_, model_.root, counts)));
+    }
+    place(-1, Float4x4::identity(), std::nullopt, internKey({}));
+    keyWithLayer_ = {};
+    setsOf_ = {};
+    report(kPlacedFraction);
 
     std::vector<LayerSet*> visible;
     for (auto& s : layerSetList_)
@@ -106,6 +134,8 @@ ViewportScene::ViewportScene(SKPModel model)
                          [&](int l) { return hiddenLayers_.contains(l); }))
             visible.push_back(s.get());
     build(visible);
+    report(1);
+    progress_ = {};
 
     if (timingEnabled()) {
         double seconds =
@@ -119,6 +149,14 @@ ViewportScene::ViewportScene(SKPModel model)
         std::fflush(stdout);
     }
     createLights();
+}
+
+void ViewportScene::report(double fraction) {
+    if (!progress_) return;
+    std::lock_guard lock(progressMutex_);
+    if (fraction < 1 && fraction - reported_ < 0.01) return;
+    reported_ = fraction;
+    progress_(fraction);
 }
 
 ViewportScene::~ViewportScene() {
@@ -143,26 +181,45 @@ std::vector<int> ViewportScene::layerKey(const std::vector<int>& layers, int lay
     return key;
 }
 
+int ViewportScene::internKey(std::vector<int> layers) {
+    auto [it, inserted] = layerKeyIndex_.try_emplace(std::move(layers), int(layerKeys_.size()));
+    if (inserted) layerKeys_.push_back(it->first);
+    return it->second;
+}
+
+int ViewportScene::keyWithLayer(int key, int layer) {
+    const uint64_t id = uint64_t(uint32_t(key)) << 32 | uint32_t(layer);
+    if (auto it = keyWithLayer_.find(id); it != keyWithLayer_.end()) return it->second;
+    const int result = internKey(layerKey(layerKeys_[size_t(key)], layer));
+    keyWithLayer_.emplace(id, result);
+    return result;
+}
+
 void ViewportScene::place(int definitionIndex, const Float4x4& transform,
-                          std::optional<int> material, const std::vector<int>& layers) {
+                          std::optional<int> material, int key) {
     const Definition& d = definition(definitionIndex);
     const int p = int(placements_.size());
-    placements_.push_back({definitionIndex, transform, material, layers});
+    placements_.push_back({definitionIndex, key, material, transform});
 
-    std::vector<std::vector<int>> seen;
-    auto feed = [&](int layer) {
-        std::vector<int> key = layerKey(layers, layer);
-        if (std::find(seen.begin(), seen.end(), key) != seen.end()) return;
-        layerSet(key)->placements.push_back(p);
-        seen.push_back(std::move(key));
-    };
-    for (const Mesh& m : d.meshes) feed(m.layer);
-    for (const EdgeSet& e : d.edges)
-        if (!e.positions.empty()) feed(e.layer);
+    // The sets a definition feeds under one key are the same for each of its placements.
+    const uint64_t id = uint64_t(uint32_t(key)) << 32 | uint32_t(definitionIndex);
+    auto found = setsOf_.find(id);
+    if (found == setsOf_.end()) {
+        std::vector<LayerSet*> sets;
+        auto feed = [&](int layer) {
+            LayerSet* set = layerSet(layerKeys_[size_t(keyWithLayer(key, layer))]);
+            if (std::find(sets.begin(), sets.end(), set) == sets.end()) sets.push_back(set);
+        };
+        for (const Mesh& m : d.meshes) feed(m.layer);
+        for (const EdgeSet& e : d.edges)
+            if (!e.positions.empty()) feed(e.layer);
+        found = setsOf_.emplace(id, std::move(sets)).first;
+    }
+    for (LayerSet* set : found->second) set->placements.push_back(p);
 
     for (const Instance& c : d.children) {
         std::optional<int> childMaterial = c.material ? c.material : material;
-        place(c.definition, transform * c.transform, childMaterial, layerKey(layers, c.layer));
+        place(c.definition, transform * c.transform, childMaterial, keyWithLayer(key, c.layer));
     }
 }
 
@@ -247,7 +304,7 @@ void ViewportScene::build(const std::vector<LayerSet*>& sets) {
             const Definition& d = definition(placement.definition);
             for (size_t i = 0; i < d.meshes.size(); ++i) {
                 const Mesh& m = d.meshes[i];
-                if (!keyMatches(placement.layers, m.layer, set->layers)) continue;
+                if (!keyMatches(layers(placement), m.layer, set->layers)) continue;
                 std::shared_ptr<Material> material;
                 const bool hasUVs = m.uvs.has_value();
                 if (m.material)
@@ -267,7 +324,7 @@ void ViewportScene::build(const std::vector<LayerSet*>& sets) {
             }
             for (size_t j = 0; j < d.edges.size(); ++j) {
                 const EdgeSet& e = d.edges[j];
-                if (e.positions.empty() || !keyMatches(placement.layers, e.layer, set->layers))
+                if (e.positions.empty() || !keyMatches(layers(placement), e.layer, set->layers))
                     continue;
                 edges.push_back({{p, int(j)},
                                  spatialKey(e.positions.front(), placement.transform),
@@ -304,9 +361,16 @@ void ViewportScene::build(const std::vector<LayerSet*>& sets) {
         std::fflush(stdout);
     }
 
+    report(kChunkedFraction);
+    int64_t total = 0;
+    for (const Chunk& c : chunks) total += c.vertices;
+    std::atomic<int64_t> done{0};
     std::vector<std::shared_ptr<Geometry>> merged(chunks.size());
     parallelFor(chunks.size(), [&](size_t i) {
         merged[i] = chunks[i].material ? mergeFaces(chunks[i]) : mergeEdges(chunks[i]);
+        const int64_t now = done += chunks[i].vertices;
+        if (total > 0)
+            report(kChunkedFraction + (1 - kChunkedFraction) * double(now) / double(total));
     });
 
     for (LayerSet* set : sets) {

@@ -14,6 +14,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <set>
 #include <string_view>
@@ -36,11 +37,12 @@ namespace vistrel::viewport {
 
 class ViewportScene {
   public:
+    // Millions in a large plan: the layers are an index into a table of the few distinct keys.
     struct Placement {
         int definition = -1;  // -1: the model's root
-        Float4x4 transform;   // full world transform
+        int layerKey = 0;     // layers(): the layers it inherits
         std::optional<int> material;
-        std::vector<int> layers;  // ascending
+        Float4x4 transform;  // full world transform
     };
 
     struct LayerSet {
@@ -81,8 +83,12 @@ class ViewportScene {
     // 2 model units of an inherited material (divided by its textureScale).
     enum class UVs { none = 0, own = 1, inherited = 2 };
 
+    // The fraction of the assembly done, from 0 to 1, in steps of at least a hundredth; called
+    // on the assembling thread or its helpers, one call at a time.
+    using Progress = std::function<void(double)>;
+
     // Builds everything visible. Slow: run it away from the main thread.
-    explicit ViewportScene(SKPModel model);
+    explicit ViewportScene(SKPModel model, Progress progress = {});
     ~ViewportScene();
     ViewportScene(const ViewportScene&) = delete;
     ViewportScene& operator=(const ViewportScene&) = delete;
@@ -92,6 +98,10 @@ class ViewportScene {
     const std::shared_ptr<SceneNode>& modelRoot() const { return modelRoot_; }
 
     const std::vector<Placement>& placements() const { return placements_; }
+    // A placement's inherited layers, ascending.
+    const std::vector<int>& layers(const Placement& p) const {
+        return layerKeys_[size_t(p.layerKey)];
+    }
     // Layer sets in order of creation.
     const std::vector<std::unique_ptr<LayerSet>>& layerSets() const { return layerSetList_; }
     LayerSet* findLayerSet(const std::vector<int>& layers) const;
@@ -233,8 +243,9 @@ class ViewportScene {
     void buildUnbuilt(const std::vector<LayerSet*>& sets);
     bool hasHiddenLayer(const LayerSet& set) const;
     Float3 highlightEdgeBase(bool& light) const;
-    void place(int definition, const Float4x4& transform, std::optional<int> material,
-               const std::vector<int>& layers);
+    void place(int definition, const Float4x4& transform, std::optional<int> material, int key);
+    int internKey(std::vector<int> layers);
+    int keyWithLayer(int key, int layer);
     LayerSet* layerSet(const std::vector<int>& layers);
     const Definition& definition(int index) const;
     std::shared_ptr<Geometry> mergeFaces(const Chunk& chunk) const;
@@ -260,7 +271,16 @@ class ViewportScene {
     std::shared_ptr<Material> clayMaterial_;
     std::shared_ptr<Material> edgeMaterial_;
 
+    Progress progress_;  // during construction only
+    std::mutex progressMutex_;
+    double reported_ = 0;
+    void report(double fraction);
+
     std::vector<Placement> placements_;
+    std::vector<std::vector<int>> layerKeys_;
+    std::map<std::vector<int>, int> layerKeyIndex_;
+    std::unordered_map<uint64_t, int> keyWithLayer_;               // key << 32 | layer
+    std::unordered_map<uint64_t, std::vector<LayerSet*>> setsOf_;  // key << 32 | definition
     std::map<std::vector<int>, LayerSet*> layerSets_;
     std::vector<std::unique_ptr<LayerSet>> layerSetList_;
     std::unordered_map<int, std::vector<LayerSet*>> setsByLayer_;

@@ -285,17 +285,25 @@ bool ViewportScene::matchesLightName(std::string_view name) {
 
 std::vector<ViewportPointLight> ViewportScene::extractSceneLights() const {
     std::vector<ViewportPointLight> found;
+    // Names are matched once each, not once per placement: a plan has millions of placements
+    // of a few dozen blocks on a few hundred layers.
+    std::vector<bool> definitionNamed(model_.definitions.size());
+    for (size_t i = 0; i < model_.definitions.size(); ++i)
+        definitionNamed[i] = matchesLightName(model_.definitions[i].name);
+    std::vector<bool> layerNamed(model_.layers.size());
+    for (size_t i = 0; i < model_.layers.size(); ++i)
+        layerNamed[i] = matchesLightName(model_.layers[i].name);
     for (const Placement& p : placements_) {
         if (p.definition < 0) continue;
-        if (std::any_of(p.layers.begin(), p.layers.end(),
+        const std::vector<int>& placed = layers(p);
+        if (std::any_of(placed.begin(), placed.end(),
                         [&](int l) { return hiddenLayers_.contains(l); }))
             continue;
         const Definition& d = model_.definitions[size_t(p.definition)];
-        bool named = matchesLightName(d.name);
-        for (size_t k = 0; !named && k < p.layers.size(); ++k) {
-            int l = p.layers[k];
-            if (l >= 0 && size_t(l) < model_.layers.size())
-                named = matchesLightName(model_.layers[size_t(l)].name);
+        bool named = definitionNamed[size_t(p.definition)];
+        for (size_t k = 0; !named && k < placed.size(); ++k) {
+            int l = placed[k];
+            if (l >= 0 && size_t(l) < model_.layers.size()) named = layerNamed[size_t(l)];
         }
         if (!named) continue;
         Float3 lo{kInf, kInf, kInf}, hi{-kInf, -kInf, -kInf};

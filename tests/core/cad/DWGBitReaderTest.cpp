@@ -1,5 +1,7 @@
 #include "cad/dwg/DWGBitReader.h"
 
+#include "cad/dwg/DWGObject.h"
+
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -156,6 +158,45 @@ TEST(DWGBitReader, runningPastTheEndYieldsZerosAndSticks) {
     l.limitTo(17);
     EXPECT_EQ(l.readB(), 0);
     EXPECT_TRUE(l.overrun());
+}
+
+// A LAYER-like object of R2007 and of R2010 whose name sits in the string stream, found back
+// from the end of the data: its size in bits just before the flag bit that ends the data.
+TEST(DWGObject, stringStreamAndHandlesAreFoundFromTheirSizes) {
+    for (DWGVersion v : {DWGVersion::r2007, DWGVersion::r2010}) {
+        Bits strings;
+        strings.put(1, 2).put(4, 8).le('W', 2).le('a', 2).le('l', 2).le('l', 2);
+        auto body = [&](uint32_t dataBits, uint32_t handleBits) {
+            Bits b;
+            if (v >= DWGVersion::r2010)
+                b.put(handleBits, 8).put(0, 2).put(51, 8);  // MC, BOT
+            else
+                b.put(1, 2).put(51, 8).le(dataBits, 4);  // BS type, RL data size
+            b.put(0, 4).put(1, 4).put(0x2A, 8);          // handle 0x2A
+            b.put(2, 2).put(2, 2).put(1, 1);             // no EED, no reactors, no dictionary
+            for (size_t i = 0; i < strings.count; ++i)
+                b.put((strings.bytes[i / 8] >> (7 - i % 8)) & 1, 1);
+            b.le(strings.count, 2).put(1, 1);  // the stream's size, then its flag
+            const size_t end = b.count;
+            b.put(4, 4).put(1, 4).put(2, 8);  // owner, 4.1.2
+            while (b.count % 8) b.put(0, 1);
+            return std::pair{b, end};
+        };
+        auto [first, dataEnd] = body(0, 0);
+        auto [object, unused] = body(uint32_t(dataEnd), uint32_t(first.count - dataEnd));
+        // MS; from R2010 it counts the bytes after the one-byte MC.
+        const size_t counted = object.bytes.size() - (v >= DWGVersion::r2010 ? 1 : 0);
+        std::vector<uint8_t> file = {uint8_t(counted), 0};
+        file.insert(file.end(), object.bytes.begin(), object.bytes.end());
+        DWGObject o;
+        ASSERT_TRUE(o.open(file, 0, v, 30));
+        EXPECT_EQ(o.type(), 51);
+        EXPECT_EQ(o.handle(), 0x2Au);
+        o.readObjectCommon();
+        EXPECT_EQ(o.text(), "Wall");
+        EXPECT_EQ(o.readReference(), 2u);
+        EXPECT_FALSE(o.broken());
+    }
 }
 
 }  // namespace

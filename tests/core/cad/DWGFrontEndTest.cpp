@@ -1,5 +1,7 @@
 #include "cad/dwg/DWGFrontEnd.h"
 
+#include "cad/dwg/DWGR2000Container.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -274,6 +276,36 @@ TEST(DWGFrontEnd, cutFilesFailCleanly) {
         }
     }
     EXPECT_GT(failed, 0);
+
+    // A byte changed in the object map fails its section's CRC.
+    std::vector<uint8_t> garbled = whole;
+    const uint32_t mapAt =
+        uint32_t(whole[0x19 + 2 * 9 + 1]) | uint32_t(whole[0x19 + 2 * 9 + 2]) << 8 |
+        uint32_t(whole[0x19 + 2 * 9 + 3]) << 16 | uint32_t(whole[0x19 + 2 * 9 + 4]) << 24;
+    ASSERT_EQ(whole[0x19 + 2 * 9], 2);  // the third locator is the object map's
+    garbled[mapAt + 10] ^= 0x10;
+    try {
+        readDWG(garbled);
+        ADD_FAILURE() << "a garbled object map was read";
+    } catch (const SKPError& e) {
+        EXPECT_NE(e.errorDescription().find("CRC"), std::string::npos) << e.errorDescription();
+    }
+}
+
+TEST(DWGFrontEnd, r2000ContainerFindsItsSectionsAndPreview) {
+    const std::filesystem::path path = corpus() / "dwg/libredwg__example_2000.dwg";
+    if (!std::filesystem::exists(path)) GTEST_SKIP() << "no corpus";
+    const std::vector<uint8_t> bytes = bytesOf(path);
+    const DWGSections s = DWGR2000Container::read(bytes, DWGVersion::r2000);
+    EXPECT_EQ(s.codePage, 30);
+    // Each section opens with its sentinel; the preview's size follows its own.
+    EXPECT_EQ(s.header.first(2)[0], 0xCF);
+    EXPECT_EQ(s.classes.first(2)[0], 0x8D);
+    ASSERT_EQ(s.preview.size(), 20u + 24347u);
+    EXPECT_EQ(s.preview[0], 0x1F);
+    EXPECT_EQ(s.objects.size(), bytes.size());
+    EXPECT_THROW(DWGR2000Container::read(std::span(bytes).first(40), DWGVersion::r2000),
+                 DWGFormatError);
 }
 
 }  // namespace

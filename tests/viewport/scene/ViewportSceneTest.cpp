@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <map>
 
 #include "ViewportTestModels.h"
@@ -47,7 +48,19 @@ TEST(ViewportScene, meshesFeedTheSetOfTheirLayerAndEveryEnclosingLayer) {
     Definition onThree{"three", {mesh(3)}, {}, {}};
     Definition group{"group", {}, {}, {child(0, 7)}};
     Definition root{"", {}, {}, {child(2, 7), child(1, 3), child(0, 0), child(0, 0)}};
-    ViewportScene s(modelOf(root, {part, onThree, group}, 8));
+    std::vector<double> progress;
+    ViewportScene s(modelOf(root, {part, onThree, group}, 8),
+                    [&](double f) { progress.push_back(f); });
+    // The assembly reports a rising fraction that ends at 1.
+    ASSERT_GE(progress.size(), 2u);
+    EXPECT_TRUE(std::is_sorted(progress.begin(), progress.end()));
+    EXPECT_GT(progress.front(), 0);
+    EXPECT_EQ(progress.back(), 1);
+    // Placements of the part: in the group (layers 7, then 7 again), and twice on 0.
+    std::vector<std::vector<int>> placed;
+    for (const auto& p : s.placements())
+        if (p.definition == 0) placed.push_back(s.layers(p));
+    EXPECT_EQ(placed, (std::vector<std::vector<int>>{{7}, {0}, {0}}));
     std::vector<std::vector<int>> keys;
     for (auto& set : s.layerSets()) keys.push_back(set->layers);
     EXPECT_EQ(keys, (std::vector<std::vector<int>>{{2, 7}, {5, 7}, {3}, {0, 2}, {0, 5}}));

@@ -104,7 +104,7 @@ void UpdateView::refresh() {
                     L("NOUVELLE VERSION v", "NEW VERSION v") + state.release.version, 12);
                 version->setStyleSheet(QString("color: %1").arg(Theme::accent));
                 column->addWidget(version);
-                QLabel* notes = PanelStyle::secondary(state.release.localizedNotes());
+                QLabel* notes = PanelStyle::secondary(Updater::localizedNotes(state.release));
                 notes->setTextFormat(Qt::PlainText);
                 column->addWidget(notes);
                 if (const auto note = updater_.systemManagedNote()) {

@@ -49,10 +49,20 @@ CADDrawing DWGFrontEnd::read() {
     const std::optional<DWGVersion> version = dwgVersion(code);
     if (!version) throw notRead();
     try {
-        DWGSections sections = *version <= DWGVersion::r2000
-                                   ? DWGR2000Container::read(bytes_, *version)
-                               : *version == DWGVersion::r2007 ? DWGR2007Container::read(bytes_)
-                                                               : DWGR2004Container::read(bytes_);
+        DWGSections sections;
+        switch (*version) {
+            case DWGVersion::r13:
+            case DWGVersion::r14:
+            case DWGVersion::r2000:
+                sections = DWGR2000Container::read(bytes_, *version);
+                break;
+            case DWGVersion::r2007:
+                sections = DWGR2007Container::read(bytes_);
+                break;
+            default:
+                sections = DWGR2004Container::read(bytes_);
+                break;
+        }
         return DWGObjectReader(sections, progress_, isCancelled_).read();
     } catch (const DWGFormatError& e) {
         throw SKPError::unreadable(url_, "DWG " + release + " endommagé (" + e.what() + ")",

@@ -33,6 +33,14 @@ DWGSections read(std::span<const uint8_t> file, DWGVersion version) {
     if (!found[0] || !found[1] || !found[2])
         throw DWGFormatError("DWG file without its header, classes or object map");
     s.objects = file;
+    // The preview: its sentinel and overall size at the image seeker. A bad seeker only loses it.
+    r.seekByte(0x0D);
+    const size_t image = uint32_t(r.readRL());
+    if (image > 0 && image + 20 <= file.size()) {
+        DWGBitReader p(file.subspan(image + 16, 4));
+        const size_t size = uint32_t(p.readRL());
+        if (size <= file.size() - image - 20) s.preview = file.subspan(image, 20 + size);
+    }
     return s;
 }
 
