@@ -184,7 +184,9 @@ TEST(DWGObject, stringStreamAndHandlesAreFoundFromTheirSizes) {
         };
         auto [first, dataEnd] = body(0, 0);
         auto [object, unused] = body(uint32_t(dataEnd), uint32_t(first.count - dataEnd));
-        std::vector<uint8_t> file = {uint8_t(object.bytes.size()), 0};  // MS
+        // MS; from R2010 it counts the bytes after the one-byte MC.
+        const size_t counted = object.bytes.size() - (v >= DWGVersion::r2010 ? 1 : 0);
+        std::vector<uint8_t> file = {uint8_t(counted), 0};
         file.insert(file.end(), object.bytes.begin(), object.bytes.end());
         DWGObject o;
         ASSERT_TRUE(o.open(file, 0, v, 30));

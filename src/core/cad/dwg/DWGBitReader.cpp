@@ -328,7 +328,8 @@ DWGColor DWGBitReader::readENC(DWGVersion version) {
     DWGColor c;
     const uint16_t value = uint16_t(readBS());
     c.index = int16_t(value & 0x1FF);
-    if (value & 0x8000) applyColorMethod(c, uint32_t(readBL()));
+    // A book colour (0x4000, with 0x8000) stores its value behind the handle, not here.
+    if ((value & 0xC000) == 0x8000) applyColorMethod(c, uint32_t(readBL()));
     if (value & 0x2000) readBL();  // transparency
     c.bookHandle = (value & 0x4000) != 0;
     return c;

@@ -45,8 +45,8 @@ void readInsert(DWGEntityInput& in, int64_t& arrayInsertsLeft) {
     e.b = readScale(r, v);
     e.rotation = r.readBD() * kDegrees;
     e.extrusion = toCAD(r.read3BD());
-    r.readB();  // has attributes: they are found by their owner
-    if (v >= DWGVersion::r2004) r.readBL();
+    // Attributes are found by their owner; only their count is stored here from R2004.
+    if (r.readB() && v >= DWGVersion::r2004) r.readBL();
     int columns = 1, rows = 1;
     double columnSpacing = 0, rowSpacing = 0;
     if (o.type() == DWGType::minsert) {

@@ -4,6 +4,8 @@
 
 #include "cad/dwg/DWGObjectReader.h"
 #include "cad/dwg/DWGR2000Container.h"
+#include "cad/dwg/DWGR2004Container.h"
+#include "cad/dwg/DWGR2007Container.h"
 #include "cad/dwg/DWGSections.h"
 #include "cad/dwg/DWGVersion.h"
 #include "identify/SKPFileInfo.h"
@@ -54,8 +56,12 @@ CADDrawing DWGFrontEnd::read() {
             case DWGVersion::r2000:
                 sections = DWGR2000Container::read(bytes_, *version);
                 break;
-            default:  // R2004 on: their containers are not in yet
-                throw notRead();
+            case DWGVersion::r2007:
+                sections = DWGR2007Container::read(bytes_);
+                break;
+            default:
+                sections = DWGR2004Container::read(bytes_);
+                break;
         }
         return DWGObjectReader(sections, progress_, isCancelled_).read();
     } catch (const DWGFormatError& e) {

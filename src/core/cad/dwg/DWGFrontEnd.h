@@ -1,6 +1,6 @@
 // Reads a DWG file into neutral CAD records (CADDrawing), as DXFFrontEnd does for DXF: the
 // release from the first six bytes, its container, then the objects (DWGObjectReader).
-// R13, R14 and R2000 are read; later releases wait for their containers.
+// R13 to R2018 (AC1012 to AC1032, AC1021 included) are read; older releases are refused by name.
 #pragma once
 
 #include <cstdint>

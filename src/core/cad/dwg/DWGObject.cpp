@@ -13,14 +13,18 @@ bool DWGObject::open(std::span<const uint8_t> objects, uint64_t offset, DWGVersi
     const uint32_t size = data.readMS();
     start_ = data.bitPosition();
     if (data.overrun() || size == 0 || size > (objects.size() - start_ / 8)) return false;
-    end_ = start_ + size_t(size) * 8;
-    data.limitTo(end_);
     handlesAt_ = 0;
     if (version >= DWGVersion::r2010) {
         handleBits_ = data.readUMC();
-        if (handleBits_ > size_t(size) * 8) return false;
-        handlesAt_ = end_ - size_t(handleBits_);
+        // The size counts from here, after the handle stream's size.
+        start_ = data.bitPosition();
+        if (data.overrun() || size > (objects.size() - start_ / 8) ||
+            handleBits_ > size_t(size) * 8)
+            return false;
     }
+    end_ = start_ + size_t(size) * 8;
+    data.limitTo(end_);
+    if (version >= DWGVersion::r2010) handlesAt_ = end_ - size_t(handleBits_);
     type_ = data.readOT(version);
     if (version >= DWGVersion::r2000 && version <= DWGVersion::r2007) {
         const uint32_t bits = uint32_t(data.readRL());
@@ -93,7 +97,7 @@ void DWGObject::readEntityCommon() {
     if (version_ >= DWGVersion::r2004) c.xdictionaryMissing = data.readB();
     if (version_ >= DWGVersion::r2013) data.readB();  // binary data in the data store
     if (version_ <= DWGVersion::r14) c.byLayerLinetype = data.readB();
-    c.noLinks = data.readB();
+    if (version_ <= DWGVersion::r2000) c.noLinks = data.readB();  // links are gone from R2004
     c.color = data.readENC(version_);
     data.readBD();  // linetype scale
     if (version_ >= DWGVersion::r2000) {

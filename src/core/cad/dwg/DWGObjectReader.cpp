@@ -101,7 +101,7 @@ void DWGObjectReader::readLayers() {
         std::string name = o.text();
         DWGBitReader& r = o.data;
         r.readB();
-        r.readBS();
+        if (sections_.version < DWGVersion::r2007) r.readBS();  // the xref index
         r.readB();
         // The "on" bit is set for a layer that is off, as the files have it.
         bool frozen = false, off = false;
@@ -139,7 +139,7 @@ void DWGObjectReader::readBlocks() {
         std::string name = o.text();
         DWGBitReader& r = o.data;
         r.readB();
-        r.readBS();
+        if (sections_.version < DWGVersion::r2007) r.readBS();  // the xref index
         r.readB();
         r.readB();  // anonymous
         r.readB();  // has attribute definitions
