@@ -49,6 +49,8 @@ void readDimension(DWGEntityInput& in);
 void readHatch(DWGEntityInput& in);
 // DWGEntityReadersSplines.cpp: SPLINE.
 void readSpline(DWGEntityInput& in);
+// DWGEntityReadersMultiLeaders.cpp: MULTILEADER, its leader lines and MTEXT content.
+void readMultiLeader(DWGEntityInput& in);
 
 }  // namespace DWGEntityReaders
 

@@ -255,6 +255,8 @@ void DWGObjectReader::decode(DWGObject& o, std::vector<CADEntity>& into) {
         DWGEntityReaders::readLwPolyline(in);
     else if (name == "HATCH")
         DWGEntityReaders::readHatch(in);
+    else if (name == "MULTILEADER")
+        DWGEntityReaders::readMultiLeader(in);
 }
 
 void DWGObjectReader::poll(size_t done) {
