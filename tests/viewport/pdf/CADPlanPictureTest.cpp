@@ -33,3 +33,51 @@ TEST(CADPlanPicture, corpusPlansMatchTheirBaselines) {
         EXPECT_EQ(test::compareWithBaseline(*raster, name), "");
     }
 }
+
+// A DWG draws the same page as the DXF the same drawing was saved as, release by release.
+TEST(CADPlanPicture, drawingsMatchTheirDXFTwinsAsPictures) {
+    auto dir = test::corpusDir();
+    if (!dir || !std::filesystem::exists(*dir / "dwg/acadsharp__sample_AC1015.dwg"))
+        GTEST_SKIP() << "no corpus";
+    test::TempDir out;
+    auto page = [&](const std::string& file) {
+        const auto path = *dir / file;
+        SKPModel model = CADReader::load(path, SKPFileInfo::read(path), {}, {});
+        auto pdf = VectorPDFExporter::renderPDF(
+            model, VectorPDFExporter::initialViewOptions(model, {900, 600}));
+        std::string name = path.filename().string();
+        for (char& c : name)
+            if (c == '.') c = '_';
+        return pdf ? test::rasterisePDF(*pdf, out.path(), name) : std::nullopt;
+    };
+    const std::pair<const char*, const char*> pairs[] = {
+        {"libredwg__example_2000.dwg", "libredwg__example_2000.dxfb"},
+        {"libredwg__example_2007.dwg", "libredwg__example_2007.dxf"},
+        {"libredwg__example_2018.dwg", "libredwg__example_2018.dxf"},
+        {"acadsharp__sample_AC1015.dwg", "acadsharp__sample_AC1015_ascii.dxf"},
+        {"acadsharp__sample_AC1018.dwg", "acadsharp__sample_AC1018_ascii.dxf"},
+        {"acadsharp__sample_AC1021.dwg", "acadsharp__sample_AC1021_ascii.dxf"},
+        {"acadsharp__sample_AC1024.dwg", "acadsharp__sample_AC1024_ascii.dxf"},
+        {"acadsharp__sample_AC1027.dwg", "acadsharp__sample_AC1027_ascii.dxf"},
+        {"acadsharp__sample_AC1032.dwg", "acadsharp__sample_AC1032_ascii.dxf"},
+    };
+    for (const auto& [dwg, dxf] : pairs) {
+        SCOPED_TRACE(dwg);
+        const auto drawn = page(std::string("dwg/") + dwg);
+        const auto twin = page(std::string("dxf/") + dxf);
+        ASSERT_TRUE(drawn && twin);
+        ASSERT_EQ(drawn->width, twin->width);
+        ASSERT_EQ(drawn->height, twin->height);
+        size_t differing = 0, inked = 0;
+        for (size_t i = 0; i < twin->rgb.size(); i += 3) {
+            int d = 0;
+            for (size_t c = 0; c < 3; ++c)
+                d = std::max(d, std::abs(int(drawn->rgb[i + c]) - int(twin->rgb[i + c])));
+            differing += d > 24;
+            inked += twin->rgb[i] < 128;
+        }
+        EXPECT_GT(inked, 500u) << "the twin's page is nearly blank";
+        // Anti-aliasing may differ where lines cross in another order.
+        EXPECT_LE(differing, twin->rgb.size() / 3 / 1000) << differing << " pixels differ";
+    }
+}
