@@ -855,7 +855,12 @@ void Renderer::Impl::render(const RenderFrame& frame, GLuint target, int w, int 
     if (frame.cameraLight && frame.cameraLight->type == Light::Type::ambient)
         fl.add(*frame.cameraLight, Float4x4::identity(), 0, false);
     const float sceneSize = all.empty() ? 10 : length(all.max - all.min);
-    for (const LightItem& li : lights) fl.add(*li.light, li.world, sceneSize, !casters.empty());
+    // Everything in one axis plane (a drawing plan) cannot shadow itself: skip the shadow passes.
+    const Float3 extent = all.max - all.min;
+    const float thinnest = std::min({extent.x, extent.y, extent.z});
+    const bool flat = thinnest <= sceneSize * 1e-6f;
+    for (const LightItem& li : lights)
+        fl.add(*li.light, li.world, sceneSize, !casters.empty() && !flat);
     const Light* sun = fl.sun;
     const int localViews = fl.localShadowViews;
 
