@@ -25,6 +25,13 @@ uint16_t le16(std::span<const uint8_t> b, size_t at) {
     return uint16_t(b[at] | b[at + 1] << 8);
 }
 
+// A signature first and an IEND chunk last: what callers of a thumbnail count on.
+bool isWholePNG(std::span<const uint8_t> b) {
+    static constexpr uint8_t signature[8] = {0x89, 'P', 'N', 'G', 0x0D, 0x0A, 0x1A, 0x0A};
+    return b.size() >= 20 && std::equal(std::begin(signature), std::end(signature), b.begin()) &&
+           std::memcmp(b.data() + b.size() - 8, "IEND", 4) == 0;
+}
+
 }  // namespace
 
 std::optional<std::vector<uint8_t>> DWGPreview::png(std::span<const uint8_t> header) {
@@ -43,7 +50,8 @@ std::optional<std::vector<uint8_t>> DWGPreview::png(std::span<const uint8_t> hea
         const size_t size = le32(header, entry + 5);
         if (start > header.size() || size > header.size() - start) continue;
         auto image = header.subspan(start, size);
-        if (code == pngCode) return std::vector<uint8_t>(image.begin(), image.end());
+        if (code == pngCode && isWholePNG(image))
+            return std::vector<uint8_t>(image.begin(), image.end());
         if (code == bmpCode && !bitmap) bitmap = pngFromDIB(image);
     }
     return bitmap;

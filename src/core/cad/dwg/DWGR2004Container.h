@@ -13,9 +13,9 @@ namespace vistrel {
 class DWGR2004Container {
   public:
     // Assembles AcDb:Header, AcDb:Classes, AcDb:Handles, AcDb:AcDbObjects and AcDb:Preview
-    // (when present) into buffers owned by the result. `file` must outlive nothing: the result
-    // owns every byte it points to. Throws DWGFormatError for a release other than those above,
-    // a missing mandatory section, or any size, count or address the file cannot hold.
+    // (when present) into buffers owned by the result, so `file` may go once this returns.
+    // Throws DWGFormatError for a release other than those above, an encrypted or missing
+    // mandatory section, or any size, count or address the file cannot hold.
     static DWGSections read(std::span<const uint8_t> file);
 
     // Largest section the container accepts; beyond it a file is taken as hostile.
