@@ -54,6 +54,13 @@ int main(int argc, char** argv) {
         {"dwg/acadsharp__sample_AC1015.dwg", "dxf/acadsharp__sample_AC1015_ascii.dxf"},
         {"dwg/libredwg__example_r14.dwg", "dxf/libredwg__example_r14.dxf"},
         {"dwg/libredwg__example_r13.dwg", "dxf/libredwg__example_r13.dxf"},
+        {"dwg/libredwg__example_2007.dwg", "dxf/libredwg__example_2007.dxf"},
+        {"dwg/libredwg__example_2018.dwg", "dxf/libredwg__example_2018.dxf"},
+        {"dwg/acadsharp__sample_AC1018.dwg", "dxf/acadsharp__sample_AC1018_ascii.dxf"},
+        {"dwg/acadsharp__sample_AC1021.dwg", "dxf/acadsharp__sample_AC1021_ascii.dxf"},
+        {"dwg/acadsharp__sample_AC1024.dwg", "dxf/acadsharp__sample_AC1024_ascii.dxf"},
+        {"dwg/acadsharp__sample_AC1027.dwg", "dxf/acadsharp__sample_AC1027_ascii.dxf"},
+        {"dwg/acadsharp__sample_AC1032.dwg", "dxf/acadsharp__sample_AC1032_ascii.dxf"},
     };
     std::printf("%-36s %9s %9s %9s %9s   (us per record; front end, importer)\n", "", "DWG fe",
                 "DXF fe", "DWG imp", "DXF imp");
