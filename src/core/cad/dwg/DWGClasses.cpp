@@ -80,9 +80,11 @@ DWGClasses DWGClasses::read(std::span<const uint8_t> section, DWGVersion version
         r.readB();
         r.readBS();  // entity or object
         if (version >= DWGVersion::r2004) {
+            r.readBL();  // instances
+            r.readBS();  // release
+            // Maintenance release: files written by AutoCAD 2018 hold values past 16 bits
+            // here (329 in the corpus), so it is read as a long; small values code alike.
             r.readBL();
-            r.readBS();
-            r.readBS();
             r.readBL();
             r.readBL();
         }
