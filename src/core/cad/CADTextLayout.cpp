@@ -118,7 +118,13 @@ std::vector<std::u32string> mtextLines(std::string_view utf8) {
     std::vector<std::u32string> lines(1);
     for (size_t i = 0; i < s.size();) {
         char32_t c = s[i];
-        if (c == '{' || c == '}') {
+        if (c == '{' || c == '}' || c == '\r') {
+            ++i;
+        } else if (c == '\n') {  // a DWG keeps as a byte what a DXF spells ^J
+            lines.emplace_back();
+            ++i;
+        } else if (c == '\t') {
+            lines.back().push_back(' ');
             ++i;
         } else if (c == '^' && i + 1 < s.size() && (s[i + 1] == 'J' || s[i + 1] == 'I')) {
             if (s[i + 1] == 'J')

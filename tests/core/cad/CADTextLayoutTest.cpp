@@ -43,6 +43,7 @@ TEST(CADTextLayout, controlAndFormattingCodesAreRead) {
     };
     for (const Case& c : {Case{"\\A1;{\\H2.5x;\\fArial|b1;Room}\\PKitchen", {U"Room", U"Kitchen"}},
                           {"a\\~b\\\\c\\{d\\}^Je", {U"a b\\c{d}", U"e"}},
+                          {"f\ng\th", {U"f", U"g h"}},
                           {"\\S1^2;\" \\S3#4;", {U"1/2\" 3/4"}},
                           {"\\U+00E9t\\U+00E9 %%d", {U"\u00E9t\u00E9 \u00B0"}},
                           {"\\C1;\\LRed\\l \\Q15;x\\W0.8;y", {U"Red xy"}}}) {
